@@ -1,0 +1,225 @@
+#include "PlatformLibrary/PLSocket.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "Platform/Frame.h"
+#include "smbus.pb.h"
+
+namespace PlatformLibrary {
+
+namespace {
+
+constexpr const char* kDefaultPath = "/run/lumen/smbus.sock";
+constexpr int kDefaultTimeoutMs = 5000;
+constexpr size_t kReceiveSize = 4096;  // most replies fit, so that one call receives them whole
+
+int64_t monotonicNow() {
+   return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds( 1 );
+}
+
+const char* socketPath() {
+   const char* path = getenv( "PL_SMBUS_SOCKET" );
+   return path && *path ? path : kDefaultPath;
+}
+
+uint32_t timeoutFromEnvironment() {
+   const char* text = getenv( "PL_SMBUS_TIMEOUT_MS" );
+   int value = text ? atoi( text ) : 0;
+   return static_cast< uint32_t >( value > 0 ? value : kDefaultTimeoutMs );
+}
+
+int fail( int error ) {
+   errno = error;
+   return -1;
+}
+
+}  // namespace
+
+PLSocket::~PLSocket() {
+   cleanup();
+}
+
+int PLSocket::setup() {
+   reconnects_ = 0;
+   reconnect_ = !getenv( "SIMULATION_VMID" );
+   return reconnect_ ? connectToService() : 0;
+}
+
+void PLSocket::cleanup() {
+   if ( fd_ >= 0 ) {
+      close( fd_ );
+   }
+   fd_ = -1;
+   exchanges_ = 0;
+   pending_.clear();
+}
+
+int PLSocket::connectToService() {
+   cleanup();
+   const char* path = socketPath();
+   sockaddr_un address{};
+   address.sun_family = AF_UNIX;
+   if ( strlen( path ) >= sizeof address.sun_path ) {
+      return fail( ENAMETOOLONG );
+   }
+   strcpy( address.sun_path, path );
+
+   timeoutMs_ = timeoutFromEnvironment();
+   fd_ = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
+   if ( fd_ < 0 ) {
+      return -1;
+   }
+   // The kernel's own time limits keep an exchange at one call each way.
+   timeval limit{ .tv_sec = timeoutMs_ / 1000, .tv_usec = ( timeoutMs_ % 1000 ) * 1000 };
+   setsockopt( fd_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit );
+   setsockopt( fd_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit );
+   while ( connect( fd_, reinterpret_cast< sockaddr* >( &address ), sizeof address ) < 0 ) {
+      if ( errno != EINTR ) {
+         int error = errno == EAGAIN ? ETIMEDOUT : errno;
+         cleanup();
+         return fail( error );
+      }
+   }
+   return 0;
+}
+
+int PLSocket::sendRequestWait( const Smbus::TransactionRequest* request,
+                               Smbus::TransactionResponse** reply ) {
+   if ( fd_ < 0 ) {
+      if ( !reconnect_ ) {
+         return fail( ENOTCONN );
+      }
+      if ( connectToService() < 0 ) {
+         return -1;
+      }
+      ++reconnects_;
+   }
+   if ( !Frame::encode( *request, buffer_ ) ) {
+      return fail( EMSGSIZE );
+   }
+   pending_.push_back( monotonicNow() + int64_t{ timeoutMs_ } * 1'000'000 );
+   auto answer = std::make_unique< Smbus::TransactionResponse >();
+   int result = sendFrame();
+   if ( result == 0 ) {
+      result = receiveFrame();
+   }
+   if ( result == 0 && !answer->ParseFromArray( buffer_.data(), payloadReceived_ ) ) {
+      result = fail( EPROTO );
+   }
+   if ( result < 0 ) {
+      int error = errno;
+      cleanup();
+      return fail( error );
+   }
+   pending_.pop_back();
+   ++exchanges_;
+   *reply = answer.release();
+   return 0;
+}
+
+int PLSocket::sendFrame() {
+   size_t sent = 0;
+   while ( true ) {
+      int flags = MSG_NOSIGNAL | ( sent ? MSG_DONTWAIT : 0 );
+      ssize_t count = send( fd_, buffer_.data() + sent, buffer_.size() - sent, flags );
+      if ( count >= 0 ) {
+         sent += static_cast< size_t >( count );
+         if ( sent == buffer_.size() ) {
+            return 0;
+         }
+      } else if ( errno != EINTR && errno != EAGAIN ) {
+         return -1;
+      }
+      if ( waitFor( POLLOUT ) < 0 ) {
+         return -1;
+      }
+   }
+}
+
+int PLSocket::receiveFrame() {
+   lengthReceived_ = 0;
+   payloadReceived_ = 0;
+   uint32_t expected = 0;
+   if ( buffer_.size() < kReceiveSize ) {
+      buffer_.resize( kReceiveSize );
+   }
+   for ( bool first = true;; first = false ) {
+      ssize_t count = receiveSome( first );
+      if ( count == 0 ) {
+         return fail( ECONNRESET );
+      }
+      if ( count < 0 ) {
+         if ( errno != EINTR && errno != EAGAIN ) {
+            return -1;
+         }
+      } else {
+         uint32_t header =
+            std::min( lengthWanted_ - lengthReceived_, static_cast< uint32_t >( count ) );
+         lengthReceived_ += header;
+         payloadReceived_ += static_cast< uint32_t >( count ) - header;
+      }
+      if ( lengthReceived_ == lengthWanted_ ) {
+         expected = Frame::payloadLength( lengthBuffer_.data() );
+         if ( expected > Frame::kMaxPayload || payloadReceived_ > expected ) {
+            return fail( EPROTO );
+         }
+         if ( payloadReceived_ == expected ) {
+            return 0;
+         }
+         if ( buffer_.size() < expected ) {
+            buffer_.resize( expected );
+         }
+      }
+      if ( waitFor( POLLIN ) < 0 ) {
+         return -1;
+      }
+   }
+}
+
+// The first call blocks for as long as the socket's time limit allows; later ones only take what
+// waitFor() has announced.
+ssize_t PLSocket::receiveSome( bool first ) {
+   iovec parts[] = {
+      { lengthBuffer_.data() + lengthReceived_, lengthWanted_ - lengthReceived_ },
+      { buffer_.data() + payloadReceived_, buffer_.size() - payloadReceived_ },
+   };
+   msghdr message{};
+   message.msg_iov = parts;
+   message.msg_iovlen = 2;
+   return recvmsg( fd_, &message, first ? 0 : MSG_DONTWAIT );
+}
+
+int PLSocket::waitFor( short events ) const {
+   while ( true ) {
+      int left = millisecondsLeft();
+      if ( left <= 0 ) {
+         return fail( ETIMEDOUT );
+      }
+      pollfd descriptor{ fd_, events, 0 };
+      int ready = poll( &descriptor, 1, left );
+      if ( ready > 0 ) {
+         return 0;
+      }
+      if ( ready < 0 && errno != EINTR ) {
+         return -1;
+      }
+   }
+}
+
+int PLSocket::millisecondsLeft() const {
+   int64_t left = ( pending_.back() - monotonicNow() + 999'999 ) / 1'000'000;
+   return static_cast< int >( std::clamp< int64_t >( left, 0, timeoutMs_ ) );
+}
+
+}  // namespace PlatformLibrary

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Smbus {
+class TransactionRequest;
+class TransactionResponse;
+}  // namespace Smbus
+
+namespace PlatformLibrary {
+
+// Client of the SMBus service: one request, one reply, in turn.
+//
+// The socket's path is PL_SMBUS_SOCKET, else /run/lumen/smbus.sock; the time limit of one exchange
+// is PL_SMBUS_TIMEOUT_MS, else 5000 ms. Any error closes the connection, so that a late reply can
+// never be taken for the answer to the next request; the next request connects again, once.
+class PLSocket {
+ public:
+   PLSocket() = default;
+   ~PLSocket();
+   PLSocket( const PLSocket& ) = delete;
+   PLSocket& operator=( const PLSocket& ) = delete;
+
+   // Connects. 0 on success, else -1 with errno. With SIMULATION_VMID set in the environment it
+   // succeeds without a connection.
+   int setup();
+
+   // Closes the connection.
+   void cleanup();
+
+   // Sends one batch and waits for its reply. 0 on success: *reply is a new message that the caller
+   // owns. Negative with errno on failure (ETIMEDOUT, EPIPE, ECONNRESET, EPROTO, EMSGSIZE, ...):
+   // *reply is untouched.
+   int sendRequestWait( const Smbus::TransactionRequest* request,
+                        Smbus::TransactionResponse** reply );
+
+ private:
+   int connectToService();
+   int sendFrame();
+   int receiveFrame();
+   ssize_t receiveSome( bool first );
+   int waitFor( short events ) const;
+   int millisecondsLeft() const;
+
+   int fd_ = -1;
+   uint32_t timeoutMs_ = 0;
+   uint32_t exchanges_ = 0;   // completed on this connection
+   uint32_t reconnects_ = 0;  // since setup()
+   bool reconnect_ = true;
+   std::string lengthBuffer_ = std::string( 4, '\0' );
+   uint32_t lengthReceived_ = 0;
+   uint32_t payloadReceived_ = 0;
+   uint32_t lengthWanted_ = 4;
+   std::string buffer_;  // the request's frame, then the reply's payload
+   std::vector< int64_t > pending_;  // deadlines of requests in flight, monotonic nanoseconds
+};
+
+}  // namespace PlatformLibrary

@@ -1,0 +1,25 @@
+# All from the distribution. A toolchain file may name a directory that holds the target's own
+# libraries in LUMEN_LIBRARY_DIR; headers are the same for every width.
+if(LUMEN_LIBRARY_DIR)
+  set(lumen_search PATHS ${LUMEN_LIBRARY_DIR} NO_DEFAULT_PATH)
+endif()
+find_library(PROTOBUF_LITE_LIBRARY protobuf-lite ${lumen_search} REQUIRED)
+find_library(BENCHMARK_LIBRARY benchmark ${lumen_search})
+find_program(PROTOC protoc REQUIRED)
+find_path(RAPIDJSON_INCLUDE rapidjson/document.h REQUIRED)
+find_path(FMT_INCLUDE fmt/format.h REQUIRED)
+find_path(ASIO_INCLUDE asio.hpp REQUIRED)
+find_path(CLI11_INCLUDE CLI/CLI.hpp REQUIRED)
+find_package(Threads REQUIRED)
+
+add_library(protobuf-lite INTERFACE)
+target_link_libraries(protobuf-lite INTERFACE ${PROTOBUF_LITE_LIBRARY})
+if(LUMEN_LIBRARY_DIR)
+  # The target's libraries need others from the same directory.
+  target_link_options(protobuf-lite INTERFACE -Wl,-rpath-link,${LUMEN_LIBRARY_DIR})
+  set(CMAKE_BUILD_RPATH ${LUMEN_LIBRARY_DIR})
+endif()
+
+# {fmt} is used from its headers, so that no width needs its library.
+add_library(fmt-headers INTERFACE)
+target_compile_definitions(fmt-headers INTERFACE FMT_HEADER_ONLY)
