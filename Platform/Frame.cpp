@@ -15,8 +15,8 @@ bool encode( const google::protobuf::MessageLite& message, std::string& frame ) 
    frame.resize( kHeaderSize + length );
    uint32_t header = htonl( static_cast< uint32_t >( length ) );
    memcpy( frame.data(), &header, kHeaderSize );
-   message.SerializeWithCachedSizesToArray(
-      reinterpret_cast< uint8_t* >( frame.data() ) + kHeaderSize );
+   message.SerializeWithCachedSizesToArray( reinterpret_cast< uint8_t* >( frame.data() ) +
+                                            kHeaderSize );
    return true;
 }
 

@@ -81,7 +81,8 @@ int PLSocket::connectToService() {
       return -1;
    }
    // The kernel's own time limits keep an exchange at one call each way.
-   timeval limit{ .tv_sec = timeoutMs_ / 1000, .tv_usec = ( timeoutMs_ % 1000 ) * 1000 };
+   timeval limit{ .tv_sec = static_cast< time_t >( timeoutMs_ / 1000 ),
+                  .tv_usec = static_cast< suseconds_t >( timeoutMs_ % 1000 * 1000 ) };
    setsockopt( fd_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit );
    setsockopt( fd_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit );
    while ( connect( fd_, reinterpret_cast< sockaddr* >( &address ), sizeof address ) < 0 ) {

@@ -366,6 +366,9 @@ struct pl_poe_port {
    void *priv;
 };
 
+/* Entry points are visible in a library that hides everything else. */
+#pragma GCC visibility push( default )
+
 /*
  * Entry points of the driver library.
  *
@@ -407,6 +410,8 @@ pl_gpio *pl_gpio_add( const char *device_args );
 /* `device` is device arguments (JSON), or the stem of a topology label: stem "smbus3" and address
  * 0x50 name the device labelled "smbus3<0x50>". The address is used only with a stem. */
 pl_smbus *pl_smbus_add( const char *device, uint8_t address );
+
+#pragma GCC visibility pop
 
 /*
  * Services that the host's platform library offers to the driver library.

@@ -55,7 +55,7 @@ class PLSocket {
    uint32_t lengthReceived_ = 0;
    uint32_t payloadReceived_ = 0;
    uint32_t lengthWanted_ = 4;
-   std::string buffer_;  // the request's frame, then the reply's payload
+   std::string buffer_;              // the request's frame, then the reply's payload
    std::vector< int64_t > pending_;  // deadlines of requests in flight, monotonic nanoseconds
 };
 

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+#include "Drivers/Drivers.h"
+
+namespace Component {
+
+namespace LogicalDevice {
+class CmisXcvr;
+class Fan;
+class Gpio;
+class Led;
+class Mux;
+class PoePort;
+class Psu;
+class QsfpXcvr;
+class SfpXcvr;
+class Slot;
+class SmbusProxy;
+class TempSensor;
+}  // namespace LogicalDevice
+
+// One driver instance. Devices are created once per device id and live until the process ends.
+class DeviceBase {
+ public:
+   using DriverArgs = Drivers::DriverArgs;
+
+   // Start-up work, once, before the device is used.
+   virtual void init() {}
+
+   // Each makes a logical device, or returns null after a trace. Those that a driver does not
+   // provide throw NotImplementedException.
+   virtual LogicalDevice::PoePort* newPoePort( const DriverArgs& args );
+   virtual LogicalDevice::TempSensor* newTempSensor( const DriverArgs& args );
+   virtual LogicalDevice::Slot* newSlot( const DriverArgs& args );
+   virtual LogicalDevice::SfpXcvr* newSfpXcvr( unsigned int id, const DriverArgs& args );
+   virtual LogicalDevice::QsfpXcvr* newQsfpXcvr( unsigned int id, const DriverArgs& args );
+   virtual LogicalDevice::CmisXcvr* newCmisXcvr( unsigned int id, const DriverArgs& args );
+   virtual LogicalDevice::Led* newLed( const DriverArgs& args );
+   virtual LogicalDevice::Fan* newFan( const DriverArgs& args );
+   virtual LogicalDevice::Mux* newMux( const DriverArgs& args, unsigned int channel );
+   virtual LogicalDevice::Psu* newPsu( const DriverArgs& args );
+   virtual LogicalDevice::SmbusProxy* newSmbusProxy( const DriverArgs& args );
+
+   virtual ~DeviceBase() = default;
+
+   virtual LogicalDevice::Gpio* newGpio( const DriverArgs& args );
+
+   DeviceBase() = default;
+   DeviceBase( const DeviceBase& ) = delete;
+   DeviceBase& operator=( const DeviceBase& ) = delete;
+
+   // The device that the document asks for, found by its device id or created; `args` is filled
+   // from the text. Null after a trace.
+   static DeviceBase* create( const char* json, DriverArgs& args );
+
+   static DeviceBase* findDevice( DriverArgs& args );
+   static DeviceBase* callDriverFactoryFunc( DriverArgs& args, Ham::Ham* ham );
+
+ protected:
+   static std::map< uint32_t, DeviceBase* > devices;  // by device id
+};
+
+}  // namespace Component

@@ -1,0 +1,93 @@
+#include "Drivers/Drivers.h"
+
+#include <charconv>
+
+#include "Topology/Topology.h"
+#include "Utils/Assert.h"
+#include "pl.h"
+
+namespace Drivers {
+
+namespace {
+
+constexpr int kStreamPrecision = 6;  // significant digits, as an output stream prints a double
+
+std::string text( const Utils::Json::Value& value ) {
+   return std::string( value.GetString(), value.GetStringLength() );
+}
+
+std::string argumentText( const Utils::Json::Value& value ) {
+   if ( value.IsInt() ) {
+      return std::to_string( value.GetInt() );
+   }
+   if ( value.IsUint() ) {
+      return std::to_string( value.GetUint() );
+   }
+   if ( value.IsString() ) {
+      return text( value );
+   }
+   if ( value.IsDouble() ) {
+      char digits[ 32 ];
+      auto end = std::to_chars( std::begin( digits ), std::end( digits ), value.GetDouble(),
+                                std::chars_format::general, kStreamPrecision );
+      return std::string( digits, end.ptr );
+   }
+   if ( value.IsBool() ) {
+      return value.GetBool() ? "true" : "false";
+   }
+   return "";
+}
+
+}  // namespace
+
+bool DriverArgs::parseJSON( const char* jsonDocument ) {
+   Utils::Json::Document document;
+   if ( auto error = Utils::Json::parse( jsonDocument, document ) ) {
+      pl_trace( 0, "failed to load device from json: %s offset %zd", error->message,
+                static_cast< ssize_t >( error->offset ) );
+      return false;
+   }
+   jsonText = jsonDocument;
+   parseJSON( document );
+   return true;
+}
+
+void DriverArgs::parseJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   LUMEN_ASSERT( json.HasMember( "did" ) );
+   LUMEN_ASSERT( json.HasMember( "driver" ) );
+   isMultiDevice = json.HasMember( "isMultiDevice" ) && json[ "isMultiDevice" ].GetBool();
+   if ( isMultiDevice ) {
+      LUMEN_ASSERT( json.HasMember( "multiDeviceArgs" ) );
+   } else {
+      LUMEN_ASSERT( json.HasMember( "address" ) );
+      Topology::fillAddressFromJSON( json[ "address" ], address );
+   }
+   provideHam = !json.HasMember( "provideHam" ) || json[ "provideHam" ].GetUint() != 0;
+   uid = json.HasMember( "uid" ) ? json[ "uid" ].GetUint() : kNoUid;
+   did = json[ "did" ].GetUint();
+   if ( const Value& name = json[ "driver" ]; !name.IsNull() ) {
+      driver = text( name );
+   }
+   auto arguments = json.FindMember( "driverArgs" );
+   if ( arguments != json.MemberEnd() && !arguments->value.IsNull() ) {
+      for ( const auto& member : arguments->value.GetObject() ) {
+         if ( !member.value.IsNull() ) {
+            driverArgs[ text( member.name ) ] = argumentText( member.value );
+         }
+      }
+   }
+   if ( isMultiDevice ) {
+      for ( const auto& member : json[ "multiDeviceArgs" ].GetObject() ) {
+         multiDeviceArgs[ text( member.name ) ] = text( member.value );
+      }
+   }
+}
+
+std::shared_ptr< DriverArgs > DriverArgs::fromJSON( const Value& json ) {
+   auto args = std::make_shared< DriverArgs >();
+   args->parseJSON( json );
+   return args;
+}
+
+}  // namespace Drivers

@@ -1,0 +1,284 @@
+#include "Ham/SimHam.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+#include "Utils/Assert.h"
+
+namespace Ham {
+
+namespace {
+
+constexpr const char* kDefaultDirectory = "/tmp/LumenSimulationDevices";
+constexpr mode_t kDirectoryMode = 0755;
+constexpr mode_t kFileMode = 0644;
+constexpr char kNumberFill = 'f';
+constexpr char kBytesFill = '\xFF';
+
+const std::string& simulationDirectory() {
+   static const std::string directory = [] {
+      const char* fromEnvironment = getenv( "LUMENLIB_SIMDIR" );
+      return std::string( fromEnvironment ? fromEnvironment : kDefaultDirectory );
+   }();
+   return directory;
+}
+
+// A file under a record lock on the whole of it, released and closed at the end of the scope.
+class LockedFile {
+ public:
+   LockedFile( const std::string& name, int flags, short lockType )
+       : fd_( open( name.c_str(), flags | O_CLOEXEC, kFileMode ) ) {
+      lock( lockType );
+   }
+   ~LockedFile() {
+      if ( fd_ >= 0 ) {
+         lock( F_UNLCK );
+         close( fd_ );
+      }
+   }
+   LockedFile( const LockedFile& ) = delete;
+   LockedFile& operator=( const LockedFile& ) = delete;
+
+   bool isOpen() const { return fd_ >= 0; }
+
+   // As many bytes as the file has there, at most `length`.
+   std::string read( size_t offset, size_t length ) const {
+      std::string bytes( length, '\0' );
+      ssize_t count = pread( fd_, bytes.data(), length, static_cast< off_t >( offset ) );
+      bytes.resize( static_cast< size_t >( std::max< ssize_t >( count, 0 ) ) );
+      return bytes;
+   }
+
+   bool write( size_t offset, const std::string& bytes ) const {
+      return pwrite( fd_, bytes.data(), bytes.size(), static_cast< off_t >( offset ) ) ==
+             static_cast< ssize_t >( bytes.size() );
+   }
+
+   size_t size() const {
+      struct stat status {};
+      return fstat( fd_, &status ) == 0 ? static_cast< size_t >( status.st_size ) : 0;
+   }
+
+   bool truncate() const { return ftruncate( fd_, 0 ) == 0; }
+
+ private:
+   void lock( short type ) const {
+      struct flock whole {};
+      whole.l_type = type;
+      whole.l_whence = SEEK_SET;
+      while ( fd_ >= 0 && fcntl( fd_, F_SETLKW, &whole ) < 0 && errno == EINTR ) {
+      }
+   }
+
+   int fd_;
+};
+
+std::string hexDigits( uint32_t value, uint32_t size ) {
+   std::string digits( size_t{ 2 } * size, '0' );
+   for ( auto digit = digits.rbegin(); digit != digits.rend(); ++digit, value >>= 4 ) {
+      *digit = "0123456789abcdef"[ value & 0xF ];
+   }
+   return digits;
+}
+
+std::string entryText( const Utils::ExpectedVal& val ) {
+   if ( val.isNumeric ) {
+      return hexDigits( val.val, val.size );
+   }
+   LUMEN_ASSERT_TEXT( val.size == val.valStr().length(), "size == val.valStr().length()" );
+   return val.valStr();
+}
+
+size_t entryLength( const Utils::ExpectedVal& val ) {
+   return val.isNumeric ? size_t{ 2 } * val.size : val.size;
+}
+
+}  // namespace
+
+Ham* SimHam::create( const Topology::Topology&, const Drivers::DriverArgs& ) {
+   return new SimHam;
+}
+
+pl_status SimHam::execute() {
+   return !simFileExists_ || isAddrSimulated() ? PL_STATUS_OK : PL_STATUS_IO_ERROR;
+}
+
+void SimHam::saveReg( uint32_t reg ) {
+   currentReg = reg;
+}
+
+bool SimHam::isAddrSimulated() const {
+   return expected && expected->contains( currentReg );
+}
+
+bool SimHam::isServed() const {
+   return simFileExists_ && isAddrSimulated();
+}
+
+Ham::ResponseId SimHam::addRecvByte() {
+   return 0;
+}
+Ham::ResponseId SimHam::addRead8( Register reg, uint8_t ) {
+   saveReg( reg );
+   return 0;
+}
+Ham::ResponseId SimHam::addRead16( Register reg, uint8_t ) {
+   saveReg( reg );
+   return 0;
+}
+Ham::ResponseId SimHam::addRead( Register reg, uint32_t, bool, uint8_t ) {
+   saveReg( reg );
+   return 0;
+}
+Ham::ResponseId SimHam::addReadBlock( Register reg, uint8_t ) {
+   saveReg( reg );
+   return 0;
+}
+Ham::ResponseId SimHam::addProcessCall( Register reg, uint16_t, uint8_t ) {
+   saveReg( reg );
+   return 0;
+}
+void SimHam::addSendByte( uint8_t, bool ) {}
+
+void SimHam::addWrite8( Register, uint8_t value, bool, uint8_t ) {
+   writeNumber( value, 1 );
+}
+void SimHam::addWrite16( Register, uint16_t value, bool, uint8_t ) {
+   writeNumber( value, 2 );
+}
+
+void SimHam::writeNumber( uint32_t value, uint32_t size ) const {
+   if ( !isServed() ) {
+      warnUnsimulated();
+   } else if ( expected->at( currentReg ).size == size ) {
+      writeToFile( hexDigits( value, size ) );
+   }
+}
+
+void SimHam::addWrite( Register, const void* data, uint32_t length, bool, uint8_t ) {
+   if ( !isServed() ) {
+      warnUnsimulated();
+   } else if ( expected->at( currentReg ).size == length ) {
+      writeToFile( std::string( static_cast< const char* >( data ), length ) );
+   }
+}
+
+void SimHam::addWriteBlock(
+   Register reg, const void* data, uint32_t length, bool flag, uint8_t regSize ) {
+   addWrite( reg, data, length, flag, regSize );
+}
+
+uint8_t SimHam::get8( ResponseId ) {
+   return static_cast< uint8_t >( readNumber( 1 ) );
+}
+
+uint16_t SimHam::get16( ResponseId ) {
+   return static_cast< uint16_t >( readNumber( 2 ) );
+}
+
+// Text that is not hexadecimal counts up to its first such character.
+uint32_t SimHam::readNumber( uint32_t size ) const {
+   if ( !isServed() ) {
+      warnUnsimulated();
+      return 0;
+   }
+   return static_cast< uint32_t >(
+      strtoul( readFromFile( size_t{ 2 } * size ).c_str(), nullptr, 16 ) );
+}
+
+std::string SimHam::getBlock( ResponseId, uint32_t length ) {
+   if ( !isServed() ) {
+      warnUnsimulated();
+      throw std::logic_error( "basic_string: construction from null is not valid" );
+   }
+   return readFromFile( length );
+}
+
+void SimHam::setDriverName( std::string driverName, std::string qualifier ) {
+   driverName_ = std::move( driverName );
+   simFileName_ = simulationDirectory() + "/" + driverName_;
+   if ( !qualifier.empty() ) {
+      qualifier_ = std::move( qualifier );
+      simFileName_ += "-" + qualifier_;
+   }
+}
+
+void SimHam::setExpected( const Utils::ExpectedValues* map ) {
+   expected = map;
+   if ( !map->empty() ) {
+      createSimFile();
+   }
+}
+
+void SimHam::createSimFile() {
+   LUMEN_ASSERT( !simFileName_.empty() );
+   mkdir( simulationDirectory().c_str(), kDirectoryMode );  // may well exist
+
+   std::string text;
+   for ( const auto& [ reg, val ] : *expected ) {
+      offsets[ reg ] = text.size();
+      text += entryText( val );
+   }
+   fileSize = static_cast< uint32_t >( text.size() );
+
+   LockedFile file( simFileName_, O_RDWR | O_CREAT, F_WRLCK );
+   if ( !file.isOpen() || !file.truncate() || !file.write( 0, text + '\n' ) ) {
+      pl_trace( 0, "Failed to create %s: %s", simFileName_.c_str(), strerror( errno ) );
+      return;
+   }
+   simFileExists_ = true;
+   pl_trace( 5, "Created %s", simFileName_.c_str() );
+}
+
+// What a reader asks for beyond the entry, or beyond a file that someone cut short, is filled up.
+std::string SimHam::readFromFile( size_t length ) const {
+   LUMEN_ASSERT( simFileExists_ );
+   LUMEN_ASSERT( isAddrSimulated() );
+   const Utils::ExpectedVal& val = expected->at( currentReg );
+   size_t available = std::min( length, entryLength( val ) );
+   char fill = val.isNumeric ? kNumberFill : kBytesFill;
+
+   LockedFile file( simFileName_, O_RDONLY, F_RDLCK );
+   LUMEN_ASSERT_TEXT( file.isOpen(), "mm != ((void *) -1)" );
+   std::string text( length - available, fill );
+   text += file.read( offsets.at( currentReg ), available );
+   text.resize( length, fill );
+   pl_trace( 5, "%s - Read %s from register 0x%x", simFileName_.c_str(), text.c_str(), currentReg );
+   return text;
+}
+
+void SimHam::writeToFile( const std::string& value ) const {
+   LUMEN_ASSERT( simFileExists_ );
+   LUMEN_ASSERT( isAddrSimulated() );
+   LockedFile file( simFileName_, O_RDWR, F_WRLCK );
+   LUMEN_ASSERT_TEXT( file.isOpen(), "mm != ((void *) -1)" );
+   if ( file.size() < fileSize || !file.write( offsets.at( currentReg ), value ) ) {
+      pl_trace( 0, "%s is damaged: register 0x%x not written", simFileName_.c_str(), currentReg );
+      return;
+   }
+   pl_trace( 5, "%s - Wrote %s to register 0x%x", simFileName_.c_str(), value.c_str(), currentReg );
+}
+
+void SimHam::warnUnsimulated() const {
+   pl_trace(
+      0,
+      "WARNING: Simulated Driver %s doesn't yet have expectedVal set for register 0x%x using "
+      "SIMULATION_HAM()\n",
+      driverName_.c_str(), currentReg );
+}
+
+void saveReg( Ham* ham, Ham::Register reg ) {
+   if ( auto simulation = dynamic_cast< SimHam* >( ham ) ) {
+      simulation->saveReg( reg );
+   }
+}
+
+}  // namespace Ham

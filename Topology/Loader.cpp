@@ -1,0 +1,322 @@
+#include <new>
+#include <type_traits>
+
+#include "Drivers/Drivers.h"
+#include "Topology/Topology.h"
+#include "Utils/Assert.h"
+
+namespace Topology {
+
+namespace {
+
+void setParent( Node& child, const Node* parent ) {
+   child.parent = parent;
+}
+
+// Calls `add` with every element of the optional array member, each of which must be an object.
+template < typename Add >
+void forEachObject( const Value& json, const char* key, Add add ) {
+   auto member = json.FindMember( key );
+   if ( member == json.MemberEnd() ) {
+      return;
+   }
+   const Value& array = member->value;
+   LUMEN_ASSERT( array.IsArray() );
+   for ( auto it = array.Begin(); it != array.End(); ++it ) {
+      LUMEN_ASSERT( it->IsObject() );
+      add( *it );
+   }
+}
+
+void readDevices( std::vector< std::shared_ptr< Device > >& devices,
+                  const Node* parent,
+                  const Value& json ) {
+   forEachObject( json, "devices", [ & ]( const Value& object ) {
+      devices.push_back( Device::fromJSON( object ) );
+      devices.back()->parent = parent;
+   } );
+}
+
+}  // namespace
+
+void Node::init( const std::shared_ptr< Node >& node, const Value& json ) {
+   auto label = json.FindMember( "label" );
+   if ( label == json.MemberEnd() ) {
+      return;
+   }
+   std::string name( label->value.GetString(), label->value.GetStringLength() );
+   auto [ it, isNew ] = _topology_index.insert_or_assign( std::move( name ), node.get() );
+   if ( !isNew ) {
+      pl_trace( 0, "label %s is given twice in the topology (using the later)", it->first.c_str() );
+   }
+}
+
+std::shared_ptr< Component > Component::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   LUMEN_ASSERT( json.HasMember( "uid" ) );
+   auto component = std::make_shared< Component >();
+   init( component, json );
+   component->uid = json[ "uid" ].GetUint();
+   return component;
+}
+
+std::shared_ptr< Device > Device::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   LUMEN_ASSERT( json.HasMember( "did" ) );
+   auto device = std::make_shared< Device >();
+   init( device, json );
+   device->did = json[ "did" ].GetUint();
+   if ( json.HasMember( "driver" ) ) {
+      device->args = Drivers::DriverArgs::fromJSON( json );
+   }
+   forEachObject( json, "components", [ & ]( const Value& object ) {
+      device->components.push_back( Component::fromJSON( object ) );
+      device->components.back()->parent = device.get();
+   } );
+   return device;
+}
+
+std::shared_ptr< Bus > Bus::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   auto bus = std::make_shared< Bus >();
+   init( bus, json );
+   return bus;
+}
+
+void Bus::init( const std::shared_ptr< Bus >& bus, const Value& json ) {
+   LUMEN_ASSERT( json.HasMember( "id" ) );
+   Node::init( bus, json );
+   bus->id = static_cast< uint32_t >( json[ "id" ].GetInt() );
+   readDevices( bus->devices, bus.get(), json );
+   forEachObject( json, "muxes", [ & ]( const Value& object ) {
+      bus->muxes.push_back( Mux::fromJSON( object ) );
+      bus->muxes.back()->parent = bus.get();
+   } );
+}
+
+std::shared_ptr< Mux > Mux::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   LUMEN_ASSERT( json.HasMember( "did" ) );
+   auto mux = std::make_shared< Mux >();
+   init( mux, json );
+   mux->did = json[ "did" ].GetUint();
+   forEachObject( json, "busses", [ & ]( const Value& object ) {
+      auto bus = Bus::fromJSON( object );
+      bus->parent = mux.get();
+      mux->busses[ bus->id ] = bus;
+   } );
+   return mux;
+}
+
+std::shared_ptr< Accelerator > Accelerator::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   LUMEN_ASSERT( json.HasMember( "id" ) );
+   auto accel = std::make_shared< Accelerator >();
+   init( accel, json );
+   accel->id = json[ "id" ].GetUint();
+   if ( json.HasMember( "busses" ) ) {
+      const Value& busses = json[ "busses" ];
+      LUMEN_ASSERT( busses.IsArray() );
+   }
+   forEachObject( json, "busses", [ & ]( const Value& object ) {
+      auto bus = Bus::fromJSON( object );
+      LUMEN_ASSERT( accel->busses.find( bus->id ) == accel->busses.end() );
+      bus->parent = accel.get();
+      accel->busses[ bus->id ] = bus;
+   } );
+   return accel;
+}
+
+std::shared_ptr< SCD > SCD::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   LUMEN_ASSERT( json.HasMember( "pci" ) );
+   auto scd = std::make_shared< SCD >();
+   init( scd, json );
+   scd->pci = json[ "pci" ].GetUint();
+   forEachObject( json, "accelerators", [ & ]( const Value& object ) {
+      auto accel = Accelerator::fromJSON( object );
+      LUMEN_ASSERT( scd->accelerators.find( accel->id ) == scd->accelerators.end() );
+      accel->parent = scd.get();
+      scd->accelerators[ accel->id ] = accel;
+   } );
+   return scd;
+}
+
+std::shared_ptr< Celestica > Celestica::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   auto cel = std::make_shared< Celestica >();
+   init( cel, json );
+   forEachObject( json, "accelerators", [ & ]( const Value& object ) {
+      auto accel = Accelerator::fromJSON( object );
+      LUMEN_ASSERT( cel->accelerators.find( accel->id ) == cel->accelerators.end() );
+      accel->parent = cel.get();
+      cel->accelerators[ accel->id ] = accel;
+   } );
+   return cel;
+}
+
+std::shared_ptr< FbDomFpga > FbDomFpga::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   LUMEN_ASSERT( json.HasMember( "pci" ) );
+   auto fbdomfpga = std::make_shared< FbDomFpga >();
+   init( fbdomfpga, json );
+   fbdomfpga->pci = json[ "pci" ].GetUint();
+   forEachObject( json, "busses", [ & ]( const Value& object ) {
+      auto bus = Bus::fromJSON( object );
+      LUMEN_ASSERT( fbdomfpga->busses.find( bus->id ) == fbdomfpga->busses.end() );
+      bus->parent = fbdomfpga.get();
+      fbdomfpga->busses[ bus->id ] = bus;
+   } );
+   return fbdomfpga;
+}
+
+std::shared_ptr< LinuxFs > LinuxFs::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   auto linuxFs = std::make_shared< LinuxFs >();
+   init( linuxFs, json );
+   readDevices( linuxFs->devices, linuxFs.get(), json );
+   return linuxFs;
+}
+
+std::shared_ptr< I2C > I2C::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   auto i2c = std::make_shared< I2C >();
+   if ( json.HasMember( "simulated" ) ) {
+      i2c->simulated = json[ "simulated" ].GetBool();
+   }
+   Bus::init( i2c, json );
+   return i2c;
+}
+
+std::shared_ptr< IOPort > IOPort::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   auto ioPort = std::make_shared< IOPort >();
+   Bus::init( ioPort, json );
+   return ioPort;
+}
+
+std::shared_ptr< PLM > PLM::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   auto plm = std::make_shared< PLM >();
+   Bus::init( plm, json );
+   return plm;
+}
+
+std::shared_ptr< SccSpi > SccSpi::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   auto sccSpi = std::make_shared< SccSpi >();
+   Bus::init( sccSpi, json );
+   return sccSpi;
+}
+
+namespace {
+
+// A medium that is also a bus has two places for the link to its parent.
+template < typename Medium >
+std::shared_ptr< MediumNode > readMedium( const Value& json, const Node* root ) {
+   std::shared_ptr< Medium > medium = Medium::fromJSON( json );
+   setParent( static_cast< MediumNode& >( *medium ), root );
+   if constexpr ( std::is_base_of_v< Bus, Medium > ) {
+      setParent( static_cast< Bus& >( *medium ), root );
+   }
+   return medium;
+}
+
+struct MediumType {
+   std::string_view name;
+   std::shared_ptr< MediumNode > ( *read )( const Value&, const Node* );
+};
+
+constexpr MediumType kMediumTypes[] = {
+   { "SCD", readMedium< SCD > },         { "I2C", readMedium< I2C > },
+   { "IOPort", readMedium< IOPort > },   { "Celestica", readMedium< Celestica > },
+   { "PLM", readMedium< PLM > },         { "SccSpi", readMedium< SccSpi > },
+   { "LinuxFs", readMedium< LinuxFs > }, { "FbDomFpga", readMedium< FbDomFpga > },
+};
+
+std::shared_ptr< MediumNode > readMediumOfType( std::string_view type,
+                                                const Value& json,
+                                                const Node* root ) {
+   for ( const MediumType& row : kMediumTypes ) {
+      if ( row.name == type ) {
+         return row.read( json, root );
+      }
+   }
+   LUMEN_ASSERT( false && "Unknown type" );
+   return nullptr;
+}
+
+}  // namespace
+
+Topology* Topology::fromJSON( const Value& json ) try {
+   LUMEN_ASSERT( json.IsArray() );
+   auto topology = std::make_unique< Topology >();
+   for ( auto it = json.Begin(); it != json.End(); ++it ) {
+      LUMEN_ASSERT( it->IsObject() );
+      LUMEN_ASSERT( it->HasMember( "type" ) );
+      LUMEN_ASSERT( it->HasMember( "ham" ) );
+      auto medium = readMediumOfType( ( *it )[ "type" ].GetString(), *it, topology.get() );
+      medium->ham = ( *it )[ "ham" ].GetString();
+      topology->mediums.push_back( std::move( medium ) );
+   }
+   topology->buildIndex();
+   return topology.release();
+} catch ( const std::bad_alloc& ) {
+   return nullptr;
+}
+
+pl_status loadTopology( const char* json ) {
+   if ( _topology && _topology_json == json ) {
+      pl_trace( 2, "topology is the same as the previously loaded one (using it)" );
+      return PL_STATUS_OK;
+   }
+   pl_trace( 2, "loading topology json" );
+   Utils::Json::Document document;
+   if ( auto error = Utils::Json::parse( json, document ) ) {
+      pl_trace( 2, "failed to load topology from json: %s offset %zd", error->message,
+                static_cast< ssize_t >( error->offset ) );
+      return PL_STATUS_UNSUPPORTED;
+   }
+   _topology_index.clear();
+   Topology* topology = Topology::fromJSON( document );
+   if ( !topology ) {
+      pl_trace( 2, "failed to create topology tree" );
+      return PL_STATUS_FAILURE;
+   }
+   // An earlier tree is not freed: objects may point into it.
+   static std::vector< Topology* > loaded;
+   loaded.push_back( topology );
+   _topology = topology;
+   _topology_json = json;
+   return PL_STATUS_OK;
+}
+
+void fillAddressFromJSON( const Value& value, HamAddress& addr ) {
+   LUMEN_ASSERT( value.IsObject() );
+   LUMEN_ASSERT( value.HasMember( "address" ) );
+   uint32_t command = addr.command;
+   addr = HamAddress{ .command = command, .addrSize = 1 };
+   addr.address = value[ "address" ].GetUint();
+
+   auto store = [ &value ]( const char* key, auto assign ) {
+      auto member = value.FindMember( key );
+      if ( member != value.MemberEnd() ) {
+         assign( member->value );
+      }
+   };
+   store( "writeDelay", [ & ]( const Value& v ) { addr.writeDelay = v.GetUint(); } );
+   store( "readDelay", [ & ]( const Value& v ) { addr.readDelay = v.GetUint(); } );
+   store( "busTimeout", [ & ]( const Value& v ) { addr.busTimeout = v.GetUint(); } );
+   store( "extraDelay", [ & ]( const Value& v ) { addr.extraDelay = v.GetUint(); } );
+   if ( value.HasMember( "addrSize" ) ) {
+      addr.addrSize = value[ "addrSize" ].GetUint();
+      // Two bits hold the code, so that a 4 reads back as 0 and is refused as well.
+      LUMEN_ASSERT_TEXT( addr.addrSize == 1 || addr.addrSize == 2,
+                         "addr.addrSize == 1 || addr.addrSize == 2 || addr.addrSize == 4" );
+   }
+   store( "accel", [ & ]( const Value& v ) { addr.accelerator = v.GetUint(); } );
+   store( "writeNoStopReadCurrent",
+          [ & ]( const Value& v ) { addr.writeNoStopReadCurrent = v.GetBool(); } );
+}
+
+}  // namespace Topology

@@ -1,0 +1,246 @@
+#include "Topology/Topology.h"
+
+#include <algorithm>
+
+namespace Topology {
+
+Topology* _topology = nullptr;
+std::string _topology_json;
+std::map< std::string, Node* > _topology_index;
+
+namespace {
+
+const Node& nodeOf( const std::shared_ptr< Component >& child ) {
+   return *child;
+}
+const Node& nodeOf( const std::shared_ptr< Device >& child ) {
+   return *child;
+}
+const Node& nodeOf( const std::shared_ptr< Mux >& child ) {
+   return *child;
+}
+const Node& nodeOf( const std::shared_ptr< MediumNode >& child ) {
+   return *child;
+}
+template < typename Child >
+const Node& nodeOf( const std::pair< const uint32_t, std::shared_ptr< Child > >& child ) {
+   return *child.second;
+}
+
+template < typename Children >
+bool acceptAll( const Children& children, TopologyVisitor* visitor ) {
+   return std::ranges::all_of(
+      children, [ & ]( const auto& child ) { return nodeOf( child ).accept( visitor ); } );
+}
+
+// The node's own part of a walk: a stop below it does not spare it the visit.
+template < typename Self >
+bool visitAfter( bool goOn, const Self* self, TopologyVisitor* visitor ) {
+   bool result = visitor->visit( self );
+   return goOn && result;
+}
+
+template < typename Found >
+auto firstById( const std::vector< std::pair< uint32_t, const Found* > >& index, uint32_t id ) {
+   auto it = std::ranges::lower_bound( index, id, {}, []( const auto& row ) { return row.first; } );
+   return it != index.end() && it->first == id ? it->second : nullptr;
+}
+
+void visitUpward( const Node* node, TopologyVisitor* visitor ) {
+   for ( ; node; node = node->parent ) {
+      node->visitBy( visitor );
+   }
+}
+
+}  // namespace
+
+bool Node::accept( TopologyVisitor* visitor ) const {
+   return visitBy( visitor );
+}
+
+bool Node::visitBy( TopologyVisitor* ) const {
+   return true;
+}
+
+bool Component::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool Device::accept( TopologyVisitor* visitor ) const {
+   return visitAfter( acceptAll( components, visitor ), this, visitor );
+}
+bool Device::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool Bus::accept( TopologyVisitor* visitor ) const {
+   bool goOn = acceptAll( devices, visitor ) && acceptAll( muxes, visitor );
+   return visitBy( visitor ) && goOn;
+}
+bool Bus::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool Mux::accept( TopologyVisitor* visitor ) const {
+   return visitAfter( acceptAll( busses, visitor ), this, visitor );
+}
+bool Mux::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool Accelerator::accept( TopologyVisitor* visitor ) const {
+   return visitAfter( acceptAll( busses, visitor ), this, visitor );
+}
+bool Accelerator::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool SCD::accept( TopologyVisitor* visitor ) const {
+   return visitAfter( acceptAll( accelerators, visitor ), this, visitor );
+}
+bool SCD::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool Celestica::accept( TopologyVisitor* visitor ) const {
+   return visitAfter( acceptAll( accelerators, visitor ), this, visitor );
+}
+bool Celestica::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool FbDomFpga::accept( TopologyVisitor* visitor ) const {
+   return visitAfter( acceptAll( busses, visitor ), this, visitor );
+}
+bool FbDomFpga::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool LinuxFs::accept( TopologyVisitor* visitor ) const {
+   return visitAfter( acceptAll( devices, visitor ), this, visitor );
+}
+bool LinuxFs::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+// The children are the bus's; the visit at their end is the medium's own.
+bool I2C::accept( TopologyVisitor* visitor ) const {
+   return Bus::accept( visitor );
+}
+bool I2C::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool IOPort::accept( TopologyVisitor* visitor ) const {
+   return Bus::accept( visitor );
+}
+bool IOPort::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool PLM::accept( TopologyVisitor* visitor ) const {
+   return Bus::accept( visitor );
+}
+bool PLM::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool SccSpi::accept( TopologyVisitor* visitor ) const {
+   return Bus::accept( visitor );
+}
+bool SccSpi::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+bool Topology::accept( TopologyVisitor* visitor ) const {
+   return visitAfter( acceptAll( mediums, visitor ), this, visitor );
+}
+bool Topology::visitBy( TopologyVisitor* visitor ) const {
+   return visitor->visit( this );
+}
+
+// Collects in walk order, so that the stable sort keeps the first of equal ids in front.
+class Topology::Indexer final : public TopologyVisitor {
+ public:
+   explicit Indexer( Topology& topology ) : topology_( topology ) {}
+
+   using TopologyVisitor::visit;
+   bool visit( const Device* device ) override {
+      topology_.devices_.emplace_back( device->did, device );
+      return true;
+   }
+   bool visit( const Component* component ) override {
+      topology_.components_.emplace_back( component->uid, component );
+      return true;
+   }
+
+ private:
+   Topology& topology_;
+};
+
+void Topology::buildIndex() {
+   Indexer indexer( *this );
+   accept( &indexer );
+   auto byId = []( const auto& row ) { return row.first; };
+   std::ranges::stable_sort( devices_, {}, byId );
+   std::ranges::stable_sort( components_, {}, byId );
+   devices_.shrink_to_fit();
+   components_.shrink_to_fit();
+}
+
+const Device* Topology::findDevice( uint32_t did ) const {
+   return firstById( devices_, did );
+}
+
+const Component* Topology::findComponent( uint32_t uid ) const {
+   return firstById( components_, uid );
+}
+
+bool Topology::acceptFromDevice( uint32_t did, TopologyVisitor* visitor ) const {
+   const Device* device = findDevice( did );
+   visitUpward( device, visitor );
+   return device;
+}
+
+bool Topology::acceptFromComponent( uint32_t uid, TopologyVisitor* visitor ) const {
+   const Component* component = findComponent( uid );
+   visitUpward( component, visitor );
+   return component;
+}
+
+bool SearchDeviceVisitor::visit( const Device* node ) {
+   if ( node->did != did ) {
+      return true;
+   }
+   pl_trace( 2, "Device %u found in topology", did );
+   device = node;
+   found = true;
+   return false;
+}
+
+const Device* findDevice( uint32_t did ) {
+   SearchDeviceVisitor visitor( did );
+   if ( const Device* device = _topology ? _topology->findDevice( did ) : nullptr ) {
+      device->visitBy( &visitor );
+   }
+   return visitor.device;
+}
+
+Node* getNodeByLabel( const char* label ) {
+   auto it = _topology_index.find( label );
+   return it == _topology_index.end() ? nullptr : it->second;
+}
+
+Device* getDeviceByLabel( const char* label ) {
+   return dynamic_cast< Device* >( getNodeByLabel( label ) );
+}
+
+Bus* getBusByLabel( const char* label ) {
+   return dynamic_cast< Bus* >( getNodeByLabel( label ) );
+}
+
+bool isDeviceObject( const char* text ) {
+   return text[ 0 ] == '{';
+}
+
+}  // namespace Topology
