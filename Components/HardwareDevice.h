@@ -14,8 +14,12 @@ class HardwareDevice : public DeviceBase {
    // long as the device.
    virtual const Utils::ExpectedValues& expectedValues() { return emptyExpectedValues; }
 
-   // Null when the device has none, and during the driver's factory.
-   Ham::Ham* ham() const { return ham_; }
+   // To use registers without a HAM ("provideHam": 0, or during the driver's factory) is an
+   // assertion.
+   Ham::Ham* ham() const {
+      LUMEN_ASSERT( ham_ );
+      return ham_;
+   }
 
    // The device of the arguments, found by its device id or created with `ham`; without one, a HAM
    // is made from the topology. Null after a trace.

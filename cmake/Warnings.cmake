@@ -3,8 +3,7 @@ add_library(lumen-options INTERFACE)
 target_compile_options(lumen-options INTERFACE
   -Wall -Wextra -Wshadow -Wvla -Wformat=2 -Wcast-align -Werror
   $<$<COMPILE_LANGUAGE:CXX>:-Wpedantic -Woverloaded-virtual -Wextra-semi>
-  -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
-  -fmacro-prefix-map=${CMAKE_BINARY_DIR}/=)
+  -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
 target_include_directories(lumen-options INTERFACE ${CMAKE_SOURCE_DIR})
 if(LUMEN_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
