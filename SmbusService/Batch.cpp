@@ -1,0 +1,165 @@
+#include "SmbusService/Batch.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <functional>
+#include <system_error>
+#include <thread>
+
+#include "Platform/Frame.h"
+
+namespace SmbusService {
+
+namespace {
+
+constexpr size_t kResponseOverhead = 8;  // tags and lengths around the bytes of one answer
+
+std::string wordsFor( int error ) {
+   switch ( error ) {
+      case ENXIO:
+      case EREMOTEIO:
+         return "no acknowledge";
+      case ETIMEDOUT:
+         return "timed out";
+      case EIO:
+         return "short answer";
+      case EPROTO:
+      case EBADMSG:
+         return "corrupt answer";
+      case EAGAIN:
+         return "lost arbitration";
+      case EOPNOTSUPP:
+         return "not supported by the adapter";
+      default:
+         return std::generic_category().message( error );
+   }
+}
+
+void pauseAfter( const Transfer& transfer ) {
+   bool reads = transfer.type == Smbus::REQUEST_READ || transfer.type == Smbus::REQUEST_BLOCK_READ;
+   auto delay = reads ? transfer.address.readDelay : transfer.address.writeDelay;
+   if ( delay.count() ) {
+      std::this_thread::sleep_for( delay );
+   }
+}
+
+void refuse( int error, std::string why, Smbus::TransactionResponse& reply ) {
+   reply.clear_response();
+   reply.set_failure( error );
+   reply.set_error( std::move( why ) );
+}
+
+}  // namespace
+
+void Batch::execute( const Smbus::TransactionRequest& batch, Smbus::TransactionResponse& reply ) {
+   reply.Clear();
+   if ( prepare( batch, reply ) ) {
+      lockAdapters();
+      run( std::min( batch.retry_count(), kMaxRetries ), reply );
+      locks_.clear();
+   }
+}
+
+// Decodes and checks all requests before the first is executed.
+bool Batch::prepare( const Smbus::TransactionRequest& batch, Smbus::TransactionResponse& reply ) {
+   steps_.clear();
+   count_ = static_cast< size_t >( batch.request_size() );
+   if ( batch.request_size() > kMaxRequests ) {
+      refuse( E2BIG, fmt::format( "{} requests in a batch, at most {}", count_, kMaxRequests ),
+              reply );
+      return false;
+   }
+   size_t answerLimit = 0;
+   for ( const Smbus::Request& request : batch.request() ) {
+      steps_.push_back( { decode( request ), nullptr } );
+      Step& step = steps_.back();
+      if ( auto problem = problemOf( request, step.transfer ) ) {
+         fail( steps_.size() - 1, EINVAL, *problem, reply );
+         return false;
+      }
+      const Step* before = steps_.size() > 1 ? &step - 1 : nullptr;
+      step.adapter = before && before->transfer.adapter == step.transfer.adapter
+                        ? before->adapter
+                        : backend_.findAdapter( step.transfer.adapter );
+      if ( !step.adapter ) {
+         fail( steps_.size() - 1, ENODEV, "no such adapter", reply );
+         return false;
+      }
+      answerLimit += step.transfer.answerLimit() + kResponseOverhead;
+   }
+   if ( answerLimit > PlatformLibrary::Frame::kMaxPayload ) {
+      refuse( EMSGSIZE, "the answers are too long for one reply", reply );
+      return false;
+   }
+   return true;
+}
+
+// In the order of their places in memory, the same for every batch, so that two batches never wait
+// for each other.
+void Batch::lockAdapters() {
+   adapters_.clear();
+   for ( const Step& step : steps_ ) {
+      if ( adapters_.empty() || adapters_.back() != step.adapter ) {
+         adapters_.push_back( step.adapter );
+      }
+   }
+   std::sort( adapters_.begin(), adapters_.end(), std::less<>() );
+   auto end = std::unique( adapters_.begin(), adapters_.end() );
+   for ( auto adapter = adapters_.begin(); adapter != end; ++adapter ) {
+      locks_.emplace_back( ( *adapter )->mutex );
+   }
+}
+
+void Batch::run( uint32_t retries, Smbus::TransactionResponse& reply ) {
+   size_t resets = firstReset();
+   bool failed = false;
+   for ( size_t i = 0; i < steps_.size(); i = failed ? std::max( i + 1, resets ) : i + 1 ) {
+      bool answers = !failed && steps_[ i ].transfer.reads();
+      Smbus::Response* response = failed ? nullptr : reply.add_response();
+      std::string& answer = answers ? *response->mutable_data() : scratch_;
+      int error = attempt( steps_[ i ], retries, answer );
+      if ( error && !failed ) {
+         failed = true;
+         fail( i, error, wordsFor( error ), reply );
+      }
+   }
+}
+
+int Batch::attempt( const Step& step, uint32_t retries, std::string& answer ) {
+   while ( true ) {
+      int error = step.adapter->transfer( step.transfer, answer );
+      pauseAfter( step.transfer );
+      if ( error == ENXIO && step.transfer.acknowledgeOptional && !step.transfer.reads() ) {
+         return 0;
+      }
+      if ( !error || retries-- == 0 ) {
+         return error;
+      }
+   }
+}
+
+size_t Batch::firstReset() const {
+   size_t first = steps_.size();
+   while ( first > 0 ) {
+      const Transfer& transfer = steps_[ first - 1 ].transfer;
+      if ( !transfer.isSendByte() || transfer.reg != 0 ) {
+         break;
+      }
+      --first;
+   }
+   return first;
+}
+
+void Batch::fail( size_t index,
+                  int error,
+                  std::string_view why,
+                  Smbus::TransactionResponse& reply ) const {
+   const Transfer& transfer = steps_[ index ].transfer;
+   refuse( error,
+           fmt::format( "request {} of {}: {}: {}", index + 1, count_, describe( transfer ), why ),
+           reply );
+}
+
+}  // namespace SmbusService

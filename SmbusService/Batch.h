@@ -1,0 +1,47 @@
+#pragma once
+
+#include <mutex>
+#include <vector>
+
+#include "SmbusService/Backend.h"
+
+namespace SmbusService {
+
+constexpr int kMaxRequests = 256;
+constexpr uint32_t kMaxRetries = 100;  // a greater retry count counts as this
+
+// Executes batches for one client. The object keeps its memory from batch to batch.
+//
+// A batch is refused whole when one of its requests is malformed; otherwise its requests run in
+// order, with every adapter that it names locked from the first to the last. A request that fails
+// ends the batch, but the batch's trailing run of mux resets (send-byte 0) is executed to its end
+// in any case, so that no failure leaves a channel open.
+class Batch {
+ public:
+   explicit Batch( Backend& backend ) : backend_( backend ) {}
+
+   // Replaces the reply: one response per request, or `failure` and `error`.
+   void execute( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
+
+ private:
+   struct Step {
+      Transfer transfer;
+      Adapter* adapter;
+   };
+
+   bool prepare( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
+   void lockAdapters();
+   void run( uint32_t retries, Smbus::TransactionResponse& );
+   int attempt( const Step&, uint32_t retries, std::string& answer );
+   size_t firstReset() const;
+   void fail( size_t index, int error, std::string_view why, Smbus::TransactionResponse& ) const;
+
+   Backend& backend_;
+   std::vector< Step > steps_;
+   size_t count_ = 0;  // requests in the batch
+   std::vector< Adapter* > adapters_;
+   std::vector< std::unique_lock< std::mutex > > locks_;
+   std::string scratch_;
+};
+
+}  // namespace SmbusService

@@ -1,0 +1,135 @@
+#include "SmbusService/Connection.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "Platform/Frame.h"
+
+namespace SmbusService {
+
+namespace {
+
+namespace Frame = PlatformLibrary::Frame;
+
+constexpr size_t kReceiveSize = 4096;  // most batches fit, so that one call receives them whole
+constexpr std::chrono::seconds kTimeLimit( 5 );  // for the rest of a frame, and for a reply
+
+bool isTransient( int error ) {
+   return error == EINTR || error == EAGAIN;
+}
+
+bool waitUntilReadable( int descriptor, std::chrono::steady_clock::time_point due ) {
+   while ( true ) {
+      auto left =
+         std::chrono::ceil< std::chrono::milliseconds >( due - std::chrono::steady_clock::now() );
+      pollfd entry{ descriptor, POLLIN, 0 };
+      int ready = poll( &entry, 1, static_cast< int >( std::max< int64_t >( left.count(), 0 ) ) );
+      if ( ready >= 0 || errno != EINTR ) {
+         return ready > 0;
+      }
+   }
+}
+
+}  // namespace
+
+Connection::Connection( int descriptor, Backend& backend )
+    : descriptor_( descriptor ), batch_( backend ), input_( kReceiveSize ) {
+   timeval limit{ .tv_sec = kTimeLimit.count(), .tv_usec = 0 };
+   setsockopt( descriptor_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit );
+}
+
+void Connection::serve() {
+   while ( !finishing_ && receiveFrame() ) {
+      const char* payload = input_.data() + begin_ + Frame::kHeaderSize;
+      if ( !request_.ParseFromArray( payload, static_cast< int >( payload_ ) ) ) {
+         break;
+      }
+      begin_ += Frame::kHeaderSize + payload_;
+      batch_.execute( request_, reply_ );
+      if ( !sendReply() ) {
+         break;
+      }
+   }
+}
+
+void Connection::finish() {
+   finishing_ = true;
+   shutdown( descriptor_, SHUT_RD );
+}
+
+bool Connection::receiveFrame() {
+   Clock::time_point due{};
+   while ( true ) {
+      size_t available = end_ - begin_;
+      size_t wanted = Frame::kHeaderSize;
+      if ( available >= wanted ) {
+         payload_ = Frame::payloadLength( input_.data() + begin_ );
+         if ( payload_ > Frame::kMaxPayload ) {
+            return false;
+         }
+         wanted += payload_;
+         if ( available >= wanted ) {
+            return true;
+         }
+      }
+      if ( !receiveMore( wanted, due ) ) {
+         return false;
+      }
+   }
+}
+
+// A client may be silent for as long as it likes, but not within a frame.
+bool Connection::receiveMore( size_t wanted, Clock::time_point& due ) {
+   if ( begin_ != end_ ) {
+      if ( due == Clock::time_point{} ) {
+         due = Clock::now() + kTimeLimit;
+      }
+      if ( !waitUntilReadable( descriptor_, due ) ) {
+         return false;
+      }
+   }
+   makeRoom( wanted );
+   ssize_t count = recv( descriptor_, input_.data() + end_, input_.size() - end_, 0 );
+   if ( count > 0 ) {
+      end_ += static_cast< size_t >( count );
+   }
+   return count > 0 || ( count < 0 && isTransient( errno ) );
+}
+
+void Connection::makeRoom( size_t wanted ) {
+   memmove( input_.data(), input_.data() + begin_, end_ - begin_ );
+   end_ -= begin_;
+   begin_ = 0;
+   if ( input_.size() < wanted ) {
+      input_.resize( wanted );
+   }
+}
+
+bool Connection::sendReply() {
+   if ( !Frame::encode( reply_, output_ ) ) {
+      return false;
+   }
+   Clock::time_point due{};
+   for ( size_t sent = 0; sent < output_.size(); ) {
+      if ( sent ) {
+         due = due == Clock::time_point{} ? Clock::now() + kTimeLimit : due;
+         if ( Clock::now() > due ) {
+            return false;
+         }
+      }
+      ssize_t count =
+         send( descriptor_, output_.data() + sent, output_.size() - sent, MSG_NOSIGNAL );
+      if ( count < 0 && errno != EINTR ) {
+         return false;
+      }
+      sent += count > 0 ? static_cast< size_t >( count ) : 0;
+   }
+   return true;
+}
+
+}  // namespace SmbusService

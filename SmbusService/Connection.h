@@ -1,0 +1,46 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "SmbusService/Batch.h"
+
+namespace SmbusService {
+
+// Serves one client with blocking calls, on a thread of its own: a request costs one receive and
+// a reply one send. The descriptor stays the caller's.
+class Connection {
+ public:
+   Connection( int descriptor, Backend& );
+
+   // Returns when the client leaves, breaks the protocol, dawdles within a frame, or finish() is
+   // called.
+   void serve();
+
+   // The batch in hand is still executed and answered. Thread safe.
+   void finish();
+
+ private:
+   using Clock = std::chrono::steady_clock;
+
+   bool receiveFrame();
+   bool receiveMore( size_t wanted, Clock::time_point& due );
+   void makeRoom( size_t wanted );
+   bool sendReply();
+
+   int descriptor_;
+   std::atomic< bool > finishing_{ false };
+   Batch batch_;
+   Smbus::TransactionRequest request_;
+   Smbus::TransactionResponse reply_;
+   std::vector< char > input_;
+   size_t begin_ = 0;  // bytes of input_ in use
+   size_t end_ = 0;
+   size_t payload_ = 0;  // bytes of the frame at begin_
+   std::string output_;
+};
+
+}  // namespace SmbusService

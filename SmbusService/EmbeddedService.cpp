@@ -1,0 +1,158 @@
+#include "SmbusService/EmbeddedService.h"
+
+#include <fmt/format.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <asio/signal_set.hpp>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+#include "SmbusService/Emulator/BoardLoader.h"
+#include "SmbusService/Server.h"
+
+namespace SmbusService {
+
+namespace {
+
+constexpr int kStopLimitMs = 5000;
+constexpr size_t kLongestDirectory = 80;  // a socket's path has room for 107 characters
+
+[[noreturn]] void fail( const char* what ) {
+   throw std::runtime_error(
+      fmt::format( "{}: {}", what, std::generic_category().message( errno ) ) );
+}
+
+std::string makeDirectory() {
+   const char* configured = getenv( "TMPDIR" );
+   std::string parent = configured && *configured ? configured : "/tmp";
+   std::string path = ( parent.size() > kLongestDirectory ? "/tmp" : parent ) + "/lumen-XXXXXX";
+   if ( !mkdtemp( path.data() ) ) {
+      fail( path.c_str() );
+   }
+   return path;
+}
+
+void removeDirectory( const std::string& socketPath ) {
+   unlink( socketPath.c_str() );
+   rmdir( std::filesystem::path( socketPath ).parent_path().c_str() );
+}
+
+// The process's own handlers do not belong in the child, and what the terminal sends to the whole
+// group is the owner's to handle.
+void settleSignals() {
+   for ( int number = 1; number < NSIG; ++number ) {
+      signal( number, SIG_DFL );
+   }
+   for ( int number : { SIGINT, SIGQUIT, SIGHUP, SIGTSTP, SIGPIPE } ) {
+      signal( number, SIG_IGN );
+   }
+}
+
+void unblockSignals() {
+   sigset_t none;
+   sigemptyset( &none );
+   sigprocmask( SIG_SETMASK, &none, nullptr );
+}
+
+// The child. What it writes to the pipe is an error text, or one zero byte when it listens.
+void serve( Backend& backend, const std::string& path, pid_t owner, int report ) {
+   prctl( PR_SET_PDEATHSIG, SIGTERM );
+   if ( getppid() != owner ) {
+      return;
+   }
+   settleSignals();
+   asio::io_context context( 1 );
+   asio::signal_set signals( context, SIGTERM );
+   Server server( context, backend, path );
+   signals.async_wait( [ & ]( asio::error_code, int ) { server.stop(); } );
+   unblockSignals();
+   if ( write( report, "", 1 ) == 1 ) {
+      context.run();
+   }
+}
+
+[[noreturn]] void runChild( Backend& backend, const std::string& path, pid_t owner, int report ) {
+   try {
+      serve( backend, path, owner, report );
+   } catch ( const std::exception& error ) {
+      std::string text = error.what();
+      [[maybe_unused]] ssize_t written = write( report, text.data(), text.size() );
+   }
+   removeDirectory( path );
+   _exit( 0 );
+}
+
+// Empty when the child listens.
+std::string readReport( int report ) {
+   char text[ 1024 ];
+   ssize_t size;
+   do {
+      size = read( report, text, sizeof text );
+   } while ( size < 0 && errno == EINTR );
+   if ( size == 1 && text[ 0 ] == '\0' ) {
+      return {};
+   }
+   return size > 0 ? std::string( text, static_cast< size_t >( size ) )
+                   : "the board's service did not start";
+}
+
+}  // namespace
+
+EmbeddedService::EmbeddedService( const std::string& boardDirectory ) : owner_( getpid() ) {
+   std::unique_ptr< Backend > board = Emulator::loadBoard( boardDirectory );
+   int ends[ 2 ];
+   if ( pipe2( ends, O_CLOEXEC ) < 0 ) {
+      fail( "pipe" );
+   }
+   path_ = makeDirectory() + "/smbus.sock";
+   sigset_t all;
+   sigset_t before;
+   sigfillset( &all );
+   pthread_sigmask( SIG_SETMASK, &all, &before );
+   child_ = fork();
+   if ( child_ == 0 ) {
+      close( ends[ 0 ] );
+      runChild( *board, path_, owner_, ends[ 1 ] );
+   }
+   int error = errno;
+   pthread_sigmask( SIG_SETMASK, &before, nullptr );
+   close( ends[ 1 ] );
+   life_ = ends[ 0 ];
+   std::string problem =
+      child_ < 0 ? std::generic_category().message( error ) : readReport( life_ );
+   if ( !problem.empty() ) {
+      stop();
+      throw std::runtime_error( problem );
+   }
+}
+
+EmbeddedService::~EmbeddedService() {
+   if ( getpid() == owner_ ) {
+      stop();
+   } else {
+      close( life_ );
+   }
+}
+
+void EmbeddedService::stop() {
+   if ( child_ > 0 ) {
+      kill( child_, SIGTERM );
+      pollfd life{ life_, POLLIN, 0 };
+      if ( poll( &life, 1, kStopLimitMs ) == 0 ) {
+         kill( child_, SIGKILL );
+      }
+      while ( waitpid( child_, nullptr, 0 ) < 0 && errno == EINTR ) {
+      }
+   }
+   close( life_ );
+   removeDirectory( path_ );
+}
+
+}  // namespace SmbusService

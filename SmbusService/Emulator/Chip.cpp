@@ -1,0 +1,30 @@
+#include "SmbusService/Emulator/Chip.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <stdexcept>
+
+namespace SmbusService::Emulator {
+
+void Chip::set( std::string_view quantity, double ) {
+   unknownQuantity( quantity );
+}
+
+double Chip::get( std::string_view quantity ) const {
+   unknownQuantity( quantity );
+}
+
+void Chip::load( std::string_view ) {
+   throw std::invalid_argument( "the chip has no memory to fill" );
+}
+
+void Chip::unknownQuantity( std::string_view name ) const {
+   std::vector< std::string > known = quantities();
+   throw std::invalid_argument(
+      known.empty() ? fmt::format( "unknown quantity '{}'; this chip has none", name )
+                    : fmt::format( "unknown quantity '{}'; this chip has {}", name,
+                                   fmt::join( known, ", " ) ) );
+}
+
+}  // namespace SmbusService::Emulator

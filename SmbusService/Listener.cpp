@@ -1,0 +1,123 @@
+#include "SmbusService/Listener.h"
+
+#include <fmt/format.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stdexcept>
+
+namespace SmbusService {
+
+namespace {
+
+using asio::local::stream_protocol;
+
+constexpr mode_t kMode = 0660;
+constexpr std::chrono::milliseconds kRetryDelay( 100 );
+
+bool isShortage( int error ) {
+   return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
+[[noreturn]] void refuse( const std::string& path, const std::string& why ) {
+   throw std::runtime_error( fmt::format( "cannot listen at {}: {}", path, why ) );
+}
+
+// Does not wait: a server whose queue is full is in use, too.
+bool isAnswered( const stream_protocol::endpoint& endpoint ) {
+   asio::io_context context;
+   stream_protocol::socket socket( context, stream_protocol() );
+   socket.native_non_blocking( true );
+   int result = ::connect( socket.native_handle(), endpoint.data(),
+                           static_cast< socklen_t >( endpoint.size() ) );
+   return result == 0 || ( errno != ECONNREFUSED && errno != ENOENT );
+}
+
+void makeWay( const std::string& path, const stream_protocol::endpoint& endpoint ) {
+   struct stat status;
+   if ( lstat( path.c_str(), &status ) < 0 ) {
+      return;
+   }
+   if ( !S_ISSOCK( status.st_mode ) ) {
+      refuse( path, "the file exists and is no socket" );
+   }
+   if ( isAnswered( endpoint ) ) {
+      refuse( path, "another server answers there" );
+   }
+   unlink( path.c_str() );
+}
+
+}  // namespace
+
+Listener::Listener( asio::io_context& context, std::string path )
+    : path_( std::move( path ) ), acceptor_( context ), timer_( context ) {
+   try {
+      stream_protocol::endpoint endpoint( path_ );
+      makeWay( path_, endpoint );
+      acceptor_.open();
+      // Linux gives the file the socket's own mode, so that nobody else gets in between bind() and
+      // chmod(), which adds what the process's umask took away.
+      fchmod( acceptor_.native_handle(), kMode );
+      acceptor_.bind( endpoint );
+   } catch ( const asio::system_error& error ) {
+      refuse( path_, error.code().message() );
+   }
+   try {
+      chmod( path_.c_str(), kMode );
+      acceptor_.listen();
+      acceptor_.non_blocking( true );
+   } catch ( const asio::system_error& error ) {
+      unlink( path_.c_str() );
+      refuse( path_, error.code().message() );
+   }
+}
+
+Listener::~Listener() {
+   close();
+}
+
+void Listener::close() {
+   if ( acceptor_.is_open() ) {
+      unlink( path_.c_str() );
+      asio::error_code ignored;
+      acceptor_.close( ignored );
+      timer_.cancel();
+   }
+}
+
+void Listener::accept( std::function< void( int descriptor ) > onClient ) {
+   onClient_ = std::move( onClient );
+   waitForClient();
+}
+
+void Listener::waitForClient() {
+   acceptor_.async_wait( stream_protocol::acceptor::wait_read, [ this ]( asio::error_code error ) {
+      if ( !error ) {
+         acceptClient();
+      }
+   } );
+}
+
+// Short of descriptors or memory, the client that waits would be announced again at once.
+void Listener::acceptClient() {
+   if ( !acceptor_.is_open() ) {
+      return;
+   }
+   int descriptor = accept4( acceptor_.native_handle(), nullptr, nullptr, SOCK_CLOEXEC );
+   if ( descriptor >= 0 ) {
+      onClient_( descriptor );
+   } else if ( isShortage( errno ) ) {
+      timer_.expires_after( kRetryDelay );
+      timer_.async_wait( [ this ]( asio::error_code error ) {
+         if ( !error ) {
+            waitForClient();
+         }
+      } );
+      return;
+   }
+   waitForClient();
+}
+
+}  // namespace SmbusService

@@ -1,0 +1,133 @@
+#include "SmbusService/Transfer.h"
+
+#include <fmt/format.h>
+
+namespace SmbusService {
+
+namespace {
+
+std::string bytes( size_t count ) {
+   return fmt::format( "{} byte{}", count, count == 1 ? "" : "s" );
+}
+
+std::string operation( const Transfer& transfer ) {
+   switch ( transfer.type ) {
+      case Smbus::REQUEST_READ:
+         return transfer.size ? "read " + bytes( transfer.size ) : "receive byte";
+      case Smbus::REQUEST_WRITE:
+         return transfer.size ? "write " + bytes( transfer.size )
+                              : fmt::format( "send byte 0x{:02x}", transfer.reg );
+      case Smbus::REQUEST_PROCESS_CALL:
+         return "process call";
+      case Smbus::REQUEST_BLOCK_READ:
+         return "block read";
+      case Smbus::REQUEST_BLOCK_WRITE:
+         return "block write " + bytes( transfer.size );
+   }
+   return "unknown operation";
+}
+
+bool registerFits( const Transfer& transfer ) {
+   uint8_t size = transfer.isSendByte() ? 1 : transfer.address.registerSize;
+   return size >= sizeof transfer.reg || transfer.reg >> 8 * size == 0;
+}
+
+// Bytes of data that the request must carry.
+uint32_t dataSize( const Transfer& transfer ) {
+   switch ( transfer.type ) {
+      case Smbus::REQUEST_WRITE:
+      case Smbus::REQUEST_BLOCK_WRITE:
+      case Smbus::REQUEST_PROCESS_CALL:
+         return transfer.size;
+      default:
+         return 0;
+   }
+}
+
+}  // namespace
+
+AdapterId AdapterId::of( Smbus::MasterType master,
+                         uint32_t pci,
+                         uint8_t accelerator,
+                         uint8_t bus ) {
+   switch ( master ) {
+      case Smbus::MASTER_SCD:
+      case Smbus::MASTER_CELESTICA:
+         return { master, pci, accelerator, bus };
+      case Smbus::MASTER_FB_DOM_FPGA:
+         return { master, pci, 0, bus };
+      default:
+         return { master, pci, 0, 0 };
+   }
+}
+
+uint32_t Transfer::answerLimit() const {
+   switch ( type ) {
+      case Smbus::REQUEST_READ:
+         return size ? size : 1;
+      case Smbus::REQUEST_PROCESS_CALL:
+         return 2;
+      case Smbus::REQUEST_BLOCK_READ:
+         return kMaxBlockSize;
+      default:
+         return 0;
+   }
+}
+
+Transfer decode( const Smbus::Request& request ) {
+   AddressWord address = decodeAddressWord( request.address() );
+   return {
+      .type = request.type(),
+      .address = address,
+      .adapter =
+         AdapterId::of( request.mastertype(), request.pci(), address.accelerator, address.bus ),
+      .reg = request.reg(),
+      .size = request.size(),
+      .data = request.data(),
+      .acknowledgeOptional = request.flag(),
+   };
+}
+
+std::optional< std::string > problemOf( const Smbus::Request& request, const Transfer& transfer ) {
+   // A value that the enumeration does not have reads as an absent field.
+   if ( !request.has_type() ) {
+      return "missing or unknown request type";
+   }
+   if ( !request.has_mastertype() ) {
+      return "missing or unknown master type";
+   }
+   if ( !transfer.address.registerSize ) {
+      return "meaningless register size code";
+   }
+   if ( !registerFits( transfer ) ) {
+      return fmt::format( "register number 0x{:x} is too wide", transfer.reg );
+   }
+   bool isBlock = transfer.type == Smbus::REQUEST_BLOCK_WRITE;
+   uint32_t limit = isBlock ? kMaxBlockSize : kMaxTransferSize;
+   if ( transfer.size > limit ) {
+      return fmt::format( "more than {} bytes", limit );
+   }
+   if ( transfer.type == Smbus::REQUEST_PROCESS_CALL && transfer.size != 2 ) {
+      return "a process call has a word of data";
+   }
+   if ( transfer.data.size() != dataSize( transfer ) ) {
+      return bytes( transfer.data.size() ) + " of data where " + bytes( dataSize( transfer ) ) +
+             " belong";
+   }
+   return std::nullopt;
+}
+
+std::string describe( const Transfer& transfer ) {
+   std::string text = operation( transfer );
+   if ( !transfer.isSendByte() && !transfer.isReceiveByte() ) {
+      text +=
+         fmt::format( ", register 0x{:0{}x}", transfer.reg, 2 * transfer.address.registerSize );
+   }
+   text += fmt::format( ", device 0x{:02x}", transfer.address.device );
+   if ( transfer.adapter.accelerator ) {
+      text += fmt::format( ", accelerator {}", transfer.adapter.accelerator );
+   }
+   return text + fmt::format( ", bus {}", transfer.adapter.bus );
+}
+
+}  // namespace SmbusService

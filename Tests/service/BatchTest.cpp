@@ -1,0 +1,251 @@
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <map>
+#include <thread>
+
+#include "SmbusService/Batch.h"
+#include "Tests/service/Support.h"
+
+using namespace Tests;
+using namespace SmbusService;
+using std::chrono::milliseconds;
+using testing::ElementsAre;
+
+namespace {
+
+// Notes each transfer; fails those that `errors` names, as often as it says.
+class FakeAdapter : public Adapter {
+ public:
+   struct Error {
+      int error;
+      int count = 1;
+   };
+
+   int transfer( const Transfer& transfer, std::string& answer ) override {
+      std::string text = describe( transfer );
+      text.resize( text.find( ", bus" ) );
+      log.push_back( text );
+      answer = std::string( transfer.answerLimit(), '\x11' );
+      if ( inTransfer ) {
+         inTransfer();
+      }
+      auto error = errors.find( text );
+      return error != errors.end() && error->second.count-- > 0 ? error->second.error : 0;
+   }
+
+   std::vector< std::string > log;
+   std::map< std::string, Error > errors;
+   std::function< void() > inTransfer;
+};
+
+// SCD adapters by bus number.
+class FakeBackend : public Backend {
+ public:
+   Adapter* findAdapter( const AdapterId& id ) override {
+      auto adapter = adapters.find( id.bus );
+      return adapter == adapters.end() ? nullptr : &adapter->second;
+   }
+   std::map< uint8_t, FakeAdapter > adapters;
+};
+
+Smbus::Request onBus( uint8_t bus, Smbus::Request request ) {
+   request.set_mastertype( Smbus::MASTER_SCD );
+   request.set_address( request.address() | bus << 7 );
+   return request;
+}
+
+class BatchTest : public testing::Test {
+ protected:
+   FakeBackend backend;
+   FakeAdapter& adapter = backend.adapters[ 0 ];
+};
+
+constexpr int kForever = 1000000;
+
+}  // namespace
+
+TEST_F( BatchTest, AnswersEachRequest ) {
+   EXPECT_EQ( execute( backend, batchOf( { sendByte( 0x70, 4 ), readBytes( 0x48, 0, 2 ),
+                                           writeBytes( 0x48, 1, "x" ), readBytes( 0x48, 0, 0 ),
+                                           sendByte( 0x70, 0 ) } ) ),
+              "- 1111 - 11 -" );
+   EXPECT_EQ( execute( backend, batchOf( {} ) ), "" );
+}
+
+TEST_F( BatchTest, FailureEndsTheBatchButNotItsMuxResets ) {
+   auto batch = batchOf( { sendByte( 0x70, 1 ), sendByte( 0x71, 2 ), writeBytes( 0x48, 1, "x" ),
+                           sendByte( 0x48, 0 ), readBytes( 0x48, 0, 2 ), sendByte( 0x71, 0 ),
+                           sendByte( 0x70, 0 ) } );
+   const std::string outer = "send byte 0x01, device 0x70";
+   const std::string inner = "send byte 0x02, device 0x71";
+   const std::string writing = "write 1 byte, register 0x01, device 0x48";
+   const std::string zero = "send byte 0x00, device 0x48";
+   const std::string reading = "read 2 bytes, register 0x00, device 0x48";
+   const std::string innerReset = "send byte 0x00, device 0x71";
+   const std::string outerReset = "send byte 0x00, device 0x70";
+   const std::vector< std::string > all{ outer,   inner,      writing,   zero,
+                                         reading, innerReset, outerReset };
+
+   constexpr size_t kFirstReset = 5;
+   for ( size_t failing = 0; failing < all.size(); ++failing ) {
+      std::vector< std::string > expected;
+      for ( size_t i = 0; i < all.size(); ++i ) {
+         if ( i <= failing || i >= kFirstReset ) {
+            expected.push_back( all[ i ] );
+         }
+      }
+      adapter.log.clear();
+      adapter.errors = { { all[ failing ], { ENXIO } } };
+      if ( failing < kFirstReset ) {
+         adapter.errors[ innerReset ] = { EIO };  // neither stops the outer one nor is reported
+      }
+      EXPECT_EQ( execute( backend, batch ), "request " + std::to_string( failing + 1 ) + " of 7: " +
+                                               all[ failing ] + ", bus 0: no acknowledge" );
+      EXPECT_EQ( adapter.log, expected ) << failing;
+   }
+}
+
+TEST_F( BatchTest, FailureHasErrnoAndWords ) {
+   for ( auto [ error, words ] :
+         { std::pair( ENXIO, "no acknowledge" ), std::pair( ETIMEDOUT, "timed out" ),
+           std::pair( EIO, "short answer" ), std::pair( EPROTO, "corrupt answer" ),
+           std::pair( EACCES, "Permission denied" ) } ) {
+      adapter.errors = { { "read 2 bytes, register 0x00, device 0x48", { error } } };
+      Smbus::TransactionResponse reply;
+      Batch( backend ).execute( batchOf( { sendByte( 0x70, 1 ), readBytes( 0x48, 0, 2 ) } ),
+                                reply );
+      EXPECT_EQ( reply.failure(), error );
+      EXPECT_EQ(
+         reply.error(),
+         std::string( "request 2 of 2: read 2 bytes, register 0x00, device 0x48, bus 0: " ) +
+            words );
+   }
+}
+
+TEST_F( BatchTest, FailingRequestIsRepeatedAsOftenAsAsked ) {
+   auto batch = batchOf( { sendByte( 0x70, 1 ), readBytes( 0x48, 0, 2 ) }, 3 );
+   adapter.errors = { { "read 2 bytes, register 0x00, device 0x48", { ENXIO, 3 } } };
+   EXPECT_EQ( execute( backend, batch ), "- 1111" );
+   EXPECT_EQ( adapter.log.size(), 1 + 4u );
+   adapter.errors.begin()->second.count = 4;
+   EXPECT_THAT( execute( backend, batch ), testing::HasSubstr( "no acknowledge" ) );
+   EXPECT_EQ( adapter.log.size(), 2 * ( 1 + 4u ) );
+
+   adapter.log.clear();
+   adapter.errors.begin()->second.count = kForever;
+   EXPECT_NE( execute( backend, batchOf( { readBytes( 0x48, 0, 2 ) }, 0xffffffff ) ), "" );
+   EXPECT_EQ( adapter.log.size(), 1 + kMaxRetries );
+}
+
+TEST_F( BatchTest, FlaggedWriteNeedsNoAcknowledge ) {
+   Smbus::Request flagged = writeBytes( 0x48, 1, "x" );
+   flagged.set_flag( true );
+   Smbus::Request flaggedRead = readBytes( 0x49, 0, 2 );
+   flaggedRead.set_flag( true );
+   const std::string writing = "write 1 byte, register 0x01, device 0x48";
+   adapter.errors = { { writing, { ENXIO, kForever } },
+                      { "read 2 bytes, register 0x00, device 0x49", { ENXIO, kForever } } };
+   EXPECT_EQ( execute( backend, batchOf( { flagged, readBytes( 0x48, 0, 1 ) }, 5 ) ), "- 11" );
+   EXPECT_EQ( adapter.log.size(), 2u ) << "and is not repeated";
+   EXPECT_NE( execute( backend, batchOf( { flaggedRead } ) ), "1111" );
+   adapter.errors[ writing ].error = ETIMEDOUT;
+   EXPECT_THAT( execute( backend, batchOf( { flagged } ) ), testing::HasSubstr( "timed out" ) );
+}
+
+TEST_F( BatchTest, PausesAsTheAddressWordAsks ) {
+   auto duration = [ & ]( Smbus::Request request, uint32_t codes ) {
+      request.set_address( request.address() | codes );
+      auto start = std::chrono::steady_clock::now();
+      execute( backend, batchOf( { request } ) );
+      return std::chrono::steady_clock::now() - start;
+   };
+   constexpr uint32_t kWriteDelay20 = 3u << 28;
+   constexpr uint32_t kReadDelay20 = 3u << 30;
+   constexpr uint32_t kExtraDelay = 1u << 27;
+   EXPECT_GE( duration( writeBytes( 0x48, 0, "x" ), kWriteDelay20 ), milliseconds( 20 ) );
+   EXPECT_LT( duration( writeBytes( 0x48, 0, "x" ), kReadDelay20 ), milliseconds( 20 ) );
+   EXPECT_GE( duration( readBytes( 0x48, 0, 1 ), kReadDelay20 ), milliseconds( 20 ) );
+   EXPECT_GE( duration( readBytes( 0x48, 0, 1 ), kReadDelay20 | kExtraDelay ), milliseconds( 70 ) );
+}
+
+TEST_F( BatchTest, RefusedBatchTouchesNothing ) {
+   Smbus::TransactionRequest tooMany;
+   for ( int i = 0; i < kMaxRequests; ++i ) {
+      *tooMany.add_request() = sendByte( 0x70, 0 );
+   }
+   EXPECT_EQ( execute( backend, tooMany ).size(), 2u * kMaxRequests - 1 );
+   adapter.log.clear();
+   *tooMany.add_request() = sendByte( 0x70, 0 );
+   EXPECT_EQ( execute( backend, tooMany ), "257 requests in a batch, at most 256" );
+
+   EXPECT_EQ(
+      execute( backend, batchOf( { sendByte( 0x70, 1 ), onBus( 9, readBytes( 0x48, 0, 1 ) ) } ) ),
+      "request 2 of 2: read 1 byte, register 0x00, device 0x48, bus 9: no such adapter" );
+   EXPECT_EQ( execute( backend, batchOf( { sendByte( 0x70, 1 ), readBytes( 0x48, 0x123, 1 ) } ) ),
+              "request 2 of 2: read 1 byte, register 0x123, device 0x48, bus 0: register number "
+              "0x123 is too wide" );
+   Smbus::TransactionRequest tooLong;
+   for ( int i = 0; i < 128; ++i ) {
+      *tooLong.add_request() = readBytes( 0x48, 0, kMaxTransferSize );
+   }
+   EXPECT_EQ( execute( backend, tooLong ), "the answers are too long for one reply" );
+   EXPECT_THAT( adapter.log, ElementsAre() );
+}
+
+TEST_F( BatchTest, KeepsItsAdaptersToItself ) {
+   std::atomic< int > inside = 0;
+   std::atomic< int > most = 0;
+   auto busy = [ & ] {
+      most = std::max< int >( most, ++inside );
+      std::this_thread::sleep_for( milliseconds( 1 ) );
+      --inside;
+   };
+   backend.adapters[ 1 ].inTransfer = busy;
+   backend.adapters[ 2 ];
+   // In both orders, so that locking in the batch's order would come to a standstill.
+   auto work = [ & ]( uint8_t first, uint8_t second ) {
+      Batch batch( backend );
+      Smbus::TransactionResponse reply;
+      for ( int i = 0; i < 50; ++i ) {
+         batch.execute( batchOf( { onBus( first, readBytes( 0x48, 0, 1 ) ),
+                                   onBus( second, sendByte( 0x48, first ) ),
+                                   onBus( first, readBytes( 0x48, 0, 2 ) ) } ),
+                        reply );
+         EXPECT_EQ( reply.failure(), 0 );
+      }
+   };
+   std::thread other( work, uint8_t{ 2 }, uint8_t{ 1 } );
+   work( 1, 2 );
+   other.join();
+   EXPECT_EQ( most, 1 );
+   // Batches never mix: on bus 2 one's requests stand together, the other's is alone.
+   const auto& log = backend.adapters[ 2 ].log;
+   ASSERT_EQ( log.size(), 50u * 3 );
+   for ( size_t i = 0; i < log.size(); ++i ) {
+      if ( log[ i ] == "read 1 byte, register 0x00, device 0x48" ) {
+         EXPECT_EQ( log.at( i + 1 ), "read 2 bytes, register 0x00, device 0x48" ) << i;
+      }
+   }
+}
+
+TEST_F( BatchTest, DifferentAdaptersWorkAtTheSameTime ) {
+   std::atomic< int > inside = 0;
+   auto meet = [ & ] {
+      ++inside;
+      auto due = std::chrono::steady_clock::now() + std::chrono::seconds( 10 );
+      while ( inside < 2 && std::chrono::steady_clock::now() < due ) {
+         std::this_thread::yield();
+      }
+   };
+   backend.adapters[ 1 ].inTransfer = meet;
+   backend.adapters[ 2 ].inTransfer = meet;
+   std::thread other(
+      [ & ] { execute( backend, batchOf( { onBus( 1, readBytes( 0x48, 0, 1 ) ) } ) ); } );
+   auto start = std::chrono::steady_clock::now();
+   execute( backend, batchOf( { onBus( 2, readBytes( 0x48, 0, 1 ) ) } ) );
+   other.join();
+   EXPECT_LT( std::chrono::steady_clock::now() - start, std::chrono::seconds( 10 ) );
+}

@@ -1,0 +1,206 @@
+#pragma once
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <asio/io_context.hpp>
+#include <asio/post.hpp>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "Platform/Frame.h"
+#include "SmbusService/Emulator/BoardLoader.h"
+#include "SmbusService/Server.h"
+#include "Tests/support/TemporaryDirectory.h"
+
+namespace Tests {
+
+constexpr uint32_t kOneByteRegisters = 1 << 25;  // in the address word
+
+// Requests to device 0x48 on the I2C adapter, where nothing else is said.
+
+inline Smbus::Request request( Smbus::RequestType type,
+                               uint8_t device,
+                               uint32_t reg,
+                               uint32_t size,
+                               const std::string& data = {} ) {
+   Smbus::Request result;
+   result.set_type( type );
+   result.set_address( device | kOneByteRegisters );
+   result.set_mastertype( Smbus::MASTER_I2C );
+   result.set_reg( reg );
+   result.set_size( size );
+   result.set_data( data );
+   return result;
+}
+
+inline Smbus::Request readBytes( uint8_t device, uint32_t reg, uint32_t size ) {
+   return request( Smbus::REQUEST_READ, device, reg, size );
+}
+
+inline Smbus::Request writeBytes( uint8_t device, uint32_t reg, const std::string& data ) {
+   return request( Smbus::REQUEST_WRITE, device, reg, static_cast< uint32_t >( data.size() ),
+                   data );
+}
+
+inline Smbus::Request sendByte( uint8_t device, uint8_t value ) {
+   return request( Smbus::REQUEST_WRITE, device, value, 0 );
+}
+
+inline Smbus::TransactionRequest batchOf( std::initializer_list< Smbus::Request > requests,
+                                          uint32_t retries = 0 ) {
+   Smbus::TransactionRequest batch;
+   for ( const Smbus::Request& request : requests ) {
+      *batch.add_request() = request;
+   }
+   batch.set_retry_count( retries );
+   return batch;
+}
+
+// The answers in hexadecimal with blanks between the responses, or the error's text.
+inline std::string summary( const Smbus::TransactionResponse& reply ) {
+   if ( reply.failure() || reply.has_error() ) {
+      return reply.response_size() ? "responses beside an error" : reply.error();
+   }
+   std::string text;
+   for ( const Smbus::Response& response : reply.response() ) {
+      text += text.empty() ? "" : " ";
+      text += response.has_data() ? "" : "-";
+      for ( unsigned char byte : response.data() ) {
+         text += "0123456789abcdef"[ byte >> 4 ];
+         text += "0123456789abcdef"[ byte & 15 ];
+      }
+   }
+   return text;
+}
+
+inline std::string execute( SmbusService::Backend& backend,
+                            const Smbus::TransactionRequest& batch ) {
+   Smbus::TransactionResponse reply;
+   SmbusService::Batch( backend ).execute( batch, reply );
+   return summary( reply );
+}
+
+// A board in a temporary folder.
+class BoardFolder {
+ public:
+   BoardFolder( const std::string& topology,
+                const std::string& emulation,
+                const std::string& objects = {} ) {
+      std::ofstream( path() + "/topology.json" ) << topology;
+      std::ofstream( path() + "/emulation.json" ) << emulation;
+      if ( !objects.empty() ) {
+         std::ofstream( path() + "/objects.json" ) << objects;
+      }
+   }
+   std::string path() const { return directory_.path(); }
+   std::unique_ptr< SmbusService::Emulator::Board > load() const {
+      return SmbusService::Emulator::loadBoard( path() );
+   }
+
+ private:
+   TemporaryDirectory directory_;
+};
+
+// One TMP75, device id 16 and address 0x48, on the I2C adapter.
+constexpr const char* kSensorTopology = R"([ { "type": "I2C", "ham": "LumenSmbus", "devices": [
+   { "did": 16, "driver": "TMP75", "address": { "address": 72 } } ] } ])";
+constexpr const char* kSensorEmulation =
+   R"({ "chips": [ { "did": 16, "set": { "temperature": 42.5 } } ] })";
+
+// A server in this process.
+class RunningServer {
+ public:
+   explicit RunningServer( SmbusService::Backend& backend )
+       : path_( directory_.path() / "socket" ),
+         server_( std::in_place, context_, backend, path_ ),
+         thread_( [ this ] { context_.run(); } ) {}
+   ~RunningServer() { stop(); }
+
+   void stop() {
+      asio::post( context_, [ this ] { server_.reset(); } );
+      if ( thread_.joinable() ) {
+         thread_.join();
+      }
+   }
+   const std::string& path() const { return path_; }
+
+ private:
+   TemporaryDirectory directory_;
+   std::string path_;
+   asio::io_context context_;
+   std::optional< SmbusService::Server > server_;
+   std::thread thread_;
+};
+
+// A client that may say what it likes.
+class RawClient {
+ public:
+   explicit RawClient( const std::string& path )
+       : descriptor_( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) ) {
+      sockaddr_un address{};
+      address.sun_family = AF_UNIX;
+      path.copy( address.sun_path, sizeof address.sun_path - 1 );
+      isConnected_ =
+         connect( descriptor_, reinterpret_cast< sockaddr* >( &address ), sizeof address ) == 0;
+   }
+   ~RawClient() { close( descriptor_ ); }
+   RawClient( const RawClient& ) = delete;
+   RawClient& operator=( const RawClient& ) = delete;
+
+   bool isConnected() const { return isConnected_; }
+   int descriptor() const { return descriptor_; }
+
+   bool send( const std::string& bytes ) {
+      return ::send( descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL ) ==
+             static_cast< ssize_t >( bytes.size() );
+   }
+   bool send( const Smbus::TransactionRequest& batch ) {
+      std::string frame;
+      return PlatformLibrary::Frame::encode( batch, frame ) && send( frame );
+   }
+
+   // The summary of the next reply; "closed" or "silence" when there is none.
+   std::string receive( int timeoutMs = 10000 ) {
+      std::string header;
+      std::string payload;
+      if ( std::string problem = receiveBytes( 4, header, timeoutMs ); !problem.empty() ) {
+         return problem;
+      }
+      uint32_t length = PlatformLibrary::Frame::payloadLength( header.data() );
+      if ( std::string problem = receiveBytes( length, payload, timeoutMs ); !problem.empty() ) {
+         return problem;
+      }
+      Smbus::TransactionResponse reply;
+      return reply.ParseFromString( payload ) ? summary( reply ) : "garbage";
+   }
+
+ private:
+   std::string receiveBytes( size_t count, std::string& bytes, int timeoutMs ) {
+      while ( bytes.size() < count ) {
+         pollfd entry{ descriptor_, POLLIN, 0 };
+         if ( poll( &entry, 1, timeoutMs ) <= 0 ) {
+            return "silence";
+         }
+         char buffer[ 4096 ];
+         ssize_t size =
+            recv( descriptor_, buffer, std::min( sizeof buffer, count - bytes.size() ), 0 );
+         if ( size <= 0 ) {
+            return "closed";
+         }
+         bytes.append( buffer, static_cast< size_t >( size ) );
+      }
+      return {};
+   }
+
+   int descriptor_;
+   bool isConnected_;
+};
+
+}  // namespace Tests
