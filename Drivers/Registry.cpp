@@ -1,7 +1,14 @@
 #include "Drivers/Drivers.h"
 #include "Drivers/Dummy.h"
 #include "Drivers/GenericSmbusMux.h"
+#include "Drivers/IR357x.h"
+#include "Drivers/Isl6812x.h"
+#include "Drivers/LM73.h"
+#include "Drivers/Max6658.h"
+#include "Drivers/Max6697.h"
+#include "Drivers/MpsVrm.h"
 #include "Drivers/SmbusProxyDriver.h"
+#include "Drivers/TMP46x.h"
 #include "Drivers/TMP75.h"
 
 namespace Drivers {
@@ -9,9 +16,16 @@ namespace Drivers {
 std::map< std::string, DriverFactory > drivers = {
    { "Dummy", Dummy::create },
    { "GpioDriver", Dummy::create },
+   { "IR357x", IR357x::create },
+   { "Isl6812x", Isl6812x::create },
+   { "LM73", LM73::create },
+   { "Max6658", Max6658::create },
+   { "Max6697", Max6697::create },
    { "Max7356", GenericSmbusMux::create },
+   { "MpsVrm", MpsVrm::create },
    { "PCA9548", GenericSmbusMux::create },
    { "SmbusProxyDriver", SmbusProxyDriver::create },
+   { "TMP46x", TMP46x::create },
    { "TMP75", TMP75::create },
 };
 

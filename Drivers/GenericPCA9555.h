@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Components/Gpio.h"
+#include "Drivers/GPIOExpander.h"
+
+namespace Drivers {
+
+// Expanders of the PCA9555 kind: two banks. Driver arguments, decimal, low eight bits used:
+// "bank-io-0" and "bank-io-1" (configuration bytes, a 1 bit makes the pin an input) are required;
+// "cacheTimeout" (seconds) is 2, "inputBankBase" 0, "outputBankBase" 2 and "configBankBase" 6 when
+// absent.
+//
+// A GPIO takes the driver arguments "bank" and "bit", both required. A board that uses the chip on
+// its own adds the factory to the registry.
+class GenericPCA9555 : public GPIOExpander {
+ public:
+   class ExpGpio;
+
+   static Component::HardwareDevice* create( const FactoryArgs& args, Ham::Ham* ham );
+
+   GenericPCA9555( const uint8_t* bankConfig,
+                   uint8_t numBanks,
+                   uint8_t cacheTime,
+                   uint8_t inputBase,
+                   uint8_t outputBase,
+                   uint8_t configBase );
+
+   void init() override;
+   Component::LogicalDevice::Gpio* newGpio( const DriverArgs& args ) override;
+   const Utils::ExpectedValues& expectedValues() override { return expectedValues_; }
+
+ private:
+   uint8_t config[ 2 ] = {};
+   Utils::ExpectedValues expectedValues_;
+};
+
+class GenericPCA9555::ExpGpio : public Component::LogicalDevice::Gpio {
+ public:
+   ExpGpio( GenericPCA9555* expander, const DriverArgs& args );
+
+   pl_status bitClear() override;
+   pl_status bitSet() override;
+   pl_status bitRead( unsigned int* value ) override;
+
+ private:
+   pl_status write( bool value );
+
+   GenericPCA9555* expander_;
+   int bank_;
+   int bit_;
+};
+
+}  // namespace Drivers

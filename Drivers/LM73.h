@@ -1,0 +1,72 @@
+#pragma once
+
+#include <array>
+
+#include "Components/HardwareDevice.h"
+#include "Components/TempSensor.h"
+
+namespace Drivers {
+
+// LM73 temperature sensor. Its critical threshold is programmed, the alert threshold recorded.
+class LM73 : public Component::HardwareDevice {
+ public:
+   class TempSensor;
+
+   enum class Resolution : uint8_t {
+      QuarterDegree,
+      EighthDegree,
+      SixteenthDegree,
+      ThirtySecondDegree
+   };
+
+   // std::invalid_argument for a resolution that the chip does not have.
+   static Component::HardwareDevice* create( const FactoryArgs& args, Ham::Ham* ham );
+
+   // Degrees Celsius and the words of the temperature and limit registers, the chip's first byte
+   // in the low half. Limits have the coarsest resolution.
+   static float registerToTemperature( uint16_t word );
+   static uint16_t limitToRegister( float celsius );
+
+   LM73( Resolution resolution, bool invertAlertPolarity );
+
+   void init() override;
+   // One sensor only.
+   Component::LogicalDevice::TempSensor* newTempSensor( const DriverArgs& args ) override;
+   const Utils::ExpectedValues& expectedValues() override;
+
+   // The resolution asked for at creation until setResolution() applies one.
+   Resolution resolution() const { return resolution_; }
+   pl_status setResolution( Resolution resolution );
+
+   pl_status getTemperature( float* celsius );
+
+   // The high limit; the low limit is set 5 % below it.
+   pl_status setThreshold( float celsius );
+   pl_status getThreshold( float* celsius );
+
+ private:
+   // The bits of the temperature register that are measured, for each resolution.
+   static constexpr std::array< uint16_t, 4 > tempMask_ = { 0xFFE0, 0xFFF0, 0xFFF8, 0xFFFC };
+
+   pl_status readDegrees( uint8_t reg, float* celsius );
+
+   TempSensor* instance_ = nullptr;
+   Resolution resolution_;
+   uint8_t control_;
+   uint8_t configuration_;
+};
+
+class LM73::TempSensor : public Component::LogicalDevice::TempSensor {
+ public:
+   explicit TempSensor( LM73* device ) : device_( device ) {}
+
+   void criticalThresholdIs( float value ) override;
+   pl_status getTemperature( float* celsius ) override {
+      return device_->getTemperature( celsius );
+   }
+
+ private:
+   LM73* device_;
+};
+
+}  // namespace Drivers

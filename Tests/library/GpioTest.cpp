@@ -1,0 +1,91 @@
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <stdexcept>
+
+#include "Components/Gpio.h"
+#include "Tests/support/FakeDevice.h"
+
+using ::testing::ElementsAre;
+
+namespace {
+
+class RegGpio : public testing::Test {
+ protected:
+   static Drivers::DriverArgs at( const char* reg, const char* position ) {
+      return Tests::argumentsOf( { { "register", reg }, { "bitpos", position } } );
+   }
+
+   Tests::FakeHam ham;
+   Component::HardwareDevice* device = Tests::createDevice( "GpioDriver", ham );
+   unsigned int value = 7;
+};
+
+TEST_F( RegGpio, ReadsSetsAndClearsItsBitAndKeepsTheOthers ) {
+   struct Row {
+      const char* position;
+      const char* before;
+      unsigned int read;
+      const char* set;
+      const char* cleared;
+   };
+   constexpr Row rows[] = {
+      { "3", "a0", 0, "a8", "a0" },  { "5", "a0", 1, "a0", "80" },  { "0", "00", 0, "01", "00" },
+      { "7", "ff", 1, "ff", "7f" },  { "8", "a5", 0, "a5", "a5" },  { "31", "a5", 0, "a5", "a5" },
+      { "32", "a5", 0, "a5", "a5" }, { "-1", "a5", 0, "a5", "a5" },
+   };
+   for ( const Row& row : rows ) {
+      std::unique_ptr< Component::LogicalDevice::Gpio > gpio(
+         device->newGpio( at( "16", row.position ) ) );
+      for ( auto [ operation, written ] :
+            { std::pair{ &Component::LogicalDevice::Gpio::bitSet, row.set },
+              std::pair{ &Component::LogicalDevice::Gpio::bitClear, row.cleared } } ) {
+         ham.load( 0x10, row.before );
+         ham.log.clear();
+         EXPECT_EQ( gpio->bitRead( &value ), PL_STATUS_OK );
+         EXPECT_EQ( value, row.read ) << row.position;
+         EXPECT_EQ( ( gpio.get()->*operation )(), PL_STATUS_OK );
+         EXPECT_THAT( ham.log, ElementsAre( "R8 10", "R8 10", std::string( "W8 10=" ) + written ) );
+      }
+   }
+}
+
+TEST_F( RegGpio, WithoutReadingWritesTheOtherBitsAsIdle ) {
+   class WriteOnly : public Component::LogicalDevice::RegGpio {
+    public:
+      WriteOnly( Component::HardwareDevice* device, const Drivers::DriverArgs& args )
+          : RegGpio( device, args ) {
+         noRead_ = true;
+      }
+   } gpio( device, at( "1", "2" ) );
+   EXPECT_EQ( gpio.bitSet(), PL_STATUS_OK );
+   EXPECT_EQ( gpio.bitClear(), PL_STATUS_OK );
+   EXPECT_THAT( ham.log, ElementsAre( "W8 01=04", "W8 01=fb" ) );
+}
+
+TEST_F( RegGpio, FailuresAreReturnedAndNothingIsWrittenAfterAFailedRead ) {
+   std::unique_ptr< Component::LogicalDevice::Gpio > gpio( device->newGpio( at( "1", "0" ) ) );
+   ham.failOn( "R8", PL_STATUS_FAILURE );
+   EXPECT_EQ( gpio->bitSet(), PL_STATUS_FAILURE );
+   EXPECT_EQ( gpio->bitClear(), PL_STATUS_FAILURE );
+   EXPECT_EQ( gpio->bitRead( &value ), PL_STATUS_FAILURE );
+   EXPECT_EQ( value, 7u );
+   EXPECT_THAT( ham.log, ElementsAre( "R8 01", "R8 01", "R8 01" ) );
+   ham.failNothing();
+   ham.failOn( "W8", PL_STATUS_IO_ERROR );
+   EXPECT_EQ( gpio->bitSet(), PL_STATUS_IO_ERROR );
+   EXPECT_EQ( gpio->bitClear(), PL_STATUS_IO_ERROR );
+}
+
+TEST_F( RegGpio, NeedsRegisterAndPosition ) {
+   for ( const char* key : { "register", "bitpos" } ) {
+      Drivers::DriverArgs args = at( "1", "1" );
+      args.driverArgs.erase( key );
+      EXPECT_DEATH( device->newGpio( args ),
+                    R"(Components/Gpio.cpp.*`it != args\.driverArgs\.end\(\)')" );
+      args.driverArgs[ key ] = "x";
+      EXPECT_THROW( device->newGpio( args ), std::invalid_argument );
+   }
+}
+
+}  // namespace
