@@ -1,0 +1,61 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "Host/Board.h"
+#include "Host/Library.h"
+#include "Host/Session.h"
+
+namespace CLI {
+class App;
+}
+
+namespace Host {
+
+// Exit statuses of the program.
+constexpr int kAllWell = 0;
+constexpr int kNotWell = 1;
+constexpr int kWrongUse = 2;  // or a board that cannot be used
+
+// The program: its options, and the command that was chosen.
+struct Program {
+   std::string board;
+   std::string socket;
+   std::string library;
+   bool emulate = false;
+   bool json = false;
+   int trace = -1;
+
+   // Starts a service for the emulated board in a folder and returns its socket; throws
+   // std::runtime_error. The service lives as long as the program.
+   std::function< std::string( const std::string& ) > startEmulator;
+
+   std::function< int() > command;  // returns the exit status
+
+   // Runs the command, reporting what it throws.
+   int run() const;
+};
+
+// Everything a command needs to work with a board's objects.
+struct OpenBoard {
+   Board board;
+   Library library;
+   Session session;
+
+   // The whole board, or the one object that is named. Throws StartError.
+   explicit OpenBoard( const Program& program, const std::string& onlyObject = {} );
+};
+
+// The socket of the service that the program is to use; throws StartError where none answers.
+std::string findService( const Program& program );
+
+// Each adds a command with its own options, in a file of its own.
+void addStatusCommand( CLI::App& app, Program& program );
+void addCheckCommand( CLI::App& app, Program& program );
+void addGetAndSetCommands( CLI::App& app, Program& program );
+void addSmbusCommand( CLI::App& app, Program& program );
+void addWatchCommand( CLI::App& app, Program& program );
+
+}  // namespace Host

@@ -1,0 +1,25 @@
+#include "Host/DeviceArguments.h"
+
+#include "Utils/JsonSchema.h"
+
+namespace Host {
+
+void checkDriverArguments( const Utils::Json::Value& device,
+                           const std::string& pointer,
+                           const std::string& file,
+                           std::vector< Finding >& findings ) {
+   auto arguments = device.FindMember( "driverArgs" );
+   if ( arguments == device.MemberEnd() || !arguments->value.IsObject() ) {
+      return;
+   }
+   for ( const auto& member : arguments->value.GetObject() ) {
+      const Utils::Json::Value& value = member.value;
+      if ( value.IsNumber() && !value.IsDouble() && !value.IsInt() && !value.IsUint() ) {
+         findings.push_back(
+            { file, pointer + "/driverArgs" + Utils::Json::pointerToken( member.name.GetString() ),
+              "must fit 32 bits: drivers get an empty text instead" } );
+      }
+   }
+}
+
+}  // namespace Host

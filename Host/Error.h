@@ -1,0 +1,34 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Host {
+
+// Something is missing or wrong before any chip can be asked; the text is for the user.
+class StartError : public std::runtime_error {
+   using std::runtime_error::runtime_error;
+};
+
+// A mistake in one of a board's documents.
+struct Finding {
+   std::string file;     // path, with ":LINE:COLUMN" where the text is no JSON
+   std::string pointer;  // JSON pointer, "" for the whole document
+   std::string problem;
+
+   std::string text() const {
+      return file + ": " + ( pointer.empty() ? "" : pointer + ": " ) + problem;
+   }
+};
+
+class BoardError : public StartError {
+ public:
+   explicit BoardError( std::vector< Finding > list )
+       : StartError( "the board's documents have mistakes" ), findings( std::move( list ) ) {}
+
+   std::vector< Finding > findings;
+};
+
+}  // namespace Host

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Host/Board.h"
+#include "Host/Object.h"
+#include "Host/Reason.h"
+
+namespace Host {
+
+enum class State { Ok, Alert, Critical, Absent, Fault, Failed };
+
+const char* stateName( State state );
+
+// What is known of one object.
+struct Row {
+   const ObjectSpec* object;
+   std::optional< double > reading;
+   State state;
+   std::string reason;  // of a fault or failure
+};
+
+Row readRow( const ObjectSpec& object, const Reading& reading, const Traces& traces );
+Row failedRow( const ObjectSpec& object, std::string reason );
+
+bool allOk( const std::vector< Row >& rows );
+
+}  // namespace Host

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace Host {
+
+enum class Colour { None, Green, Yellow, Red, Dim };
+
+struct Cell {
+   std::string text;
+   Colour colour = Colour::None;
+};
+
+struct Column {
+   std::string title;
+   bool rightAligned = false;
+};
+
+struct TableStyle {
+   bool colours = false;
+   size_t width = 0;  // of the terminal; 0 where lines may have any length
+
+   // As it suits what the standard output is connected to.
+   static TableStyle ofOutput();
+};
+
+// Aligned columns, two blanks apart; texts too long for the terminal wrap within the last one.
+std::string formatTable( const std::vector< Column >& columns,
+                         const std::vector< std::vector< Cell > >& rows,
+                         const TableStyle& style );
+
+}  // namespace Host

@@ -1,0 +1,56 @@
+#include "Host/Text.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace Host {
+
+namespace {
+
+bool continues( char c ) {
+   return ( static_cast< uint8_t >( c ) & 0xC0 ) == 0x80;
+}
+
+// Bytes of the character at the front, 0 when it is no UTF-8.
+size_t characterSize( std::string_view text ) {
+   auto first = static_cast< uint8_t >( text[ 0 ] );
+   auto second = static_cast< uint8_t >( text.size() > 1 ? text[ 1 ] : 0 );
+   if ( first < 0x80 ) {
+      return 1;
+   }
+   size_t size = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+   bool overlong =
+      first < 0xC2 || ( first == 0xE0 && second < 0xA0 ) || ( first == 0xF0 && second < 0x90 );
+   bool outside =
+      first > 0xF4 || ( first == 0xF4 && second > 0x8F ) || ( first == 0xED && second > 0x9F );
+   if ( overlong || outside || text.size() < size ) {
+      return 0;
+   }
+   return std::ranges::all_of( text.substr( 1, size - 1 ), continues ) ? size : 0;
+}
+
+}  // namespace
+
+std::string printable( std::string_view text ) {
+   std::string result;
+   while ( !text.empty() ) {
+      size_t size = characterSize( text );
+      auto first = static_cast< uint8_t >( text[ 0 ] );
+      if ( size == 0 ) {
+         result += '?';
+      } else if ( first < 0x20 || first == 0x7F ) {
+         result += ' ';
+      } else {
+         result += text.substr( 0, size );
+      }
+      text.remove_prefix( std::max< size_t >( size, 1 ) );
+   }
+   return result;
+}
+
+size_t length( std::string_view text ) {
+   return static_cast< size_t >(
+      std::ranges::count_if( text, []( char c ) { return !continues( c ); } ) );
+}
+
+}  // namespace Host

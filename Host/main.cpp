@@ -1,0 +1,47 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "Host/Commands.h"
+#include "SmbusService/EmbeddedService.h"
+
+namespace {
+
+constexpr int kHighestTraceLevel = 9;
+
+void addOptions( CLI::App& app, Host::Program& program ) {
+   app.add_option( "--board", program.board, "the board's folder" )->required()->type_name( "DIR" );
+   auto emulate = app.add_flag( "--emulate", program.emulate, "use the board's emulated chips" );
+   app.add_option( "--socket", program.socket, "where the SMBus service listens" )
+      ->type_name( "PATH" )
+      ->excludes( emulate );
+   app.add_flag( "--json", program.json, "print one JSON document" );
+   app.add_option( "--library", program.library, "the driver library's file" )->type_name( "PATH" );
+   app.add_option( "--trace", program.trace, "print the library's traces up to this level" )
+      ->type_name( "LEVEL" )
+      ->check( CLI::Range( 0, kHighestTraceLevel ) );
+   app.require_subcommand( 1 );
+}
+
+}  // namespace
+
+int main( int argc, char** argv ) {
+   std::unique_ptr< SmbusService::EmbeddedService > emulator;
+   Host::Program program;
+   program.startEmulator = [ &emulator ]( const std::string& board ) {
+      emulator = std::make_unique< SmbusService::EmbeddedService >( board );
+      return emulator->path();
+   };
+   CLI::App app( "Reads and drives the objects of a board.", "lumen" );
+   addOptions( app, program );
+   Host::addStatusCommand( app, program );
+   Host::addWatchCommand( app, program );
+   Host::addGetAndSetCommands( app, program );
+   Host::addSmbusCommand( app, program );
+   Host::addCheckCommand( app, program );
+   try {
+      app.parse( argc, argv );
+   } catch ( const CLI::ParseError& error ) {
+      return app.exit( error ) == 0 ? Host::kAllWell : Host::kWrongUse;
+   }
+   return program.run();
+}
