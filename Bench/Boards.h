@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace Bench {
+
+constexpr unsigned kDevicesPerBus = 50;
+
+// The topology document of a board of TMP75s on one FPGA, device ids counted from `firstDid`.
+std::string topologyOf( unsigned devices, uint32_t firstDid );
+
+// A device's arguments, as the host gives them to the add entry point.
+std::string argumentsOf( uint32_t did );
+
+}  // namespace Bench

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Bench/Report.h"
+
+namespace Bench {
+
+void measureRoundTrip( Report& report );     // a reading through socket and emulator
+void measureLibraryShare( Report& report );  // a reading without socket
+void measureTopology( Report& report );      // loading 10,000 devices
+void measureAdding( Report& report );        // objects on boards of 100 and 10,000 devices
+void measureMemory( Report& report );        // of a loaded topology
+void measureSimulation( Report& report );    // a reading from a simulation file
+void measureClients( Report& report );       // 16 clients of the service
+
+}  // namespace Bench

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <utility>
+
+namespace Bench {
+
+using Clock = std::chrono::steady_clock;
+
+inline double microseconds( Clock::duration time ) {
+   return std::chrono::duration< double, std::micro >( time ).count();
+}
+
+// Microseconds for each of two operations, measured in turns so that both meet the same machine;
+// the best of the rounds.
+template < typename First, typename Second >
+std::pair< double, double > compare( int rounds, int repeats, First first, Second second ) {
+   auto time = [ repeats ]( auto& operation ) {
+      auto start = Clock::now();
+      for ( int i = 0; i < repeats; ++i ) {
+         operation();
+         benchmark::ClobberMemory();
+      }
+      return microseconds( Clock::now() - start ) / repeats;
+   };
+   std::pair< double, double > best{ 1e18, 1e18 };
+   for ( int round = 0; round < rounds; ++round ) {
+      best.first = std::min( best.first, time( first ) );
+      best.second = std::min( best.second, time( second ) );
+   }
+   return best;
+}
+
+}  // namespace Bench
