@@ -25,10 +25,6 @@ GPIOExpander::GPIOExpander(
       outputBase_( outputBase ),
       configBase_( configBase ) {}
 
-uint8_t GPIOExpander::inputBankAddr( uint8_t n ) const {
-   return static_cast< uint8_t >( inputBase_ + n );
-}
-
 uint8_t GPIOExpander::outputBankAddr( uint8_t n ) const {
    return static_cast< uint8_t >( outputBase_ + n );
 }
@@ -54,7 +50,7 @@ pl_status GPIOExpander::getInBank( uint8_t n, uint8_t* value ) {
    timespec now;
    clock_gettime( CLOCK_MONOTONIC, &now );
    if ( isExpired( n, now ) ) {
-      pl_status status = ham()->read8( inputBankAddr( n ), &inputs_[ n ], kRegSize );
+      pl_status status = ham()->read8( uint32_t{ inputBase_ } + n, &inputs_[ n ], kRegSize );
       if ( status != PL_STATUS_OK ) {
          pl_trace( 0, "Error: status %d while reading input bank %d", status, n );
          return status;

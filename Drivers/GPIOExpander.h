@@ -39,7 +39,6 @@ class GPIOExpander : public Component::HardwareDevice {
    // One byte for each bank.
    pl_status writeConfig( const uint8_t* bankConfig );
 
-   uint8_t inputBankAddr( uint8_t n ) const;
    uint8_t outputBankAddr( uint8_t n ) const;
    uint8_t configBankAddr( uint8_t n ) const;
 

@@ -55,8 +55,8 @@ GenericPCA9555::GenericPCA9555( const uint8_t* bankConfig,
    LUMEN_ASSERT( numBanks <= sizeof( this->config ) / sizeof( this->config[ 0 ] ) );
    std::copy_n( bankConfig, numBanks, config );
    for ( uint8_t bank = 0; bank < numBanks; ++bank ) {
-      for ( uint8_t reg :
-            { inputBankAddr( bank ), outputBankAddr( bank ), configBankAddr( bank ) } ) {
+      for ( uint32_t reg : { uint32_t{ inputBase } + bank, uint32_t{ outputBankAddr( bank ) },
+                             uint32_t{ configBankAddr( bank ) } } ) {
          expectedValues_[ reg ] = { kPowerOn, kBytes };
       }
    }

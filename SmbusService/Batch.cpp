@@ -37,6 +37,12 @@ std::string wordsFor( int error ) {
    }
 }
 
+// Also when a backend throws.
+struct Unlock {
+   std::vector< std::unique_lock< std::mutex > >& locks;
+   ~Unlock() { locks.clear(); }
+};
+
 void pauseAfter( const Transfer& transfer ) {
    bool reads = transfer.type == Smbus::REQUEST_READ || transfer.type == Smbus::REQUEST_BLOCK_READ;
    auto delay = reads ? transfer.address.readDelay : transfer.address.writeDelay;
@@ -56,9 +62,9 @@ void refuse( int error, std::string why, Smbus::TransactionResponse& reply ) {
 void Batch::execute( const Smbus::TransactionRequest& batch, Smbus::TransactionResponse& reply ) {
    reply.Clear();
    if ( prepare( batch, reply ) ) {
+      Unlock unlockAtTheEnd{ locks_ };
       lockAdapters();
       run( std::min( batch.retry_count(), kMaxRetries ), reply );
-      locks_.clear();
    }
 }
 

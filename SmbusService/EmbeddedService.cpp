@@ -1,5 +1,6 @@
 #include "SmbusService/EmbeddedService.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
 #include <signal.h>
@@ -24,17 +25,13 @@ namespace {
 constexpr int kStopLimitMs = 5000;
 constexpr size_t kLongestDirectory = 80;  // a socket's path has room for 107 characters
 
-[[noreturn]] void fail( const char* what ) {
-   throw std::runtime_error(
-      fmt::format( "{}: {}", what, std::generic_category().message( errno ) ) );
-}
-
 std::string makeDirectory() {
    const char* configured = getenv( "TMPDIR" );
    std::string parent = configured && *configured ? configured : "/tmp";
    std::string path = ( parent.size() > kLongestDirectory ? "/tmp" : parent ) + "/lumen-XXXXXX";
    if ( !mkdtemp( path.data() ) ) {
-      fail( path.c_str() );
+      throw std::runtime_error(
+         fmt::format( "{}: {}", path, std::generic_category().message( errno ) ) );
    }
    return path;
 }
@@ -103,30 +100,22 @@ std::string readReport( int report ) {
                    : "the board's service did not start";
 }
 
+// The pipe ends with the child.
+bool waitForEnd( int life ) {
+   pollfd entry{ life, POLLIN, 0 };
+   int ready;
+   do {
+      ready = poll( &entry, 1, kStopLimitMs );
+   } while ( ready < 0 && errno == EINTR );
+   return ready > 0;
+}
+
 }  // namespace
 
 EmbeddedService::EmbeddedService( const std::string& boardDirectory ) : owner_( getpid() ) {
    std::unique_ptr< Backend > board = Emulator::loadBoard( boardDirectory );
-   int ends[ 2 ];
-   if ( pipe2( ends, O_CLOEXEC ) < 0 ) {
-      fail( "pipe" );
-   }
    path_ = makeDirectory() + "/smbus.sock";
-   sigset_t all;
-   sigset_t before;
-   sigfillset( &all );
-   pthread_sigmask( SIG_SETMASK, &all, &before );
-   child_ = fork();
-   if ( child_ == 0 ) {
-      close( ends[ 0 ] );
-      runChild( *board, path_, owner_, ends[ 1 ] );
-   }
-   int error = errno;
-   pthread_sigmask( SIG_SETMASK, &before, nullptr );
-   close( ends[ 1 ] );
-   life_ = ends[ 0 ];
-   std::string problem =
-      child_ < 0 ? std::generic_category().message( error ) : readReport( life_ );
+   std::string problem = start( *board );
    if ( !problem.empty() ) {
       stop();
       throw std::runtime_error( problem );
@@ -141,17 +130,39 @@ EmbeddedService::~EmbeddedService() {
    }
 }
 
+std::string EmbeddedService::start( Backend& board ) {
+   int ends[ 2 ];
+   if ( pipe2( ends, O_CLOEXEC ) < 0 ) {
+      return std::generic_category().message( errno );
+   }
+   life_ = ends[ 0 ];
+   sigset_t all;
+   sigset_t before;
+   sigfillset( &all );
+   pthread_sigmask( SIG_SETMASK, &all, &before );
+   child_ = fork();
+   if ( child_ == 0 ) {
+      close( life_ );
+      runChild( board, path_, owner_, ends[ 1 ] );
+   }
+   int error = errno;
+   pthread_sigmask( SIG_SETMASK, &before, nullptr );
+   close( ends[ 1 ] );
+   return child_ < 0 ? std::generic_category().message( error ) : readReport( life_ );
+}
+
 void EmbeddedService::stop() {
    if ( child_ > 0 ) {
       kill( child_, SIGTERM );
-      pollfd life{ life_, POLLIN, 0 };
-      if ( poll( &life, 1, kStopLimitMs ) == 0 ) {
+      if ( !waitForEnd( life_ ) ) {
          kill( child_, SIGKILL );
       }
       while ( waitpid( child_, nullptr, 0 ) < 0 && errno == EINTR ) {
       }
    }
-   close( life_ );
+   if ( life_ >= 0 ) {
+      close( life_ );
+   }
    removeDirectory( path_ );
 }
 

@@ -6,6 +6,8 @@
 
 namespace SmbusService {
 
+class Backend;
+
 // An emulated board served by a child process at a private socket, for as long as this object, or
 // at most its process, lives. Interrupts from the terminal leave the child alone.
 //
@@ -24,6 +26,7 @@ class EmbeddedService {
    const std::string& path() const { return path_; }
 
  private:
+   std::string start( Backend& board );
    void stop();
 
    std::string path_;

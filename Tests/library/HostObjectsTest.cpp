@@ -21,6 +21,7 @@ using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsSupersetOf;
 using ::testing::Not;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -320,33 +321,42 @@ TEST_F( HostObjects, MultiDevicesAreSharedLikeOthers ) {
 }
 
 TEST_F( HostObjects, RawEndpointsAreFoundByTheirLabel ) {
-   ASSERT_EQ( Topology::loadTopology( R"([ { "type": "I2C", "ham": "LumenSmbus", "id": 0, "devices":
-                 [ { "label": "smbus3<0x05>", "did": 4003, "driver": "TMP75",
+   ASSERT_EQ( Topology::loadTopology( R"([
+                 { "type": "LinuxFs", "ham": "", "devices": [
+                   { "label": "fs<0x01>", "did": 4005, "driver": "TMP75",
+                     "address": { "address": 1 } } ] },
+                 { "type": "I2C", "ham": "LumenSmbus", "id": 0, "devices": [
+                   { "label": "smbus3<0x05>", "did": 4003, "driver": "TMP75",
                      "address": { "address": 5 } },
-                   { "label": "smbus3<0xaf>", "did": 4004 } ] } ])" ),
+                   { "label": "smbus3<0x4c>", "did": 4004, "driver": "TMP75",
+                     "address": { "address": 76 } },
+                   { "label": "smbus3<0xaf>", "did": 4006 } ] } ])" ),
               PL_STATUS_OK );
-   traces.take();
-   pl_smbus* smbus = pl_smbus_add( "smbus3", 5 );
-   ASSERT_NE( smbus, nullptr );
-   EXPECT_EQ( traces.lines.at( 0 ), "7 pl_smbus_add( 'smbus3', 5 )" );
-   EXPECT_THAT( traces.take(), Contains( "0 SmbusProxyDriver device created" ) );
+   for ( uint8_t address : { 0x05, 0x4C } ) {
+      traces.take();
+      pl_smbus* smbus = pl_smbus_add( "smbus3", address );
+      ASSERT_NE( smbus, nullptr );
+      EXPECT_EQ( traces.lines.at( 0 ),
+                 "7 pl_smbus_add( 'smbus3', " + std::to_string( address ) + " )" );
+      EXPECT_THAT( traces.lines, Contains( "0 SmbusProxyDriver device created" ) );
+      EXPECT_THAT( [ & ] { smbus->ops->quick_command( smbus, 1 ); },
+                   ThrowsMessage< NotImplementedException >( "Not implemented quickCommand" ) );
+      EXPECT_THAT(
+         [ & ] { smbus->ops->block_process_call( smbus, 1, 1, nullptr, 0, nullptr, nullptr ); },
+         ThrowsMessage< NotImplementedException >( "Not implemented blockProcessCall" ) );
+   }
    EXPECT_EQ( Topology::getDeviceByLabel( "smbus3<0x05>" )->args->driver, "SmbusProxyDriver" )
       << "it stays a proxy";
-   EXPECT_THROW(
-      try { smbus->ops->quick_command( smbus, 1 ); } catch ( const NotImplementedException& e ) {
-         EXPECT_STREQ( e.what(), "Not implemented quickCommand" );
-         throw;
-      },
-      NotImplementedException );
-   EXPECT_THROW( smbus->ops->block_process_call( smbus, 1, 1, nullptr, 0, nullptr, nullptr ),
-                 NotImplementedException );
 
-   for ( int address : { 0x50, 0xAF } ) {
-      traces.take();
-      EXPECT_EQ( pl_smbus_add( "smbus3", static_cast< uint8_t >( address ) ), nullptr );
-      EXPECT_THAT( traces.lines,
-                   ElementsAre( "7 pl_smbus_add( 'smbus3', " + std::to_string( address ) + " )",
-                                "0 smbus_add failed: device does not exist in topology" ) );
+   constexpr const char* kUnknown = "0 smbus_add failed: device does not exist in topology";
+   const std::tuple< const char*, uint8_t, const char* > rows[] = {
+      { "smbus3", 0x50, kUnknown },
+      { "smbus3", 0xAF, kUnknown },  // has no arguments
+      { "fs", 0x01, "0 DeviceBase::create() failed" },
+   };
+   for ( const auto& [ stem, address, trace ] : rows ) {
+      EXPECT_EQ( pl_smbus_add( stem, address ), nullptr );
+      EXPECT_EQ( traces.lines.back(), trace );
    }
 }
 

@@ -13,28 +13,19 @@
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using Tests::channel;
 using Tests::DriverArguments;
+using Tests::kUntouched;
 using Tests::Registers;
 using Tests::SensorChip;
 using Lines = std::vector< std::string >;
 
 namespace {
 
-constexpr float kUntouched = -1000;
 const Registers kIdentity = { { 0x9A, "0124" }, { 0x9B, "0103" } };
 
-DriverArguments channel( const char* text ) {
-   return { { "channel", text } };
-}
-
 TEST( Regulators, ReportTheRawWordAsDegrees ) {
-   struct Row {
-      const char* driver;
-      DriverArguments args;
-      const char* line;
-      uint32_t command;
-   };
-   const Row rows[] = {
+   const std::tuple< const char*, DriverArguments, const char*, uint32_t > rows[] = {
       { "IR357x", channel( "0" ), "R16 00", 0x00 },   { "IR357x", channel( "1" ), "R16 8d", 0x8D },
       { "IR357x", channel( "2" ), "R16 8e", 0x8E },   { "MpsVrm", channel( "1" ), "R16 8d", 0x8D },
       { "MpsVrm", channel( "257" ), "R16 8d", 0x8D },
@@ -175,14 +166,7 @@ TEST( RegulatorsDeathTest, RefuseWhatTheyDoNotHave ) {
 
 // One simulated register of each chip is changed, which must show in that reading alone.
 TEST( Sensors, AllWorkOnSimulationFiles ) {
-   struct Row {
-      const char* driver;
-      DriverArguments args;
-      uint8_t reg;
-      std::string bytes;
-      float celsius;
-   };
-   const Row rows[] = {
+   const std::tuple< const char*, DriverArguments, uint8_t, std::string, float > rows[] = {
       { "TMP75", {}, 0x00, "f6e0", -9.125f },
       { "LM73", {}, 0x00, "fffc", -0.03125f },
       { "TMP46x", channel( "5" ), 0x05, "ec00", -40 },

@@ -159,16 +159,15 @@ TEST_F( BatchTest, PausesAsTheAddressWordAsks ) {
    auto duration = [ & ]( Smbus::Request request, uint32_t codes ) {
       request.set_address( request.address() | codes );
       auto start = std::chrono::steady_clock::now();
-      execute( backend, batchOf( { request } ) );
+      execute( backend, batchOf( { request, request, request, request, request } ) );
       return std::chrono::steady_clock::now() - start;
    };
-   constexpr uint32_t kWriteDelay20 = 3u << 28;
-   constexpr uint32_t kReadDelay20 = 3u << 30;
-   constexpr uint32_t kExtraDelay = 1u << 27;
-   EXPECT_GE( duration( writeBytes( 0x48, 0, "x" ), kWriteDelay20 ), milliseconds( 20 ) );
-   EXPECT_LT( duration( writeBytes( 0x48, 0, "x" ), kReadDelay20 ), milliseconds( 20 ) );
-   EXPECT_GE( duration( readBytes( 0x48, 0, 1 ), kReadDelay20 ), milliseconds( 20 ) );
-   EXPECT_GE( duration( readBytes( 0x48, 0, 1 ), kReadDelay20 | kExtraDelay ), milliseconds( 70 ) );
+   constexpr uint32_t kExtraDelay = 1u << 27;  // 50 ms
+   constexpr uint32_t kWriteDelay = 3u << 28;  // 20 ms
+   constexpr uint32_t kReadDelay = 3u << 30;   // 20 ms
+   EXPECT_GE( duration( writeBytes( 0x48, 0, "x" ), kWriteDelay ), milliseconds( 100 ) );
+   EXPECT_LT( duration( writeBytes( 0x48, 0, "x" ), kReadDelay ), milliseconds( 100 ) );
+   EXPECT_GE( duration( readBytes( 0x48, 0, 1 ), kReadDelay | kExtraDelay ), milliseconds( 350 ) );
 }
 
 TEST_F( BatchTest, RefusedBatchTouchesNothing ) {
@@ -229,6 +228,16 @@ TEST_F( BatchTest, KeepsItsAdaptersToItself ) {
          EXPECT_EQ( log.at( i + 1 ), "read 2 bytes, register 0x00, device 0x48" ) << i;
       }
    }
+}
+
+TEST_F( BatchTest, BackendThatThrowsLeavesNothingLocked ) {
+   adapter.inTransfer = [] { throw std::runtime_error( "bug" ); };
+   Batch batch( backend );
+   Smbus::TransactionResponse reply;
+   EXPECT_THROW( batch.execute( batchOf( { readBytes( 0x48, 0, 1 ) } ), reply ),
+                 std::runtime_error );
+   EXPECT_TRUE( adapter.mutex.try_lock() );
+   adapter.mutex.unlock();
 }
 
 TEST_F( BatchTest, DifferentAdaptersWorkAtTheSameTime ) {

@@ -266,8 +266,11 @@ TEST_F( ChipTest, EEPROMReadsOnAndWritesPages ) {
    EXPECT_EQ( run( { readBytes( 0x48, 2, 3 ), readBytes( 0x48, 0, 0 ), readBytes( 0x48, 0, 0 ),
                      readBytes( 0x48, 255, 2 ) } ),
               "223344 55 66 ff00" );
-   EXPECT_EQ( run( { writeBytes( 0x48, 6, "abcd" ) } ), "-" );
-   EXPECT_THAT( run( { readBytes( 0x48, 0, 1 ) } ), HasSubstr( "no acknowledge" ) ) << "busy";
+   auto start = std::chrono::steady_clock::now();
+   std::string whileBusy = run( { writeBytes( 0x48, 6, "abcd" ), readBytes( 0x48, 0, 1 ) } );
+   if ( std::chrono::steady_clock::now() - start < std::chrono::milliseconds( 5 ) ) {
+      EXPECT_THAT( whileBusy, HasSubstr( "request 2 of 2" ) );
+   }
    std::this_thread::sleep_for( std::chrono::milliseconds( 6 ) );
    EXPECT_EQ( run( { readBytes( 0x48, 0, 9 ) } ), "6364223344556162ff" ) << "the page wraps";
 
@@ -298,31 +301,30 @@ class BlockChip : public RegisterChip {
 }  // namespace
 
 TEST( RegisterChipTest, ServesWordsBytesAndBlocks ) {
-   for ( auto [ order, word, written ] :
-         { std::tuple( ByteOrder::kHighFirst, "123456ff", "789a" ),
-           std::tuple( ByteOrder::kLowFirst, "341256ff", "9a78" ) } ) {
+   for ( bool highFirst : { true, false } ) {
       Board board;
       Bus& bus = board.bus( AdapterId::of( Smbus::MASTER_I2C, 0, 0, 0 ) );
       auto slot = std::make_unique< Slot >();
       slot->did = 1;
       slot->address = 0x48;
-      slot->chip = std::make_unique< BlockChip >( order );
+      slot->chip =
+         std::make_unique< BlockChip >( highFirst ? ByteOrder::kHighFirst : ByteOrder::kLowFirst );
       board.add( bus, bus.root(), std::move( slot ) );
+      auto run = [ & ]( std::initializer_list< Smbus::Request > requests ) {
+         return execute( board, batchOf( requests ) );
+      };
+      EXPECT_EQ( run( { readBytes( 0x48, 0x10, 4 ) } ), highFirst ? "123456ff" : "341256ff" );
       EXPECT_EQ(
-         execute( board, batchOf( { readBytes( 0x48, 0x10, 4 ),
-                                    request( Smbus::REQUEST_BLOCK_READ, 0x48, 0x20, 0 ),
-                                    readBytes( 0x48, 0x20, 5 ),
-                                    request( Smbus::REQUEST_BLOCK_WRITE, 0x48, 0x20, 2, "xy" ),
-                                    request( Smbus::REQUEST_BLOCK_READ, 0x48, 0x20, 0 ) } ) ),
-         std::string( word ) + " 616263 03616263ff - 7879" );
-      EXPECT_EQ( execute( board, batchOf( { request( Smbus::REQUEST_PROCESS_CALL, 0x48, 0x10, 2,
-                                                     written ? "\x78\x9a" : "" ),
-                                            writeBytes( 0x48, 0x11, "\xff" ),
-                                            readBytes( 0x48, 0x11, 1 ) } ) ),
-                 "56ff - 5f" );
-      EXPECT_EQ( execute( board, batchOf( { readBytes( 0x48, 0x10, 2 ) } ) ), "789a" );
-      EXPECT_EQ( board.get( 1, "low" ), order == ByteOrder::kHighFirst ? 5 : 4 );
-      EXPECT_EQ( board.get( 1, "high" ), order == ByteOrder::kHighFirst ? 3.5 : -3.5 );
+         run( { request( Smbus::REQUEST_BLOCK_READ, 0x48, 0x20, 0 ), readBytes( 0x48, 0x20, 5 ),
+                request( Smbus::REQUEST_BLOCK_WRITE, 0x48, 0x20, 2, "xy" ),
+                request( Smbus::REQUEST_BLOCK_READ, 0x48, 0x20, 0 ) } ),
+         "616263 03616263ff - 7879" );
+      EXPECT_EQ( run( { request( Smbus::REQUEST_PROCESS_CALL, 0x48, 0x10, 2, "\x78\x9a" ),
+                        writeBytes( 0x48, 0x11, "\xff" ), readBytes( 0x48, 0x11, 1 ),
+                        readBytes( 0x48, 0x10, 2 ) } ),
+                 "56ff - 5f 789a" );
+      EXPECT_EQ( board.get( 1, "low" ), highFirst ? 5 : 4 );
+      EXPECT_EQ( board.get( 1, "high" ), highFirst ? 3.5 : -3.5 );
       board.set( 1, "high", -1 );
       board.set( 1, "low", 100 );
       EXPECT_EQ( board.get( 1, "high" ), -1 );

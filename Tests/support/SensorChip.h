@@ -9,6 +9,12 @@ namespace Tests {
 
 using Registers = std::map< uint32_t, std::string >;
 
+constexpr float kUntouched = -1000;  // in an output that must stay as it is
+
+inline DriverArguments channel( const char* text ) {
+   return { { "channel", text } };
+}
+
 // A chip on a fake HAM with one temperature sensor, used as the host uses it. A TMP46x identifies
 // itself as a TMP468 and opens its lock.
 class SensorChip {
