@@ -52,33 +52,36 @@ bool DriverArgs::parseJSON( const char* jsonDocument ) {
    return true;
 }
 
+// The assertions print the lookups by name that one pass over the members stands for.
 void DriverArgs::parseJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   LUMEN_ASSERT( json.HasMember( "did" ) );
-   LUMEN_ASSERT( json.HasMember( "driver" ) );
-   isMultiDevice = json.HasMember( "isMultiDevice" ) && json[ "isMultiDevice" ].GetBool();
+   auto [ didMember, driverMember, multi, multiArgs, place, ham, component, arguments ] =
+      Utils::Json::members( json, { "did", "driver", "isMultiDevice", "multiDeviceArgs", "address",
+                                    "provideHam", "uid", "driverArgs" } );
+   LUMEN_ASSERT_TEXT( didMember, "json.HasMember( \"did\" )" );
+   LUMEN_ASSERT_TEXT( driverMember, "json.HasMember( \"driver\" )" );
+   isMultiDevice = multi && multi->GetBool();
    if ( isMultiDevice ) {
-      LUMEN_ASSERT( json.HasMember( "multiDeviceArgs" ) );
+      LUMEN_ASSERT_TEXT( multiArgs, "json.HasMember( \"multiDeviceArgs\" )" );
    } else {
-      LUMEN_ASSERT( json.HasMember( "address" ) );
-      Topology::fillAddressFromJSON( json[ "address" ], address );
+      LUMEN_ASSERT_TEXT( place, "json.HasMember( \"address\" )" );
+      Topology::fillAddressFromJSON( *place, address );
    }
-   provideHam = !json.HasMember( "provideHam" ) || json[ "provideHam" ].GetUint() != 0;
-   uid = json.HasMember( "uid" ) ? json[ "uid" ].GetUint() : kNoUid;
-   did = json[ "did" ].GetUint();
-   if ( const Value& name = json[ "driver" ]; !name.IsNull() ) {
-      driver = text( name );
+   provideHam = !ham || ham->GetUint() != 0;
+   uid = component ? component->GetUint() : kNoUid;
+   did = didMember->GetUint();
+   if ( !driverMember->IsNull() ) {
+      driver = text( *driverMember );
    }
-   auto arguments = json.FindMember( "driverArgs" );
-   if ( arguments != json.MemberEnd() && !arguments->value.IsNull() ) {
-      for ( const auto& member : arguments->value.GetObject() ) {
+   if ( arguments && !arguments->IsNull() ) {
+      for ( const auto& member : arguments->GetObject() ) {
          if ( !member.value.IsNull() ) {
             driverArgs[ text( member.name ) ] = argumentText( member.value );
          }
       }
    }
    if ( isMultiDevice ) {
-      for ( const auto& member : json[ "multiDeviceArgs" ].GetObject() ) {
+      for ( const auto& member : multiArgs->GetObject() ) {
          multiDeviceArgs[ text( member.name ) ] = text( member.value );
       }
    }

@@ -1,6 +1,7 @@
 #include "Host/Service.h"
 
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -12,6 +13,18 @@ namespace Host {
 namespace {
 
 constexpr const char* kUsualPath = "/run/lumen/smbus.sock";
+
+constexpr timeval kPatience{ .tv_sec = 2, .tv_usec = 0 };
+constexpr char kEmptyBatch[ 4 ]{};  // a frame's length, and nothing behind it
+
+// A service that refuses the batch is alive as well.
+bool answersBatch( int socket ) {
+   if ( send( socket, kEmptyBatch, sizeof kEmptyBatch, MSG_NOSIGNAL ) < 0 ) {
+      return false;
+   }
+   char byte;
+   return recv( socket, &byte, 1, 0 ) >= 0 || errno == ECONNRESET;
+}
 
 }  // namespace
 
@@ -34,11 +47,14 @@ bool serviceAnswers( const std::string& path ) {
       return false;
    }
    path.copy( address.sun_path, path.size() );
-   int socket = ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0 );
-   int result = connect( socket, reinterpret_cast< sockaddr* >( &address ), sizeof address );
-   bool busy = result < 0 && errno == EAGAIN;  // others wait to be accepted
+   int socket = ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
+   setsockopt( socket, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience );
+   setsockopt( socket, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience );
+   bool answers =
+      connect( socket, reinterpret_cast< sockaddr* >( &address ), sizeof address ) == 0 &&
+      answersBatch( socket );
    close( socket );
-   return result == 0 || busy;
+   return answers;
 }
 
 }  // namespace Host

@@ -10,7 +10,7 @@ std::string servicePath( const std::string& given );
 // False when the driver library serves its objects from simulation files.
 bool serviceNeeded();
 
-// Whether something accepts connections at the path.
+// Whether a service at the path answers requests, within two seconds.
 bool serviceAnswers( const std::string& path );
 
 }  // namespace Host

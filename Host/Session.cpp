@@ -93,6 +93,9 @@ std::optional< Session::Death > Session::sweep( Rows& rows ) {
       bool begins = said->type == kAdding || said->type == kReading;
       busyWith = begins ? std::optional< size_t >( said->number ) : std::nullopt;
       take( *said, rows );
+      if ( said->type == kRead && said->status == PL_STATUS_IO_ERROR && serviceGone() ) {
+         return Death{ .object = {}, .idle = true, .why = "" };
+      }
    }
    return Death{ busyWith, idle_, worker_->end() };
 }
@@ -131,19 +134,23 @@ void Session::take( const Message& said, Rows& rows ) {
    }
 }
 
+bool Session::serviceGone() const {
+   return serviceNeeded() && !serviceAnswers( options_.socket );
+}
+
 // Why no other worker can go on; empty when one can.
 std::string Session::afterDeath( const Death& death, Rows& rows ) {
-   bool serviceGone = serviceNeeded() && !serviceAnswers( options_.socket );
-   if ( death.object && serviceGone ) {
+   bool gone = serviceGone();
+   if ( death.object && gone ) {
       // Not the object's fault.
       rows[ *death.object ] = failedRow( board_.objects[ *death.object ], death.why );
    } else if ( death.object ) {
       failed_[ *death.object ] = death.why;
    }
-   if ( serviceGone ) {
+   if ( gone ) {
       return "no SMBus service answers any more at " + options_.socket;
    }
-   return death.object || death.idle ? "" : death.why;
+   return death.object || death.idle ? "" : "the driver library does not start: " + death.why;
 }
 
 void Session::work( const Worker::Link& link, const std::vector< size_t >& objects ) const {

@@ -47,6 +47,7 @@ class Session {
    std::optional< Death > sweep( Rows& rows );
    void startWorker( const Rows& rows );
    void take( const Message& message, Rows& rows );
+   bool serviceGone() const;
    std::string afterDeath( const Death& death, Rows& rows );
 
    // The worker's side.

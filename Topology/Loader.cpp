@@ -62,11 +62,12 @@ std::shared_ptr< Component > Component::fromJSON( const Value& json ) {
 
 std::shared_ptr< Device > Device::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   LUMEN_ASSERT( json.HasMember( "did" ) );
+   auto [ did, driver ] = Utils::Json::members( json, { "did", "driver" } );
+   LUMEN_ASSERT_TEXT( did, "json.HasMember( \"did\" )" );
    auto device = std::make_shared< Device >();
    init( device, json );
-   device->did = json[ "did" ].GetUint();
-   if ( json.HasMember( "driver" ) ) {
+   device->did = did->GetUint();
+   if ( driver ) {
       device->args = Drivers::DriverArgs::fromJSON( json );
    }
    forEachObject( json, "components", [ & ]( const Value& object ) {
@@ -293,30 +294,38 @@ pl_status loadTopology( const char* json ) {
 
 void fillAddressFromJSON( const Value& value, HamAddress& addr ) {
    LUMEN_ASSERT( value.IsObject() );
-   LUMEN_ASSERT( value.HasMember( "address" ) );
+   auto [ address, writeDelay, readDelay, busTimeout, extraDelay, addrSize, accel, noStop ] =
+      Utils::Json::members(
+         value, { "address", "writeDelay", "readDelay", "busTimeout", "extraDelay", "addrSize",
+                  "accel", "writeNoStopReadCurrent" } );
+   LUMEN_ASSERT_TEXT( address, "value.HasMember( \"address\" )" );
    uint32_t command = addr.command;
    addr = HamAddress{ .command = command, .addrSize = 1 };
-   addr.address = value[ "address" ].GetUint();
-
-   auto store = [ &value ]( const char* key, auto assign ) {
-      auto member = value.FindMember( key );
-      if ( member != value.MemberEnd() ) {
-         assign( member->value );
-      }
-   };
-   store( "writeDelay", [ & ]( const Value& v ) { addr.writeDelay = v.GetUint(); } );
-   store( "readDelay", [ & ]( const Value& v ) { addr.readDelay = v.GetUint(); } );
-   store( "busTimeout", [ & ]( const Value& v ) { addr.busTimeout = v.GetUint(); } );
-   store( "extraDelay", [ & ]( const Value& v ) { addr.extraDelay = v.GetUint(); } );
-   if ( value.HasMember( "addrSize" ) ) {
-      addr.addrSize = value[ "addrSize" ].GetUint();
+   addr.address = address->GetUint();
+   if ( writeDelay ) {
+      addr.writeDelay = writeDelay->GetUint();
+   }
+   if ( readDelay ) {
+      addr.readDelay = readDelay->GetUint();
+   }
+   if ( busTimeout ) {
+      addr.busTimeout = busTimeout->GetUint();
+   }
+   if ( extraDelay ) {
+      addr.extraDelay = extraDelay->GetUint();
+   }
+   if ( addrSize ) {
+      addr.addrSize = addrSize->GetUint();
       // Two bits hold the code, so that a 4 reads back as 0 and is refused as well.
       LUMEN_ASSERT_TEXT( addr.addrSize == 1 || addr.addrSize == 2,
                          "addr.addrSize == 1 || addr.addrSize == 2 || addr.addrSize == 4" );
    }
-   store( "accel", [ & ]( const Value& v ) { addr.accelerator = v.GetUint(); } );
-   store( "writeNoStopReadCurrent",
-          [ & ]( const Value& v ) { addr.writeNoStopReadCurrent = v.GetBool(); } );
+   if ( accel ) {
+      addr.accelerator = accel->GetUint();
+   }
+   if ( noStop ) {
+      addr.writeNoStopReadCurrent = noStop->GetBool();
+   }
 }
 
 }  // namespace Topology

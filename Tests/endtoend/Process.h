@@ -20,11 +20,13 @@ struct Outcome {
    std::string errors = {};
 };
 
-// One of the programs as a child process, ended with the object at the latest.
+// One of the programs, by its name or whole path, as a child process, ended with the object at the
+// latest.
 class Process {
  public:
    explicit Process( const std::string& program, std::vector< std::string > arguments ) {
-      arguments.insert( arguments.begin(), LUMEN_BIN_DIR "/" + program );
+      bool isPath = program.find( '/' ) != std::string::npos;
+      arguments.insert( arguments.begin(), isPath ? program : LUMEN_BIN_DIR "/" + program );
       std::vector< char* > words;
       for ( std::string& argument : arguments ) {
          words.push_back( argument.data() );
@@ -46,8 +48,10 @@ class Process {
    Process( const Process& ) = delete;
    Process& operator=( const Process& ) = delete;
 
-   void end( int signal ) {
-      kill( process_, signal );
+   void signal( int number ) const { kill( process_, number ); }
+
+   void end( int number ) {
+      signal( number );
       wait();
    }
 

@@ -34,6 +34,10 @@ class BoardCopy {
    }
 
    std::string path() const { return directory_.path(); }
+   std::string read( const char* file ) const {
+      std::ifstream stream( directory_.path() / file );
+      return { std::istreambuf_iterator< char >( stream ), {} };
+   }
    void write( const char* file, const std::string& text ) const {
       std::ofstream( directory_.path() / file ) << text;
    }
@@ -80,12 +84,11 @@ TEST( StatusTest, PrintsATable ) {
 
 TEST( StatusTest, FailsNothingButTheChipThatDoesNotAnswer ) {
    BoardCopy board( "demo" );
-   std::string chips;
-   for ( const char* did : { "100", "101", "111", "200", "210", "300", "400", "410" } ) {
-      chips += std::string( "{ \"did\": " ) + did + " }, ";
-   }
-   board.write( "emulation.json",
-                "{ \"chips\": [ " + chips + "{ \"did\": 110, \"unplugged\": true } ] }" );
+   std::string chips = board.read( "emulation.json" );
+   const std::string chip = "\"did\": 110,";
+   ASSERT_NE( chips.find( chip ), std::string::npos );
+   chips.replace( chips.find( chip ), chip.size(), chip + " \"unplugged\": true," );
+   board.write( "emulation.json", chips );
    Outcome outcome = lumen( { "--board", board.path(), "--emulate", "--json", "status" } );
    EXPECT_EQ( outcome.status, 1 );
    auto document = parse( outcome.output );
@@ -198,31 +201,69 @@ TEST_F( ServiceTest, ServesOneHostAfterAnother ) {
    EXPECT_EQ( status().status, 2 );
 }
 
-// The program looks for the service first, then the library connects and sends a request.
-TEST_F( ServiceTest, MayDieInTheMiddle ) {
-   int listener = ::socket( AF_UNIX, SOCK_STREAM, 0 );
-   sockaddr_un address{};
-   address.sun_family = AF_UNIX;
-   socket().copy( address.sun_path, sizeof address.sun_path - 1 );
-   ASSERT_EQ( bind( listener, reinterpret_cast< sockaddr* >( &address ), sizeof address ), 0 );
-   ASSERT_EQ( listen( listener, 8 ), 0 );
-   std::thread service( [ & ] {
-      int probe = accept( listener, nullptr, nullptr );
-      int connection = accept( listener, nullptr, nullptr );
-      char request;
-      recv( connection, &request, 1, 0 );
-      close( listener );
-      close( connection );
+TEST_F( ServiceTest, IsMissedSoonWhenItHangs ) {
+   Process service( "lumen-smbusd", { "--emulate", kBoards + "demo", "--socket", socket() } );
+   while ( service.text( "out" ).empty() ) {
+      usleep( 10'000 );
+   }
+   service.signal( SIGSTOP );
+   EXPECT_THAT( status().errors, HasSubstr( "no SMBus service answers at " + socket() ) );
+   service.signal( SIGCONT );
+   EXPECT_EQ( status().status, 0 );
+}
+
+// A service that answers the program, which looks whether it is there, but not the library.
+class FailingServiceTest : public ServiceTest, public testing::WithParamInterface< bool > {
+ protected:
+   FailingServiceTest() {
+      sockaddr_un address{};
+      address.sun_family = AF_UNIX;
+      socket().copy( address.sun_path, sizeof address.sun_path - 1 );
+      bind( listener_, reinterpret_cast< sockaddr* >( &address ), sizeof address );
+      listen( listener_, 8 );
+   }
+
+   void serve() {
+      char request[ 4 ];
+      int probe = accept( listener_, nullptr, nullptr );
+      recv( probe, request, sizeof request, MSG_WAITALL );
+      send( probe, "\0\0\0", 4, 0 );
+      connection_ = accept( listener_, nullptr, nullptr );
+      recv( connection_, request, 1, 0 );
       close( probe );
+   }
+
+   void die() {
+      close( listener_ );
+      close( connection_ );
+   }
+
+   int listener_ = ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
+   int connection_ = -1;
+};
+
+TEST_P( FailingServiceTest, StopsTheProgramWithoutBlamingTheChips ) {
+   bool hangs = GetParam();
+   setenv( "PL_SMBUS_TIMEOUT_MS", "300", 1 );
+   std::thread service( [ & ] {
+      serve();
+      if ( !hangs ) {
+         die();
+      }
    } );
    Outcome outcome = status();
    service.join();
+   if ( hangs ) {
+      die();
+   }
    EXPECT_EQ( outcome.status, 1 );
    auto document = parse( outcome.output );
-   EXPECT_EQ( countOf( document, "ok" ), 0u );
+   EXPECT_EQ( stateOf( document, "inlet" ), "failed" );
    EXPECT_EQ( stateOf( document, "optics-right" ), "failed" );
    EXPECT_THAT( outcome.output, HasSubstr( "no SMBus service answers any more at " + socket() ) );
 }
+
+INSTANTIATE_TEST_SUITE_P( DiesOrHangs, FailingServiceTest, testing::Bool() );
 
 }  // namespace
 }  // namespace Tests

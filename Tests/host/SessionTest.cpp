@@ -123,6 +123,17 @@ TEST_F( SessionTest, KeepsOneWorkerAndRunsItsTimersBetweenReads ) {
    EXPECT_GT( second[ 1 ].reading.value(), first[ 1 ].reading.value() + 2 );
 }
 
+TEST_F( SessionTest, DoesNotInitialiseAgainWhatWasRead ) {
+   for ( const char* driver : { "process", "abort", "process" } ) {
+      addSensor( driver );
+   }
+   auto first = read();
+   EXPECT_NE( first[ 0 ].reading, first[ 2 ].reading );
+   auto second = read();
+   EXPECT_EQ( second[ 0 ].reading, second[ 2 ].reading );
+   EXPECT_EQ( second[ 0 ].reading, read()[ 0 ].reading );
+}
+
 TEST_F( SessionTest, AddsEveryKind ) {
    board.objects.push_back( { Kind::System, "chassis", "{}" } );
    board.objects.push_back( { Kind::Led, "status", "{\"driver\":\"\"}" } );

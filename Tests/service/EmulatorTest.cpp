@@ -323,6 +323,16 @@ TEST( RegisterChipTest, ServesWordsBytesAndBlocks ) {
                         writeBytes( 0x48, 0x11, "\xff" ), readBytes( 0x48, 0x11, 1 ),
                         readBytes( 0x48, 0x10, 2 ) } ),
                  "56ff - 5f 789a" );
+      // A wide register number is just more bytes, most significant first.
+      for ( auto [ sizeCode, number, data ] :
+            { std::tuple( 0u, 0x10010203u, "\x04" ), std::tuple( 2u, 0x1001u, "\x02\x03" ) } ) {
+         Smbus::Request wide = writeBytes( 0x48, number, data );
+         wide.set_address( 0x48 | sizeCode << 25 );
+         EXPECT_EQ(
+            run( { writeBytes( 0x48, 0x10, "\x55\x66\x07" ), wide, readBytes( 0x48, 0x10, 3 ) } ),
+            "- - 010253" );
+      }
+      run( { writeBytes( 0x48, 0x10, "\x78\x9a" ) } );
       EXPECT_EQ( board.get( 1, "low" ), highFirst ? 5 : 4 );
       EXPECT_EQ( board.get( 1, "high" ), highFirst ? 3.5 : -3.5 );
       board.set( 1, "high", -1 );
