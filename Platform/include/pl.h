@@ -114,7 +114,7 @@ struct pl_smbus;
 struct pl_poe_port;
 #endif
 
-typedef void (*pl_unused_slot)(void); /* always null */
+typedef void ( *pl_unused_slot )( void ); /* always null */
 
 /* System: one record per add; the library serves no system operation. */
 
@@ -124,8 +124,8 @@ struct pl_system_ops {
 };
 
 struct pl_system {
-   void *host;
-   const struct pl_system_ops *ops;
+   void* host;
+   const struct pl_system_ops* ops;
 };
 
 /* Temperature sensor: degrees Celsius. */
@@ -133,54 +133,54 @@ struct pl_system {
 struct pl_temp_sensor_ops {
    size_t size;
    pl_unused_slot unused;
-   pl_status ( *get_temperature )( pl_temp_sensor *sensor, float *celsius );
+   pl_status ( *get_temperature )( pl_temp_sensor* sensor, float* celsius );
 };
 
 struct pl_temp_sensor {
-   void *host;
-   const struct pl_temp_sensor_ops *ops;
-   void *priv;
+   void* host;
+   const struct pl_temp_sensor_ops* ops;
+   void* priv;
 };
 
 /* LED. PL_STATUS_UNSUPPORTED for a setting that the LED cannot show. */
 
 struct pl_led_ops {
    size_t size;
-   pl_status ( *set_light_setting )( pl_led *led, pl_led_status status );
+   pl_status ( *set_light_setting )( pl_led* led, pl_led_status status );
 };
 
 struct pl_led {
-   void *host;
-   const struct pl_led_ops *ops;
-   void *priv;
+   void* host;
+   const struct pl_led_ops* ops;
+   void* priv;
 };
 
 /* Fan: revolutions per minute. */
 
 struct pl_fan_ops {
    size_t size;
-   pl_status ( *debug_info )( const pl_fan *fan, char **text ); /* may leave *text untouched */
-   pl_status ( *get_rpm )( pl_fan *fan, int *rpm );
-   pl_status ( *set_rpm )( pl_fan *fan, int rpm );
+   pl_status ( *debug_info )( const pl_fan* fan, char** text ); /* may leave *text untouched */
+   pl_status ( *get_rpm )( pl_fan* fan, int* rpm );
+   pl_status ( *set_rpm )( pl_fan* fan, int rpm );
 };
 
 struct pl_fan {
-   void *host;
-   const struct pl_fan_ops *ops;
-   void *priv;
+   void* host;
+   const struct pl_fan_ops* ops;
+   void* priv;
 };
 
 /* Slot: PL_STATUS_OK and a description when the unit is present, PL_STATUS_ABSENT when not. */
 
 struct pl_slot_ops {
    size_t size;
-   pl_status ( *get_presence )( pl_slot *slot, char **info );
+   pl_status ( *get_presence )( pl_slot* slot, char** info );
 };
 
 struct pl_slot {
-   void *host;
-   const struct pl_slot_ops *ops;
-   void *priv;
+   void* host;
+   const struct pl_slot_ops* ops;
+   void* priv;
 };
 
 /* Power supply: amperes, volts, watts. */
@@ -188,54 +188,54 @@ struct pl_slot {
 struct pl_psu_ops {
    size_t size;
    pl_unused_slot unused;
-   pl_status ( *get_power_ok )( pl_psu *psu, int *ok );
-   pl_status ( *get_input_current )( pl_psu *psu, float *amps );
-   pl_status ( *get_output_current )( pl_psu *psu, float *amps );
-   pl_status ( *get_input_voltage )( pl_psu *psu, float *volts );
-   pl_status ( *get_output_voltage )( pl_psu *psu, float *volts );
-   pl_status ( *get_input_power )( pl_psu *psu, float *watts );
-   pl_status ( *get_output_power )( pl_psu *psu, float *watts );
+   pl_status ( *get_power_ok )( pl_psu* psu, int* ok );
+   pl_status ( *get_input_current )( pl_psu* psu, float* amps );
+   pl_status ( *get_output_current )( pl_psu* psu, float* amps );
+   pl_status ( *get_input_voltage )( pl_psu* psu, float* volts );
+   pl_status ( *get_output_voltage )( pl_psu* psu, float* volts );
+   pl_status ( *get_input_power )( pl_psu* psu, float* watts );
+   pl_status ( *get_output_power )( pl_psu* psu, float* watts );
 };
 
 struct pl_psu {
-   void *host;
-   const struct pl_psu_ops *ops;
-   void *priv;
+   void* host;
+   const struct pl_psu_ops* ops;
+   void* priv;
 };
 
 /* Transceiver: control and status lines of a pluggable module, 0 or 1. */
 
 struct pl_sfp_ops {
    size_t size;
-   int ( *get_presence )( pl_xcvr *xcvr );
-   pl_status ( *get_tx_fault )( pl_xcvr *xcvr, int *value );
-   pl_status ( *get_rx_los )( pl_xcvr *xcvr, int *value );
-   pl_status ( *get_tx_disable )( pl_xcvr *xcvr, int *value );
-   pl_status ( *set_tx_disable )( pl_xcvr *xcvr, int value );
+   int ( *get_presence )( pl_xcvr* xcvr );
+   pl_status ( *get_tx_fault )( pl_xcvr* xcvr, int* value );
+   pl_status ( *get_rx_los )( pl_xcvr* xcvr, int* value );
+   pl_status ( *get_tx_disable )( pl_xcvr* xcvr, int* value );
+   pl_status ( *set_tx_disable )( pl_xcvr* xcvr, int value );
 };
 
 struct pl_qsfp_ops {
    size_t size;
-   int ( *get_presence )( pl_xcvr *xcvr );
-   pl_status ( *get_mod_sel )( pl_xcvr *xcvr, int *value );
-   pl_status ( *set_mod_sel )( pl_xcvr *xcvr, int value );
-   pl_status ( *get_lp_mode )( pl_xcvr *xcvr, int *value );
-   pl_status ( *set_lp_mode )( pl_xcvr *xcvr, int value );
-   pl_status ( *get_reset )( pl_xcvr *xcvr, int *value );
-   pl_status ( *set_reset )( pl_xcvr *xcvr, int value );
-   pl_status ( *get_interrupt )( pl_xcvr *xcvr, int *value );
+   int ( *get_presence )( pl_xcvr* xcvr );
+   pl_status ( *get_mod_sel )( pl_xcvr* xcvr, int* value );
+   pl_status ( *set_mod_sel )( pl_xcvr* xcvr, int value );
+   pl_status ( *get_lp_mode )( pl_xcvr* xcvr, int* value );
+   pl_status ( *set_lp_mode )( pl_xcvr* xcvr, int value );
+   pl_status ( *get_reset )( pl_xcvr* xcvr, int* value );
+   pl_status ( *set_reset )( pl_xcvr* xcvr, int value );
+   pl_status ( *get_interrupt )( pl_xcvr* xcvr, int* value );
 };
 
 struct pl_cmis_ops {
    size_t size;
-   int ( *get_presence )( pl_xcvr *xcvr );
-   pl_status ( *get_mod_sel )( pl_xcvr *xcvr, int *value );
-   pl_status ( *set_mod_sel )( pl_xcvr *xcvr, int value );
-   pl_status ( *get_lp_mode )( pl_xcvr *xcvr, int *value );
-   pl_status ( *set_lp_mode )( pl_xcvr *xcvr, int value );
-   pl_status ( *get_reset )( pl_xcvr *xcvr, int *value );
-   pl_status ( *set_reset )( pl_xcvr *xcvr, int value );
-   pl_status ( *get_interrupt )( pl_xcvr *xcvr, int *value );
+   int ( *get_presence )( pl_xcvr* xcvr );
+   pl_status ( *get_mod_sel )( pl_xcvr* xcvr, int* value );
+   pl_status ( *set_mod_sel )( pl_xcvr* xcvr, int value );
+   pl_status ( *get_lp_mode )( pl_xcvr* xcvr, int* value );
+   pl_status ( *set_lp_mode )( pl_xcvr* xcvr, int value );
+   pl_status ( *get_reset )( pl_xcvr* xcvr, int* value );
+   pl_status ( *set_reset )( pl_xcvr* xcvr, int value );
+   pl_status ( *get_interrupt )( pl_xcvr* xcvr, int* value );
 };
 
 struct pl_xcvr_ops {
@@ -249,24 +249,24 @@ struct pl_xcvr_ops {
 };
 
 struct pl_xcvr {
-   void *host;
-   const struct pl_xcvr_ops *ops;
-   void *priv;
+   void* host;
+   const struct pl_xcvr_ops* ops;
+   void* priv;
 };
 
 /* GPIO: one bit, 0 or 1. */
 
 struct pl_gpio_ops {
    size_t size;
-   pl_status ( *bit_set )( pl_gpio *gpio );
-   pl_status ( *bit_clear )( pl_gpio *gpio );
-   pl_status ( *bit_read )( pl_gpio *gpio, unsigned int *value );
+   pl_status ( *bit_set )( pl_gpio* gpio );
+   pl_status ( *bit_clear )( pl_gpio* gpio );
+   pl_status ( *bit_read )( pl_gpio* gpio, unsigned int* value );
 };
 
 struct pl_gpio {
-   void *host;
-   const struct pl_gpio_ops *ops;
-   void *priv;
+   void* host;
+   const struct pl_gpio_ops* ops;
+   void* priv;
 };
 
 /*
@@ -277,93 +277,78 @@ struct pl_gpio {
 
 struct pl_smbus_ops {
    size_t size;
-   pl_status ( *quick_command )( pl_smbus *smbus, int value );
-   pl_status ( *receive_byte )( pl_smbus *smbus, uint8_t *value );
-   pl_status ( *send_byte )( pl_smbus *smbus, uint8_t value );
-   pl_status ( *read_byte )( pl_smbus *smbus, uint32_t reg, uint8_t reg_size, uint8_t *value );
-   pl_status ( *write_byte )( pl_smbus *smbus, uint32_t reg, uint8_t reg_size, uint8_t value );
-   pl_status ( *read_word )( pl_smbus *smbus, uint32_t reg, uint8_t reg_size, uint16_t *value );
-   pl_status ( *write_word )( pl_smbus *smbus, uint32_t reg, uint8_t reg_size, uint16_t value );
-   pl_status ( *block_read )( pl_smbus *smbus,
-                              uint32_t reg,
-                              uint8_t reg_size,
-                              uint8_t *buffer,
-                              uint32_t *length );
-   pl_status ( *block_write )( pl_smbus *smbus,
-                               uint32_t reg,
-                               uint8_t reg_size,
-                               const uint8_t *data,
-                               uint32_t length );
-   pl_status ( *i2c_block_read )( pl_smbus *smbus,
-                                  uint32_t reg,
-                                  uint8_t reg_size,
-                                  uint8_t *buffer,
-                                  uint32_t length );
-   pl_status ( *i2c_block_write )( pl_smbus *smbus,
-                                   uint32_t reg,
-                                   uint8_t reg_size,
-                                   const uint8_t *data,
-                                   uint32_t length );
-   pl_status ( *process_call )( pl_smbus *smbus,
-                                uint32_t reg,
-                                uint8_t reg_size,
-                                uint16_t value,
-                                uint16_t *answer );
-   pl_status ( *block_process_call )( pl_smbus *smbus,
+   pl_status ( *quick_command )( pl_smbus* smbus, int value );
+   pl_status ( *receive_byte )( pl_smbus* smbus, uint8_t* value );
+   pl_status ( *send_byte )( pl_smbus* smbus, uint8_t value );
+   pl_status ( *read_byte )( pl_smbus* smbus, uint32_t reg, uint8_t reg_size, uint8_t* value );
+   pl_status ( *write_byte )( pl_smbus* smbus, uint32_t reg, uint8_t reg_size, uint8_t value );
+   pl_status ( *read_word )( pl_smbus* smbus, uint32_t reg, uint8_t reg_size, uint16_t* value );
+   pl_status ( *write_word )( pl_smbus* smbus, uint32_t reg, uint8_t reg_size, uint16_t value );
+   pl_status ( *block_read )(
+      pl_smbus* smbus, uint32_t reg, uint8_t reg_size, uint8_t* buffer, uint32_t* length );
+   pl_status ( *block_write )(
+      pl_smbus* smbus, uint32_t reg, uint8_t reg_size, const uint8_t* data, uint32_t length );
+   pl_status ( *i2c_block_read )(
+      pl_smbus* smbus, uint32_t reg, uint8_t reg_size, uint8_t* buffer, uint32_t length );
+   pl_status ( *i2c_block_write )(
+      pl_smbus* smbus, uint32_t reg, uint8_t reg_size, const uint8_t* data, uint32_t length );
+   pl_status ( *process_call )(
+      pl_smbus* smbus, uint32_t reg, uint8_t reg_size, uint16_t value, uint16_t* answer );
+   pl_status ( *block_process_call )( pl_smbus* smbus,
                                       uint32_t reg,
                                       uint8_t reg_size,
-                                      const uint8_t *data,
+                                      const uint8_t* data,
                                       uint8_t length,
-                                      uint8_t *buffer,
-                                      uint8_t *answer_length );
+                                      uint8_t* buffer,
+                                      uint8_t* answer_length );
 };
 
 struct pl_smbus {
-   void *host;
-   const struct pl_smbus_ops *ops;
-   void *priv;
+   void* host;
+   const struct pl_smbus_ops* ops;
+   void* priv;
 };
 
 /* PoE port: watts, volts, amperes, degrees Celsius. */
 
 struct pl_poe_port_ops {
    size_t size;
-   pl_status ( *debug_info )( const pl_poe_port *port, char **text, bool verbose );
-   pl_status ( *poe_port_init )( pl_poe_port *port );
-   pl_status ( *reprogram_poe_firmware )( pl_poe_port *port, bool force, char **text );
-   pl_status ( *set_poe_port_pse )( pl_poe_port *port, bool enable );
-   pl_status ( *set_poe_port_limit )( pl_poe_port *port,
+   pl_status ( *debug_info )( const pl_poe_port* port, char** text, bool verbose );
+   pl_status ( *poe_port_init )( pl_poe_port* port );
+   pl_status ( *reprogram_poe_firmware )( pl_poe_port* port, bool force, char** text );
+   pl_status ( *set_poe_port_pse )( pl_poe_port* port, bool enable );
+   pl_status ( *set_poe_port_limit )( pl_poe_port* port,
                                       pl_poe_power_limit_mode mode,
                                       float watts );
-   pl_status ( *set_poe_port_shut_off_with_psu )( pl_poe_port *port,
+   pl_status ( *set_poe_port_shut_off_with_psu )( pl_poe_port* port,
                                                   unsigned char psu,
                                                   bool enable );
-   pl_status ( *poe_port_power_on )( pl_poe_port *port, bool on );
-   pl_status ( *set_poe_port_legacy_detect )( pl_poe_port *port, bool enable );
-   pl_status ( *get_poe_port_power_state )( pl_poe_port *port,
-                                            pl_poe_port_state *state,
-                                            pl_poe_port_state *primary,
-                                            pl_poe_port_state *alternative,
-                                            pl_poe_port_pair_state *pairs );
-   pl_status ( *get_poe_device_class )( pl_poe_port *port,
-                                        pl_poe_device_class *device_class,
-                                        pl_poe_device_class *primary,
-                                        pl_poe_device_class *alternative );
-   pl_status ( *get_poe_port_power )( pl_poe_port *port,
-                                      float *total,
-                                      float *primary,
-                                      float *alternative );
-   pl_status ( *get_poe_port_voltage )( pl_poe_port *port, float *volts );
-   pl_status ( *get_poe_port_current )( pl_poe_port *port, float *amps );
-   pl_status ( *get_poe_port_temperature )( pl_poe_port *port, float *celsius );
-   pl_status ( *get_poe_port_crc_status )( pl_poe_port *port, bool *ok );
-   pl_status ( *get_poe_port_information )( pl_poe_port *port, char **text );
+   pl_status ( *poe_port_power_on )( pl_poe_port* port, bool on );
+   pl_status ( *set_poe_port_legacy_detect )( pl_poe_port* port, bool enable );
+   pl_status ( *get_poe_port_power_state )( pl_poe_port* port,
+                                            pl_poe_port_state* state,
+                                            pl_poe_port_state* primary,
+                                            pl_poe_port_state* alternative,
+                                            pl_poe_port_pair_state* pairs );
+   pl_status ( *get_poe_device_class )( pl_poe_port* port,
+                                        pl_poe_device_class* device_class,
+                                        pl_poe_device_class* primary,
+                                        pl_poe_device_class* alternative );
+   pl_status ( *get_poe_port_power )( pl_poe_port* port,
+                                      float* total,
+                                      float* primary,
+                                      float* alternative );
+   pl_status ( *get_poe_port_voltage )( pl_poe_port* port, float* volts );
+   pl_status ( *get_poe_port_current )( pl_poe_port* port, float* amps );
+   pl_status ( *get_poe_port_temperature )( pl_poe_port* port, float* celsius );
+   pl_status ( *get_poe_port_crc_status )( pl_poe_port* port, bool* ok );
+   pl_status ( *get_poe_port_information )( pl_poe_port* port, char** text );
 };
 
 struct pl_poe_port {
-   void *host;
-   const struct pl_poe_port_ops *ops;
-   void *priv;
+   void* host;
+   const struct pl_poe_port_ops* ops;
+   void* priv;
 };
 
 /* Entry points are visible in a library that hides everything else. */
@@ -383,33 +368,33 @@ struct pl_poe_port {
  * it again later.
  */
 
-pl_status pl_system_init( const char *topology );
-pl_status pl_slot_init( const char *topology );
-pl_status pl_led_init( const char *topology );
-pl_status pl_poe_port_init( const char *topology );
-pl_status pl_temp_sensor_init( const char *topology );
-pl_status pl_fan_init( const char *topology );
-pl_status pl_xcvr_init( const char *topology );
-pl_status pl_psu_init( const char *topology );
-pl_status pl_gpio_init( const char *topology );
-pl_status pl_smbus_init( const char *topology );
+pl_status pl_system_init( const char* topology );
+pl_status pl_slot_init( const char* topology );
+pl_status pl_led_init( const char* topology );
+pl_status pl_poe_port_init( const char* topology );
+pl_status pl_temp_sensor_init( const char* topology );
+pl_status pl_fan_init( const char* topology );
+pl_status pl_xcvr_init( const char* topology );
+pl_status pl_psu_init( const char* topology );
+pl_status pl_gpio_init( const char* topology );
+pl_status pl_smbus_init( const char* topology );
 
-pl_system *pl_system_add( const char *device_args ); /* never null; the text is not parsed */
-pl_slot *pl_slot_add( const char *device_args );
-pl_led *pl_led_add( const char *device_args );
-pl_poe_port *pl_poe_port_add( const char *device_args );
+pl_system* pl_system_add( const char* device_args ); /* never null; the text is not parsed */
+pl_slot* pl_slot_add( const char* device_args );
+pl_led* pl_led_add( const char* device_args );
+pl_poe_port* pl_poe_port_add( const char* device_args );
 /* Thresholds in degrees Celsius; a chip that cannot take them aborts the process. */
-pl_temp_sensor *pl_temp_sensor_add( const char *device_args,
+pl_temp_sensor* pl_temp_sensor_add( const char* device_args,
                                     float alert_threshold,
                                     float critical_threshold );
-pl_fan *pl_fan_add( const char *device_args );
+pl_fan* pl_fan_add( const char* device_args );
 /* Driver arguments "id" and "type" are required; a missing or unknown one aborts the process. */
-pl_xcvr *pl_xcvr_add( const char *device_args );
-pl_psu *pl_psu_add( const char *device_args );
-pl_gpio *pl_gpio_add( const char *device_args );
+pl_xcvr* pl_xcvr_add( const char* device_args );
+pl_psu* pl_psu_add( const char* device_args );
+pl_gpio* pl_gpio_add( const char* device_args );
 /* `device` is device arguments (JSON), or the stem of a topology label: stem "smbus3" and address
  * 0x50 name the device labelled "smbus3<0x50>". The address is used only with a stem. */
-pl_smbus *pl_smbus_add( const char *device, uint8_t address );
+pl_smbus* pl_smbus_add( const char* device, uint8_t address );
 
 #pragma GCC visibility pop
 
@@ -418,13 +403,13 @@ pl_smbus *pl_smbus_add( const char *device, uint8_t address );
  */
 
 /* One diagnostic line. Level 0: errors and life-cycle; higher levels: more detail. */
-void pl_trace( int level, const char *format, ... ) __attribute__( ( format( printf, 2, 3 ) ) );
+void pl_trace( int level, const char* format, ... ) __attribute__( ( format( printf, 2, 3 ) ) );
 
 /* Creates a timer that calls `callback( user )` on the host's thread; not armed. Null when no
  * timer could be created. */
-void *pl_timer_add( void ( *callback )( void * ), void *user );
+void* pl_timer_add( void ( *callback )( void* ), void* user );
 /* Arms the timer once, `milliseconds` from now; arming again replaces. 0 on success. */
-int pl_timer_set( void *timer, int milliseconds );
+int pl_timer_set( void* timer, int milliseconds );
 
 #ifdef __cplusplus
 }
