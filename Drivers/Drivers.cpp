@@ -4,6 +4,7 @@
 
 #include "Topology/Topology.h"
 #include "Utils/Assert.h"
+#include "Utils/Lasting.h"
 #include "pl.h"
 
 namespace Drivers {
@@ -56,8 +57,8 @@ bool DriverArgs::parseJSON( const char* jsonDocument ) {
 void DriverArgs::parseJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
    auto [ didMember, driverMember, multi, multiArgs, place, ham, component, arguments ] =
-      Utils::Json::members( json, { "did", "driver", "isMultiDevice", "multiDeviceArgs", "address",
-                                    "provideHam", "uid", "driverArgs" } );
+      Utils::Json::members< "did", "driver", "isMultiDevice", "multiDeviceArgs", "address",
+                            "provideHam", "uid", "driverArgs" >( json );
    LUMEN_ASSERT_TEXT( didMember, "json.HasMember( \"did\" )" );
    LUMEN_ASSERT_TEXT( driverMember, "json.HasMember( \"driver\" )" );
    isMultiDevice = multi && multi->GetBool();
@@ -88,7 +89,7 @@ void DriverArgs::parseJSON( const Value& json ) {
 }
 
 std::shared_ptr< DriverArgs > DriverArgs::fromJSON( const Value& json ) {
-   auto args = std::make_shared< DriverArgs >();
+   auto args = Utils::makeLasting< DriverArgs >();
    args->parseJSON( json );
    return args;
 }

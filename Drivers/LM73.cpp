@@ -45,12 +45,14 @@ LM73::Resolution resolutionOf( const std::string& text ) {
 }  // namespace
 
 Component::HardwareDevice* LM73::create( const FactoryArgs& args, Ham::Ham* ) {
-   auto resolution = args.driverArgs.find( "resolution" );
+   Resolution resolution = Resolution::QuarterDegree;
+   if ( auto it = args.driverArgs.find( "resolution" ); it != args.driverArgs.end() ) {
+      resolution = resolutionOf( it->second );
+   }
    auto inverted = args.driverArgs.find( "invertAlertPolarity" );
-   auto end = args.driverArgs.end();
-   return new LM73(
-      resolution == end ? Resolution::QuarterDegree : resolutionOf( resolution->second ),
-      inverted != end && Utils::stoi( inverted->second ) != 0 );
+   bool invertAlertPolarity =
+      inverted != args.driverArgs.end() && Utils::stoi( inverted->second ) != 0;
+   return new LM73( resolution, invertAlertPolarity );
 }
 
 LM73::LM73( Resolution resolution, bool invertAlertPolarity )

@@ -1,5 +1,6 @@
 #include "Ham/LumenSmbusHam.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -12,6 +13,26 @@
 #include "Utils/Assert.h"
 
 namespace Ham {
+
+namespace {
+
+// Makes sure that building a mux chip's own path does not come back to the same chip.
+class MuxInProgress {
+ public:
+   explicit MuxInProgress( uint32_t did ) {
+      bool reachedThroughItself = std::ranges::find( chips, did ) != chips.end();
+      LUMEN_ASSERT( !reachedThroughItself );
+      chips.push_back( did );
+   }
+   ~MuxInProgress() { chips.pop_back(); }
+   MuxInProgress( const MuxInProgress& ) = delete;
+   MuxInProgress& operator=( const MuxInProgress& ) = delete;
+
+ private:
+   static inline std::vector< uint32_t > chips;
+};
+
+}  // namespace
 
 Ham* LumenSmbusHam::create( const Topology::Topology& topology, const Drivers::DriverArgs& args ) {
    LumenSmbusDriverVisitor visitor( args );
@@ -56,6 +77,20 @@ void LumenSmbusHam::init() {
    for ( Component::LogicalDevice::Mux* mux : muxes ) {
       prepareRequestCount_ += atMuxChip( mux, [ & ] { return mux->selectRequest( this ); } );
    }
+}
+
+void LumenSmbusHam::addMux( uint32_t did, uint32_t channel ) {
+   pl_trace( 3, "Mux using device %u with value %u", did, channel );
+   const Topology::Device* topoDev = Topology::findDevice( did );
+   if ( !topoDev || !topoDev->args ) {
+      pl_trace( 3, "Device %u isn't declared inline", did );
+   }
+   LUMEN_ASSERT_TEXT( topoDev && topoDev->args, "topoDev->args" );
+   MuxInProgress guard( did );
+   Drivers::DriverArgs args = *topoDev->args;
+   Component::HardwareDevice* muxDevice = Component::HardwareDevice::create( args, nullptr );
+   LUMEN_ASSERT( muxDevice );
+   muxes.insert( muxes.begin(), muxDevice->newMux( args, channel ) );
 }
 
 template < typename Queue >

@@ -60,6 +60,8 @@ class LumenSmbusHam : public Ham {
  private:
    friend class LumenSmbusVisitor;
 
+   // Puts the channel of this mux chip in front of the path.
+   void addMux( uint32_t did, uint32_t channel );
    Smbus::Request* addRequest( Register reg,
                                Smbus::RequestType type,
                                uint32_t size,

@@ -1,32 +1,10 @@
 #include "Ham/LumenSmbusVisitor.h"
 
-#include <algorithm>
-#include <vector>
-
-#include "Components/HardwareDevice.h"
-#include "Utils/Assert.h"
-
 namespace Ham {
 
 namespace {
 
 constexpr uint8_t kOneByteRegisters = 1;  // addrSize code
-
-// Makes sure that building a mux chip's own path does not come back to the same chip.
-class MuxInProgress {
- public:
-   explicit MuxInProgress( uint32_t did ) {
-      bool reachedThroughItself = std::ranges::find( chips, did ) != chips.end();
-      LUMEN_ASSERT( !reachedThroughItself );
-      chips.push_back( did );
-   }
-   ~MuxInProgress() { chips.pop_back(); }
-   MuxInProgress( const MuxInProgress& ) = delete;
-   MuxInProgress& operator=( const MuxInProgress& ) = delete;
-
- private:
-   static inline std::vector< uint32_t > chips;
-};
 
 }  // namespace
 
@@ -37,20 +15,9 @@ void LumenSmbusVisitor::createHam( const HamAddress& address ) {
 }
 
 bool LumenSmbusVisitor::visit( const Topology::Mux* mux ) {
-   if ( !found ) {
-      return true;
+   if ( found ) {
+      ham->addMux( mux->did, busId );
    }
-   pl_trace( 3, "Mux using device %u with value %u", mux->did, busId );
-   const Topology::Device* topoDev = Topology::findDevice( mux->did );
-   if ( !topoDev || !topoDev->args ) {
-      pl_trace( 3, "Device %u isn't declared inline", mux->did );
-   }
-   LUMEN_ASSERT_TEXT( topoDev && topoDev->args, "topoDev->args" );
-   MuxInProgress guard( mux->did );
-   Drivers::DriverArgs args = *topoDev->args;
-   Component::HardwareDevice* muxDevice = Component::HardwareDevice::create( args, nullptr );
-   LUMEN_ASSERT( muxDevice );
-   ham->muxes.insert( ham->muxes.begin(), muxDevice->newMux( args, busId ) );
    return true;
 }
 

@@ -11,6 +11,7 @@ class SearchVisitor final : public Topology::TopologyVisitor {
  public:
    SearchVisitor( uint32_t wantedUid, uint32_t wantedDid ) : uid( wantedUid ), did( wantedDid ) {}
 
+   using TopologyVisitor::visit;
    bool visit( const Topology::Component* component ) override;
    bool visit( const Topology::Device* node ) override;
    bool visit( const Topology::Mux* mux ) override;
@@ -21,10 +22,8 @@ class SearchVisitor final : public Topology::TopologyVisitor {
    bool visit( const Topology::IOPort* medium ) override;
    bool visit( const Topology::Celestica* medium ) override;
    bool visit( const Topology::PLM* medium ) override;
-   bool visit( const Topology::LinuxFs* ) override { return true; }
    bool visit( const Topology::SccSpi* medium ) override;
    bool visit( const Topology::FbDomFpga* medium ) override;
-   bool visit( const Topology::Topology* ) override { return true; }
 
    uint32_t uid;
    uint32_t did;

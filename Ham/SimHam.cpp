@@ -53,7 +53,8 @@ class LockedFile {
    std::string read( size_t offset, size_t length ) const {
       std::string bytes( length, '\0' );
       ssize_t count = pread( fd_, bytes.data(), length, static_cast< off_t >( offset ) );
-      bytes.resize( static_cast< size_t >( std::max< ssize_t >( count, 0 ) ) );
+      LUMEN_ASSERT_TEXT( count >= 0, "mm != ((void *) -1)" );
+      bytes.resize( static_cast< size_t >( count ) );
       return bytes;
    }
 
@@ -80,6 +81,12 @@ class LockedFile {
 
    int fd_;
 };
+
+// False with errno.
+bool createFile( const std::string& name, const std::string& content ) {
+   LockedFile file( name, O_RDWR | O_CREAT, F_WRLCK );
+   return file.isOpen() && file.truncate() && file.write( 0, content );
+}
 
 std::string hexDigits( uint32_t value, uint32_t size ) {
    std::string digits( size_t{ 2 } * size, '0' );
@@ -229,13 +236,13 @@ void SimHam::createSimFile() {
    }
    fileSize = static_cast< uint32_t >( text.size() );
 
-   LockedFile file( simFileName_, O_RDWR | O_CREAT, F_WRLCK );
-   if ( !file.isOpen() || !file.truncate() || !file.write( 0, text + '\n' ) ) {
-      pl_trace( 0, "Failed to create %s: %s", simFileName_.c_str(), strerror( errno ) );
-      return;
-   }
+   // A file that is not there is met by the first access.
    simFileExists_ = true;
-   pl_trace( 5, "Created %s", simFileName_.c_str() );
+   if ( createFile( simFileName_, text + '\n' ) ) {
+      pl_trace( 5, "Created %s", simFileName_.c_str() );
+   } else {
+      pl_trace( 0, "Failed to create %s: %s", simFileName_.c_str(), strerror( errno ) );
+   }
 }
 
 // What a reader asks for beyond the entry, or beyond a file that someone cut short, is filled up.
@@ -245,11 +252,12 @@ std::string SimHam::readFromFile( size_t length ) const {
    const Utils::ExpectedVal& val = expected->at( currentReg );
    size_t available = std::min( length, entryLength( val ) );
    char fill = val.isNumeric ? kNumberFill : kBytesFill;
-
-   LockedFile file( simFileName_, O_RDONLY, F_RDLCK );
-   LUMEN_ASSERT_TEXT( file.isOpen(), "mm != ((void *) -1)" );
    std::string text( length - available, fill );
-   text += file.read( offsets.at( currentReg ), available );
+   {
+      LockedFile file( simFileName_, O_RDONLY, F_RDLCK );
+      LUMEN_ASSERT_TEXT( file.isOpen(), "mm != ((void *) -1)" );
+      text += file.read( offsets.at( currentReg ), available );
+   }
    text.resize( length, fill );
    pl_trace( 5, "%s - Read %s from register 0x%x", simFileName_.c_str(), text.c_str(), currentReg );
    return text;
@@ -258,13 +266,18 @@ std::string SimHam::readFromFile( size_t length ) const {
 void SimHam::writeToFile( const std::string& value ) const {
    LUMEN_ASSERT( simFileExists_ );
    LUMEN_ASSERT( isAddrSimulated() );
-   LockedFile file( simFileName_, O_RDWR, F_WRLCK );
-   LUMEN_ASSERT_TEXT( file.isOpen(), "mm != ((void *) -1)" );
-   if ( file.size() < fileSize || !file.write( offsets.at( currentReg ), value ) ) {
-      pl_trace( 0, "%s is damaged: register 0x%x not written", simFileName_.c_str(), currentReg );
-      return;
+   bool isWritten = false;
+   {
+      LockedFile file( simFileName_, O_RDWR, F_WRLCK );
+      LUMEN_ASSERT_TEXT( file.isOpen(), "mm != ((void *) -1)" );
+      isWritten = file.size() >= fileSize && file.write( offsets.at( currentReg ), value );
    }
-   pl_trace( 5, "%s - Wrote %s to register 0x%x", simFileName_.c_str(), value.c_str(), currentReg );
+   if ( isWritten ) {
+      pl_trace( 5, "%s - Wrote %s to register 0x%x", simFileName_.c_str(), value.c_str(),
+                currentReg );
+   } else {
+      pl_trace( 0, "%s is damaged: register 0x%x not written", simFileName_.c_str(), currentReg );
+   }
 }
 
 void SimHam::warnUnsimulated() const {

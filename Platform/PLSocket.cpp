@@ -2,7 +2,6 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/uio.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -106,7 +105,7 @@ int PLSocket::sendRequestWait( const Smbus::TransactionRequest* request,
       }
       ++reconnects_;
    }
-   if ( !Frame::encode( *request, buffer_ ) ) {
+   if ( !Frame::encode( *request, request_ ) ) {
       return fail( EMSGSIZE );
    }
    pending_.push_back( monotonicNow() + int64_t{ timeoutMs_ } * 1'000'000 );
@@ -115,7 +114,8 @@ int PLSocket::sendRequestWait( const Smbus::TransactionRequest* request,
    if ( result == 0 ) {
       result = receiveFrame();
    }
-   if ( result == 0 && !answer->ParseFromArray( buffer_.data(), payloadReceived_ ) ) {
+   if ( result == 0 && !answer->ParseFromArray( buffer_.data() + lengthWanted_,
+                                                static_cast< int >( payload_ ) ) ) {
       result = fail( EPROTO );
    }
    if ( result < 0 ) {
@@ -133,10 +133,10 @@ int PLSocket::sendFrame() {
    size_t sent = 0;
    while ( true ) {
       int flags = MSG_NOSIGNAL | ( sent ? MSG_DONTWAIT : 0 );
-      ssize_t count = send( fd_, buffer_.data() + sent, buffer_.size() - sent, flags );
+      ssize_t count = send( fd_, request_.data() + sent, request_.size() - sent, flags );
       if ( count >= 0 ) {
          sent += static_cast< size_t >( count );
-         if ( sent == buffer_.size() ) {
+         if ( sent == request_.size() ) {
             return 0;
          }
       } else if ( errno != EINTR && errno != EAGAIN ) {
@@ -148,57 +148,42 @@ int PLSocket::sendFrame() {
    }
 }
 
+// The first call blocks for as long as the socket's time limit allows; later ones only take what
+// waitFor() has announced.
 int PLSocket::receiveFrame() {
-   lengthReceived_ = 0;
-   payloadReceived_ = 0;
-   uint32_t expected = 0;
+   received_ = 0;
+   size_t expected = 0;  // 0 until the header is here
    if ( buffer_.size() < kReceiveSize ) {
       buffer_.resize( kReceiveSize );
    }
-   for ( bool first = true;; first = false ) {
-      ssize_t count = receiveSome( first );
+   for ( int flags = 0;; flags = MSG_DONTWAIT ) {
+      ssize_t count = recv( fd_, buffer_.data() + received_, buffer_.size() - received_, flags );
       if ( count == 0 ) {
          return fail( ECONNRESET );
       }
-      if ( count < 0 ) {
-         if ( errno != EINTR && errno != EAGAIN ) {
-            return -1;
-         }
-      } else {
-         uint32_t header =
-            std::min( lengthWanted_ - lengthReceived_, static_cast< uint32_t >( count ) );
-         lengthReceived_ += header;
-         payloadReceived_ += static_cast< uint32_t >( count ) - header;
+      if ( count > 0 ) {
+         received_ += static_cast< uint32_t >( count );
+      } else if ( errno != EINTR && errno != EAGAIN ) {
+         return -1;
       }
-      if ( lengthReceived_ == lengthWanted_ ) {
-         expected = Frame::payloadLength( lengthBuffer_.data() );
-         if ( expected > Frame::kMaxPayload || payloadReceived_ > expected ) {
+      if ( !expected && received_ >= lengthWanted_ ) {
+         lengthBuffer_.assign( buffer_, 0, lengthWanted_ );
+         payload_ = Frame::payloadLength( lengthBuffer_.data() );
+         if ( payload_ > Frame::kMaxPayload ) {
             return fail( EPROTO );
          }
-         if ( payloadReceived_ == expected ) {
-            return 0;
-         }
+         expected = lengthWanted_ + payload_;
          if ( buffer_.size() < expected ) {
             buffer_.resize( expected );
          }
+      }
+      if ( expected && received_ >= expected ) {
+         return received_ == expected ? 0 : fail( EPROTO );
       }
       if ( waitFor( POLLIN ) < 0 ) {
          return -1;
       }
    }
-}
-
-// The first call blocks for as long as the socket's time limit allows; later ones only take what
-// waitFor() has announced.
-ssize_t PLSocket::receiveSome( bool first ) {
-   iovec parts[] = {
-      { lengthBuffer_.data() + lengthReceived_, lengthWanted_ - lengthReceived_ },
-      { buffer_.data() + payloadReceived_, buffer_.size() - payloadReceived_ },
-   };
-   msghdr message{};
-   message.msg_iov = parts;
-   message.msg_iovlen = 2;
-   return recvmsg( fd_, &message, first ? 0 : MSG_DONTWAIT );
 }
 
 int PLSocket::waitFor( short events ) const {

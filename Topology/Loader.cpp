@@ -1,9 +1,11 @@
 #include <new>
 #include <type_traits>
+#include <utility>
 
 #include "Drivers/Drivers.h"
 #include "Topology/Topology.h"
 #include "Utils/Assert.h"
+#include "Utils/Lasting.h"
 
 namespace Topology {
 
@@ -13,25 +15,39 @@ void setParent( Node& child, const Node* parent ) {
    child.parent = parent;
 }
 
-// Calls `add` with every element of the optional array member, each of which must be an object.
+// Replaced trees and buses are not freed: objects and labels may point into them.
+void keepAlive( std::shared_ptr< const Node > node ) {
+   static auto& nodes = *new std::vector< std::shared_ptr< const Node > >;
+   if ( node ) {
+      nodes.push_back( std::move( node ) );
+   }
+}
+
+// Calls `add` with every element of an array, each of which must be an object; the array may be
+// null.
 template < typename Add >
-void forEachObject( const Value& json, const char* key, Add add ) {
-   auto member = json.FindMember( key );
-   if ( member == json.MemberEnd() ) {
+void forEachObject( const Value* array, Add add ) {
+   if ( !array ) {
       return;
    }
-   const Value& array = member->value;
-   LUMEN_ASSERT( array.IsArray() );
-   for ( auto it = array.Begin(); it != array.End(); ++it ) {
+   LUMEN_ASSERT_TEXT( array->IsArray(), "array.IsArray()" );
+   for ( auto it = array->Begin(); it != array->End(); ++it ) {
       LUMEN_ASSERT( it->IsObject() );
       add( *it );
    }
 }
 
+// The same with the optional member of that name.
+template < Utils::Json::Name kName, typename Add >
+void forEachObject( const Value& json, Add add ) {
+   auto [ array ] = Utils::Json::members< kName >( json );
+   forEachObject( array, add );
+}
+
 void readDevices( std::vector< std::shared_ptr< Device > >& devices,
                   const Node* parent,
                   const Value& json ) {
-   forEachObject( json, "devices", [ & ]( const Value& object ) {
+   forEachObject< "devices" >( json, [ & ]( const Value& object ) {
       devices.push_back( Device::fromJSON( object ) );
       devices.back()->parent = parent;
    } );
@@ -39,22 +55,10 @@ void readDevices( std::vector< std::shared_ptr< Device > >& devices,
 
 }  // namespace
 
-void Node::init( const std::shared_ptr< Node >& node, const Value& json ) {
-   auto label = json.FindMember( "label" );
-   if ( label == json.MemberEnd() ) {
-      return;
-   }
-   std::string name( label->value.GetString(), label->value.GetStringLength() );
-   auto [ it, isNew ] = _topology_index.insert_or_assign( std::move( name ), node.get() );
-   if ( !isNew ) {
-      pl_trace( 0, "label %s is given twice in the topology (using the later)", it->first.c_str() );
-   }
-}
-
 std::shared_ptr< Component > Component::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
    LUMEN_ASSERT( json.HasMember( "uid" ) );
-   auto component = std::make_shared< Component >();
+   auto component = Utils::makeLasting< Component >();
    init( component, json );
    component->uid = json[ "uid" ].GetUint();
    return component;
@@ -62,15 +66,15 @@ std::shared_ptr< Component > Component::fromJSON( const Value& json ) {
 
 std::shared_ptr< Device > Device::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   auto [ did, driver ] = Utils::Json::members( json, { "did", "driver" } );
+   auto [ did, driver, parts ] = Utils::Json::members< "did", "driver", "components" >( json );
    LUMEN_ASSERT_TEXT( did, "json.HasMember( \"did\" )" );
-   auto device = std::make_shared< Device >();
+   auto device = Utils::makeLasting< Device >();
    init( device, json );
    device->did = did->GetUint();
    if ( driver ) {
       device->args = Drivers::DriverArgs::fromJSON( json );
    }
-   forEachObject( json, "components", [ & ]( const Value& object ) {
+   forEachObject( parts, [ & ]( const Value& object ) {
       device->components.push_back( Component::fromJSON( object ) );
       device->components.back()->parent = device.get();
    } );
@@ -79,7 +83,7 @@ std::shared_ptr< Device > Device::fromJSON( const Value& json ) {
 
 std::shared_ptr< Bus > Bus::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   auto bus = std::make_shared< Bus >();
+   auto bus = Utils::makeLasting< Bus >();
    init( bus, json );
    return bus;
 }
@@ -89,7 +93,7 @@ void Bus::init( const std::shared_ptr< Bus >& bus, const Value& json ) {
    Node::init( bus, json );
    bus->id = static_cast< uint32_t >( json[ "id" ].GetInt() );
    readDevices( bus->devices, bus.get(), json );
-   forEachObject( json, "muxes", [ & ]( const Value& object ) {
+   forEachObject< "muxes" >( json, [ & ]( const Value& object ) {
       bus->muxes.push_back( Mux::fromJSON( object ) );
       bus->muxes.back()->parent = bus.get();
    } );
@@ -98,13 +102,15 @@ void Bus::init( const std::shared_ptr< Bus >& bus, const Value& json ) {
 std::shared_ptr< Mux > Mux::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
    LUMEN_ASSERT( json.HasMember( "did" ) );
-   auto mux = std::make_shared< Mux >();
+   auto mux = Utils::makeLasting< Mux >();
    init( mux, json );
    mux->did = json[ "did" ].GetUint();
-   forEachObject( json, "busses", [ & ]( const Value& object ) {
+   forEachObject< "busses" >( json, [ & ]( const Value& object ) {
       auto bus = Bus::fromJSON( object );
       bus->parent = mux.get();
-      mux->busses[ bus->id ] = bus;
+      std::shared_ptr< Bus >& channel = mux->busses[ bus->id ];
+      keepAlive( std::move( channel ) );
+      channel = std::move( bus );
    } );
    return mux;
 }
@@ -112,14 +118,14 @@ std::shared_ptr< Mux > Mux::fromJSON( const Value& json ) {
 std::shared_ptr< Accelerator > Accelerator::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
    LUMEN_ASSERT( json.HasMember( "id" ) );
-   auto accel = std::make_shared< Accelerator >();
+   auto accel = Utils::makeLasting< Accelerator >();
    init( accel, json );
    accel->id = json[ "id" ].GetUint();
    if ( json.HasMember( "busses" ) ) {
       const Value& busses = json[ "busses" ];
       LUMEN_ASSERT( busses.IsArray() );
    }
-   forEachObject( json, "busses", [ & ]( const Value& object ) {
+   forEachObject< "busses" >( json, [ & ]( const Value& object ) {
       auto bus = Bus::fromJSON( object );
       LUMEN_ASSERT( accel->busses.find( bus->id ) == accel->busses.end() );
       bus->parent = accel.get();
@@ -131,10 +137,10 @@ std::shared_ptr< Accelerator > Accelerator::fromJSON( const Value& json ) {
 std::shared_ptr< SCD > SCD::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
    LUMEN_ASSERT( json.HasMember( "pci" ) );
-   auto scd = std::make_shared< SCD >();
+   auto scd = Utils::makeLasting< SCD >();
    init( scd, json );
    scd->pci = json[ "pci" ].GetUint();
-   forEachObject( json, "accelerators", [ & ]( const Value& object ) {
+   forEachObject< "accelerators" >( json, [ & ]( const Value& object ) {
       auto accel = Accelerator::fromJSON( object );
       LUMEN_ASSERT( scd->accelerators.find( accel->id ) == scd->accelerators.end() );
       accel->parent = scd.get();
@@ -145,9 +151,9 @@ std::shared_ptr< SCD > SCD::fromJSON( const Value& json ) {
 
 std::shared_ptr< Celestica > Celestica::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   auto cel = std::make_shared< Celestica >();
+   auto cel = Utils::makeLasting< Celestica >();
    init( cel, json );
-   forEachObject( json, "accelerators", [ & ]( const Value& object ) {
+   forEachObject< "accelerators" >( json, [ & ]( const Value& object ) {
       auto accel = Accelerator::fromJSON( object );
       LUMEN_ASSERT( cel->accelerators.find( accel->id ) == cel->accelerators.end() );
       accel->parent = cel.get();
@@ -159,10 +165,10 @@ std::shared_ptr< Celestica > Celestica::fromJSON( const Value& json ) {
 std::shared_ptr< FbDomFpga > FbDomFpga::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
    LUMEN_ASSERT( json.HasMember( "pci" ) );
-   auto fbdomfpga = std::make_shared< FbDomFpga >();
+   auto fbdomfpga = Utils::makeLasting< FbDomFpga >();
    init( fbdomfpga, json );
    fbdomfpga->pci = json[ "pci" ].GetUint();
-   forEachObject( json, "busses", [ & ]( const Value& object ) {
+   forEachObject< "busses" >( json, [ & ]( const Value& object ) {
       auto bus = Bus::fromJSON( object );
       LUMEN_ASSERT( fbdomfpga->busses.find( bus->id ) == fbdomfpga->busses.end() );
       bus->parent = fbdomfpga.get();
@@ -173,7 +179,7 @@ std::shared_ptr< FbDomFpga > FbDomFpga::fromJSON( const Value& json ) {
 
 std::shared_ptr< LinuxFs > LinuxFs::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   auto linuxFs = std::make_shared< LinuxFs >();
+   auto linuxFs = Utils::makeLasting< LinuxFs >();
    init( linuxFs, json );
    readDevices( linuxFs->devices, linuxFs.get(), json );
    return linuxFs;
@@ -181,7 +187,7 @@ std::shared_ptr< LinuxFs > LinuxFs::fromJSON( const Value& json ) {
 
 std::shared_ptr< I2C > I2C::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   auto i2c = std::make_shared< I2C >();
+   auto i2c = Utils::makeLasting< I2C >();
    if ( json.HasMember( "simulated" ) ) {
       i2c->simulated = json[ "simulated" ].GetBool();
    }
@@ -191,21 +197,21 @@ std::shared_ptr< I2C > I2C::fromJSON( const Value& json ) {
 
 std::shared_ptr< IOPort > IOPort::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   auto ioPort = std::make_shared< IOPort >();
+   auto ioPort = Utils::makeLasting< IOPort >();
    Bus::init( ioPort, json );
    return ioPort;
 }
 
 std::shared_ptr< PLM > PLM::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   auto plm = std::make_shared< PLM >();
+   auto plm = Utils::makeLasting< PLM >();
    Bus::init( plm, json );
    return plm;
 }
 
 std::shared_ptr< SccSpi > SccSpi::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   auto sccSpi = std::make_shared< SccSpi >();
+   auto sccSpi = Utils::makeLasting< SccSpi >();
    Bus::init( sccSpi, json );
    return sccSpi;
 }
@@ -281,12 +287,11 @@ pl_status loadTopology( const char* json ) {
    _topology_index.clear();
    Topology* topology = Topology::fromJSON( document );
    if ( !topology ) {
+      _topology_index.clear();
       pl_trace( 2, "failed to create topology tree" );
       return PL_STATUS_FAILURE;
    }
-   // An earlier tree is not freed: objects may point into it.
-   static std::vector< Topology* > loaded;
-   loaded.push_back( topology );
+   keepAlive( std::shared_ptr< Topology >( topology ) );
    _topology = topology;
    _topology_json = json;
    return PL_STATUS_OK;
@@ -295,9 +300,8 @@ pl_status loadTopology( const char* json ) {
 void fillAddressFromJSON( const Value& value, HamAddress& addr ) {
    LUMEN_ASSERT( value.IsObject() );
    auto [ address, writeDelay, readDelay, busTimeout, extraDelay, addrSize, accel, noStop ] =
-      Utils::Json::members(
-         value, { "address", "writeDelay", "readDelay", "busTimeout", "extraDelay", "addrSize",
-                  "accel", "writeNoStopReadCurrent" } );
+      Utils::Json::members< "address", "writeDelay", "readDelay", "busTimeout", "extraDelay",
+                            "addrSize", "accel", "writeNoStopReadCurrent" >( value );
    LUMEN_ASSERT_TEXT( address, "value.HasMember( \"address\" )" );
    uint32_t command = addr.command;
    addr = HamAddress{ .command = command, .addrSize = 1 };

@@ -10,6 +10,13 @@ std::map< std::string, Node* > _topology_index;
 
 namespace {
 
+// The place behind the latest label, where the next one often belongs: boards number their labels.
+// It holds while the index has grown by Node::init alone.
+struct NextLabel {
+   std::map< std::string, Node* >::iterator place;
+   size_t indexSize = 0;
+} nextLabel;
+
 const Node& nodeOf( const std::shared_ptr< Component >& child ) {
    return *child;
 }
@@ -40,6 +47,15 @@ bool visitAfter( bool goOn, const Self* self, TopologyVisitor* visitor ) {
    return goOn && result;
 }
 
+// Equal ids stay in their order. Most boards number their devices in order anyway.
+template < typename Found >
+void sortById( std::vector< std::pair< uint32_t, const Found* > >& index ) {
+   auto byId = []( const auto& row ) { return row.first; };
+   if ( !std::ranges::is_sorted( index, {}, byId ) ) {
+      std::ranges::stable_sort( index, {}, byId );
+   }
+}
+
 template < typename Found >
 auto firstById( const std::vector< std::pair< uint32_t, const Found* > >& index, uint32_t id ) {
    auto it = std::ranges::lower_bound( index, id, {}, []( const auto& row ) { return row.first; } );
@@ -53,6 +69,23 @@ void visitUpward( const Node* node, TopologyVisitor* visitor ) {
 }
 
 }  // namespace
+
+void Node::init( const std::shared_ptr< Node >& node, const Value& json ) {
+   auto [ label ] = Utils::Json::members< "label" >( json );
+   if ( !label ) {
+      return;
+   }
+   std::string name( label->GetString(), label->GetStringLength() );
+   size_t known = _topology_index.size();
+   bool isNear = known && known == nextLabel.indexSize;
+   auto entry = _topology_index.insert_or_assign( isNear ? nextLabel.place : _topology_index.end(),
+                                                  std::move( name ), node.get() );
+   if ( _topology_index.size() == known ) {
+      pl_trace( 0, "label %s is given twice in the topology (using the later)",
+                entry->first.c_str() );
+   }
+   nextLabel = { std::next( entry ), _topology_index.size() };
+}
 
 bool Node::accept( TopologyVisitor* visitor ) const {
    return visitBy( visitor );
@@ -181,11 +214,8 @@ class Topology::Indexer final : public TopologyVisitor {
 void Topology::buildIndex() {
    Indexer indexer( *this );
    accept( &indexer );
-   auto byId = []( const auto& row ) { return row.first; };
-   std::ranges::stable_sort( devices_, {}, byId );
-   std::ranges::stable_sort( components_, {}, byId );
-   devices_.shrink_to_fit();
-   components_.shrink_to_fit();
+   sortById( devices_ );
+   sortById( components_ );
 }
 
 const Device* Topology::findDevice( uint32_t did ) const {

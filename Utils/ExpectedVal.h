@@ -12,9 +12,9 @@ class ExpectedVal {
    ExpectedVal() = default;
    ExpectedVal( uint32_t value, uint32_t bytes ) : val( value ), size( bytes ) {}
    explicit ExpectedVal( std::string bytes )
-       : size( static_cast< uint32_t >( bytes.size() ) ),
-         isNumeric( false ),
-         valStr_( std::move( bytes ) ) {}
+       : valStr_( std::move( bytes ) ),
+         size( static_cast< uint32_t >( valStr_.size() ) ),
+         isNumeric( false ) {}
    virtual ~ExpectedVal() = default;
    ExpectedVal( const ExpectedVal& ) = default;
    ExpectedVal& operator=( const ExpectedVal& ) = default;
@@ -22,11 +22,13 @@ class ExpectedVal {
    const std::string& valStr() const { return valStr_; }
 
    uint32_t val = 0;
-   uint32_t size = 0;  // of the register, in bytes
-   bool isNumeric = true;
 
  private:
    std::string valStr_;
+
+ public:
+   uint32_t size = 0;  // of the register, in bytes
+   bool isNumeric = true;
 };
 
 using ExpectedValues = std::map< uint32_t, ExpectedVal >;  // by register number

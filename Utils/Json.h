@@ -6,7 +6,9 @@
 #define RAPIDJSON_ASSERT( x ) LUMEN_ASSERT( x )
 #include <rapidjson/document.h>
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,19 +29,29 @@ struct ParseError {
 // Parses the whole text with RapidJSON's default flags into `document`.
 std::optional< ParseError > parse( const char* text, Document& document );
 
+// A member's name as a template argument, so that comparing with it needs no call.
+template < size_t kSize >
+struct Name {
+   constexpr Name( const char ( &literal )[ kSize ] ) { std::copy_n( literal, kSize, text ); }
+
+   bool operator==( std::string_view other ) const {
+      return other.size() == kSize - 1 && memcmp( other.data(), text, kSize - 1 ) == 0;
+   }
+
+   char text[ kSize ];
+};
+
 // The members of an object with these names, null where there is none: one pass over the object,
-// where each lookup by name would make its own.
-template < size_t kCount >
-std::array< const Value*, kCount > members( const Value& object,
-                                            const std::string_view ( &names )[ kCount ] ) {
-   std::array< const Value*, kCount > found{};
+// where each lookup by name would make its own. Of members with the same name it finds the first.
+template < Name... kNames >
+std::array< const Value*, sizeof...( kNames ) > members( const Value& object ) {
+   std::array< const Value*, sizeof...( kNames ) > found{};
    for ( auto it = object.MemberBegin(); it != object.MemberEnd(); ++it ) {
       std::string_view name( it->name.GetString(), it->name.GetStringLength() );
-      for ( size_t i = 0; i < kCount; ++i ) {
-         if ( !found[ i ] && names[ i ] == name ) {
-            found[ i ] = &it->value;
-            break;
-         }
+      size_t place = 0;
+      bool wanted = ( ( kNames == name || ( ++place, false ) ) || ... );
+      if ( wanted && !found[ place ] ) {
+         found[ place ] = &it->value;
       }
    }
    return found;

@@ -1,9 +1,11 @@
-# Applied to our own targets: warnings are errors, source paths in messages are relative.
+# Applied to our own targets: warnings are errors, source paths in messages are relative to the top
+# folder, also where a compiler cache has made them relative to the build's.
+file(RELATIVE_PATH top_folder ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
 add_library(lumen-options INTERFACE)
 target_compile_options(lumen-options INTERFACE
   -Wall -Wextra -Wshadow -Wvla -Wformat=2 -Wcast-align -Werror
   $<$<COMPILE_LANGUAGE:CXX>:-Wpedantic -Woverloaded-virtual -Wextra-semi>
-  -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+  -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/= -fmacro-prefix-map=${top_folder}=)
 target_include_directories(lumen-options INTERFACE ${CMAKE_SOURCE_DIR})
 if(LUMEN_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

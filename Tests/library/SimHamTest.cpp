@@ -134,6 +134,10 @@ TEST_F( SimHam, AssertsItsOrderOfUse ) {
    wrong.size = 3;
    const Utils::ExpectedValues mismatch = { { 1, wrong } };
    EXPECT_DEATH( start( mismatch ), R"(size == val\.valStr\(\)\.length\(\))" );
+   std::filesystem::create_directories( file() );  // in the way of the file
+   start( kValues );
+   EXPECT_DEATH( ham.read8( 0x10, &byte, 1 ), R"(mm != \(\(void \*\) -1\))" );
+   std::filesystem::remove( file() );
    const Utils::ExpectedValues nothing;
    start( nothing );
    EXPECT_FALSE( std::filesystem::exists( file() ) );

@@ -220,7 +220,7 @@ TEST_F( SmbusHamDeathTest, RefusesMuxChipsThatAreNotInlineOrBehindThemselves ) {
       { "did": 21 } ], "muxes": [ { "did": 21, "busses": [ { "id": 1, "devices": [
          { "did": 22 } ] } ] } ] } ] )" ),
       PL_STATUS_OK );
-   EXPECT_DEATH( hamFor( 22 ), "topoDev->args" );
+   EXPECT_DEATH( hamFor( 22 ), "Ham/LumenSmbusHam.*topoDev->args" );
    ASSERT_EQ(
       Topology::loadTopology( R"( [ { "type": "I2C", "ham": "LumenSmbus", "id": 0, "muxes": [
       { "did": 1, "busses": [ { "id": 1, "devices": [ { "did": 2 },
@@ -233,7 +233,7 @@ TEST_F( SmbusHamDeathTest, RefusesMuxChipsThatAreNotInlineOrBehindThemselves ) {
 TEST( CreateHam, TellsWhyThereIsNone ) {
    Drivers::DriverArgs args;
    args.uid = Drivers::DriverArgs::kNoUid;
-   EXPECT_DEATH( Ham::createHam( args ), "Ham/Registry.cpp.*createHam.*`topology'" );
+   EXPECT_DEATH( Ham::createHam( args ), "Ham/Ham.cpp.*createHam.*`topology'" );
    ASSERT_EQ( Topology::loadTopology( R"( [
       { "type": "LinuxFs", "ham": "LumenSmbus", "devices": [ { "did": 1 } ] },
       { "type": "SCD", "ham": "NoSuch", "pci": 171, "accelerators": [ { "id": 4, "busses": [

@@ -129,12 +129,13 @@ TEST( Topology, TheLaterOfTwoEqualLabelsAndOfTwoEqualMuxChannelsWins ) {
    Tests::TraceLog traces;
    ASSERT_EQ( Topology::loadTopology( R"( [ { "type": "PLM", "ham": "", "id": 0, "devices": [
       { "did": 1, "label": "x" }, { "did": 2, "label": "x" } ],
-      "muxes": [ { "did": 3, "busses": [ { "id": 1, "devices": [ { "did": 4 } ] },
+      "muxes": [ { "did": 3, "busses": [ { "id": 1, "devices": [ { "did": 4, "label": "y" } ] },
                                          { "id": 1, "devices": [ { "did": 5 } ] } ] } ] } ] )" ),
               PL_STATUS_OK );
    EXPECT_EQ( traces.lines.back(), "0 label x is given twice in the topology (using the later)" );
    EXPECT_EQ( Topology::getDeviceByLabel( "x" )->did, 2u );
    EXPECT_EQ( Topology::findDevice( 4 ), nullptr );
+   EXPECT_EQ( Topology::getDeviceByLabel( "y" )->did, 4u ) << "labels outlive the replaced channel";
    EXPECT_NE( Topology::findDevice( 5 ), nullptr );
 }
 

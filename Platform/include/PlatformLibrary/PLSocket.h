@@ -42,7 +42,6 @@ class PLSocket {
    int connectToService();
    int sendFrame();
    int receiveFrame();
-   ssize_t receiveSome( bool first );
    int waitFor( short events ) const;
    int millisecondsLeft() const;
 
@@ -51,11 +50,12 @@ class PLSocket {
    uint32_t exchanges_ = 0;   // completed on this connection
    uint32_t reconnects_ = 0;  // since setup()
    bool reconnect_ = true;
-   std::string lengthBuffer_ = std::string( 4, '\0' );
-   uint32_t lengthReceived_ = 0;
-   uint32_t payloadReceived_ = 0;
+   std::string lengthBuffer_ = std::string( 4, '\0' );  // the reply's header
+   uint32_t received_ = 0;                              // bytes of the reply's frame
+   uint32_t payload_ = 0;                               // bytes that its header announces
    uint32_t lengthWanted_ = 4;
-   std::string buffer_;              // the request's frame, then the reply's payload
+   std::string buffer_;              // the reply's frame
+   std::string request_;             // the request's frame
    std::vector< int64_t > pending_;  // deadlines of requests in flight, monotonic nanoseconds
 };
 
