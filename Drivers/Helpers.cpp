@@ -109,11 +109,12 @@ bool insertDriverArg( const char* devArgs, char** out, const char* key, const ch
    auto& allocator = document.GetAllocator();
    document[ "driverArgs" ].AddMember( Utils::Json::Value( key, allocator ),
                                        Utils::Json::Value( value, allocator ), allocator );
-   char* text = strdup( Utils::Json::write( document ).c_str() );
-   if ( !text ) {
+   auto text = Utils::Json::tryWrite( document );
+   char* copy = text ? strdup( text->c_str() ) : nullptr;
+   if ( !copy ) {
       return false;
    }
-   *out = text;
+   *out = copy;
    return true;
 }
 

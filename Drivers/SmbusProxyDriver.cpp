@@ -86,7 +86,7 @@ class SmbusProxyDriver::SmbusProxy final : public Component::LogicalDevice::Smbu
       if ( block.size() != length ) {
          return PL_STATUS_IO_ERROR;
       }
-      memcpy( buffer, block.data(), length );
+      block.copy( reinterpret_cast< char* >( buffer ), length );
       return pauseAfter( status, readDelay_ );
    }
 

@@ -1,6 +1,8 @@
 #include "Host/Board.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <system_error>
 
 #include "Host/Check.h"
 #include "Host/Documents.h"
@@ -39,35 +41,48 @@ ObjectSpec readObject( const Value& object ) {
    return spec;
 }
 
+// Also a link to nowhere.
+bool hasEntry( const std::string& directory ) {
+   std::error_code error;
+   auto status = std::filesystem::symlink_status( directory + "/emulation.json", error );
+   return status.type() != std::filesystem::file_type::not_found;
+}
+
 }  // namespace
 
 Board loadBoard( const std::string& directory, Emulation emulation ) {
-   if ( !std::filesystem::is_directory( directory ) ) {
+   std::error_code error;
+   if ( !std::filesystem::is_directory( directory, error ) ) {
       throw StartError( directory + ": no such board folder" );
    }
    std::vector< Finding > findings;
    BoardFile topology = readTopology( directory, findings );
    BoardFile objects = readObjects( directory, findings );
    BoardFile chips;
-   if ( emulation == Emulation::Needed ||
-        ( emulation == Emulation::IfPresent &&
-          std::filesystem::exists( directory + "/emulation.json" ) ) ) {
+   bool hasEmulation = emulation == Emulation::Needed ||
+                       ( emulation == Emulation::IfPresent && hasEntry( directory ) );
+   if ( hasEmulation ) {
       chips = readEmulation( directory, findings );
    }
    if ( topology.sound ) {
-      TopologyIndex index = checkTopology( topology, findings );
+      Wires wires( findings );
+      TopologyIndex index = checkTopology( topology, wires, findings );
       if ( objects.sound ) {
-         checkObjects( objects, index, findings );
+         checkObjects( objects, index, wires, findings );
       }
       if ( objects.sound && chips.sound ) {
          checkEmulation( chips, index, findings );
       }
+      wires.compareAddresses();
    }
-   if ( !findings.empty() ) {
+   if ( !std::ranges::all_of( findings, &Finding::isWarning ) ) {
       throw BoardError( std::move( findings ) );
    }
 
-   Board board{ .directory = directory, .topology = std::move( topology.text ) };
+   Board board{ .directory = directory,
+                .topology = std::move( topology.text ),
+                .warnings = std::move( findings ),
+                .hasEmulation = hasEmulation };
    for ( const Value& object : objects.json[ "objects" ].GetArray() ) {
       board.objects.push_back( readObject( object ) );
    }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Host/Error.h"
 #include "Host/Kind.h"
 
 namespace Host {
@@ -23,6 +24,8 @@ struct Board {
    std::string directory;
    std::string topology;  // topology.json as it stands
    std::vector< ObjectSpec > objects = {};
+   std::vector< Finding > warnings = {};
+   bool hasEmulation = false;  // emulation.json was looked at
 };
 
 enum class Emulation { Unused, IfPresent, Needed };

@@ -16,8 +16,11 @@ constexpr uint32_t kNoUid = 0xFFFFFFFF;  // stands for no component
 
 class ObjectCheck {
  public:
-   ObjectCheck( const std::string& file, TopologyIndex& topology, std::vector< Finding >& findings )
-       : file_( file ), topology_( topology ), findings_( findings ) {}
+   ObjectCheck( const std::string& file,
+                TopologyIndex& topology,
+                Wires& wires,
+                std::vector< Finding >& findings )
+       : file_( file ), topology_( topology ), wires_( wires ), findings_( findings ) {}
 
    void check( const Value& object, const std::string& pointer );
 
@@ -31,6 +34,7 @@ class ObjectCheck {
 
    const std::string& file_;
    TopologyIndex& topology_;
+   Wires& wires_;
    std::vector< Finding >& findings_;
    std::map< std::string, std::string > names_;
 };
@@ -85,9 +89,8 @@ void ObjectCheck::checkLabel( const Value& object, const std::string& pointer ) 
 
 void ObjectCheck::checkDevice( const Value& device, const std::string& pointer ) {
    checkDriverArguments( device, pointer, file_, findings_ );
-   bool multiDevice = device.HasMember( "isMultiDevice" ) && device[ "isMultiDevice" ].GetBool();
-   bool needsPath = !device.HasMember( "provideHam" ) || device[ "provideHam" ].GetUint() != 0;
-   if ( multiDevice || !needsPath ) {
+   auto address = addressOf( device );
+   if ( !address ) {
       return;
    }
    uint32_t uid = device.HasMember( "uid" ) ? device[ "uid" ].GetUint() : kNoUid;
@@ -98,6 +101,7 @@ void ObjectCheck::checkDevice( const Value& device, const std::string& pointer )
    auto place = topology_.devices.find( did );
    if ( place != topology_.devices.end() ) {
       place->second.addressed = true;
+      wires_.addDevice( place->second.wire, did, *address, { file_, pointer } );
    } else if ( uid == kNoUid ) {
       report( pointer + "/did", fmt::format( "device {} is not in the topology", did ) );
    }
@@ -107,8 +111,9 @@ void ObjectCheck::checkDevice( const Value& device, const std::string& pointer )
 
 void checkObjects( const BoardFile& objects,
                    TopologyIndex& topology,
+                   Wires& wires,
                    std::vector< Finding >& findings ) {
-   ObjectCheck check( objects.path, topology, findings );
+   ObjectCheck check( objects.path, topology, wires, findings );
    size_t position = 0;
    for ( const Value& object : objects.json[ "objects" ].GetArray() ) {
       check.check( object, fmt::format( "/objects/{}", position++ ) );

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Host/Documents.h"
+#include "Host/Wires.h"
 
 namespace Host {
 
@@ -16,6 +17,7 @@ struct TopologyIndex {
       bool declared = false;          // inline: with its driver and address
       bool addressed = false;         // here or by an object
       std::vector< uint32_t > muxes;  // device ids of the mux chips on its path, outermost first
+      size_t wire = Wires::kNone;
    };
    std::map< uint32_t, Device > devices;          // by did
    std::map< uint32_t, std::string > components;  // uid to pointer
@@ -23,11 +25,14 @@ struct TopologyIndex {
 };
 
 // Mistakes that a schema cannot express. Each document must satisfy its schema.
-TopologyIndex checkTopology( const BoardFile& topology, std::vector< Finding >& findings );
+TopologyIndex checkTopology( const BoardFile& topology,
+                             Wires& wires,
+                             std::vector< Finding >& findings );
 
-// The index learns of the addresses that objects give.
+// The index and the wires learn of the addresses that objects give.
 void checkObjects( const BoardFile& objects,
                    TopologyIndex& topology,
+                   Wires& wires,
                    std::vector< Finding >& findings );
 void checkEmulation( const BoardFile& emulation,
                      const TopologyIndex& topology,

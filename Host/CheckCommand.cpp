@@ -9,15 +9,30 @@ namespace Host {
 
 namespace {
 
+// The emulator's own look at the documents: the models know their quantities.
+void tryEmulator( const Program& program ) {
+   try {
+      program.tryEmulator( program.board );
+   } catch ( const std::exception& error ) {
+      throw BoardError( { { "", "", error.what() } } );
+   }
+}
+
 int check( const Program& program ) {
    Board board =
       loadBoard( program.board, program.emulate ? Emulation::Needed : Emulation::IfPresent );
+   if ( board.hasEmulation ) {
+      tryEmulator( program );
+   }
    if ( program.json ) {
-      fmt::print( "{}\n", findingsJson( program.board, {} ) );
+      fmt::print( "{}\n", findingsJson( program.board, board.warnings ) );
    } else {
+      for ( const Finding& warning : board.warnings ) {
+         complain( warning.text() );
+      }
       fmt::print( "{}: no mistakes found, {} objects\n", program.board, board.objects.size() );
    }
-   return kAllWell;
+   return board.warnings.empty() ? kAllWell : kNotWell;
 }
 
 }  // namespace

@@ -2,7 +2,9 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "Host/Board.h"
 #include "Host/Library.h"
@@ -32,11 +34,20 @@ struct Program {
    // std::runtime_error. The service lives as long as the program.
    std::function< std::string( const std::string& ) > startEmulator;
 
+   // Makes the emulated board in a folder and throws it away; throws std::runtime_error.
+   std::function< void( const std::string& ) > tryEmulator;
+
    std::function< int() > command;  // returns the exit status
 
-   // Runs the command, reporting what it throws.
+   // Runs the command, reporting what it throws, and whether its output was lost.
    int run() const;
+
+ private:
+   int runCommand() const;
 };
+
+// A line on stderr, whatever the text was made of.
+void complain( std::string_view text );
 
 // Everything a command needs to work with a board's objects.
 struct OpenBoard {
@@ -45,7 +56,8 @@ struct OpenBoard {
    Session session;
 
    // The whole board, or the one object that is named. Throws StartError.
-   explicit OpenBoard( const Program& program, const std::string& onlyObject = {} );
+   explicit OpenBoard( const Program& program,
+                       const std::optional< std::string >& onlyObject = std::nullopt );
 };
 
 // The socket of the service that the program is to use; throws StartError where none answers.

@@ -4,6 +4,15 @@
 
 namespace Host {
 
+std::optional< uint32_t > addressOf( const Utils::Json::Value& device ) {
+   bool isMultiDevice = device.HasMember( "isMultiDevice" ) && device[ "isMultiDevice" ].GetBool();
+   bool hasHam = !device.HasMember( "provideHam" ) || device[ "provideHam" ].GetUint() != 0;
+   if ( isMultiDevice || !hasHam ) {
+      return std::nullopt;
+   }
+   return device[ "address" ][ "address" ].GetUint();
+}
+
 void checkDriverArguments( const Utils::Json::Value& device,
                            const std::string& pointer,
                            const std::string& file,

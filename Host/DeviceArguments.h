@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -7,6 +9,9 @@
 #include "Utils/Json.h"
 
 namespace Host {
+
+// The address at which the driver speaks to the device; nothing when it does not.
+std::optional< uint32_t > addressOf( const Utils::Json::Value& device );
 
 // Driver arguments that reach the driver as something else than what the document says.
 void checkDriverArguments( const Utils::Json::Value& device,

@@ -6,9 +6,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
 #include "Host/Schemas.h"
 #include "Utils/JsonSchema.h"
+#include "Utils/Text.h"
 
 namespace Host {
 
@@ -20,10 +22,39 @@ std::string pathOf( const std::string& directory, const char* file ) {
    return std::filesystem::path( directory ) / file;
 }
 
-std::optional< std::string > readText( const std::string& path ) {
+// Puts the file's text in `text`; returns why it cannot, or nothing.
+std::string readText( const std::string& path, std::string& text ) {
+   std::error_code error;
+   auto status = std::filesystem::status( path, error );
+   if ( error ) {
+      return error.message();
+   }
+   if ( !std::filesystem::is_regular_file( status ) ) {
+      return "is no file";
+   }
+   errno = 0;
    std::ifstream file( path, std::ios::binary );
-   std::string text( ( std::istreambuf_iterator< char >( file ) ), {} );
-   return file ? std::optional( text ) : std::nullopt;
+   text.assign( std::istreambuf_iterator< char >( file ), {} );
+   return file ? "" : errno ? strerror( errno ) : "cannot be read";
+}
+
+// What the text would do to the library or to a terminal: C strings end at a zero byte, and JSON is
+// UTF-8.
+std::optional< std::pair< size_t, const char* > > findBadByte( const std::string& text ) {
+   size_t zero = text.find( '\0' );
+   size_t invalid = Utils::findInvalid( text );
+   if ( zero == std::string::npos && invalid == std::string::npos ) {
+      return std::nullopt;
+   }
+   return zero < invalid ? std::pair( zero, "a zero byte" ) : std::pair( invalid, "no UTF-8" );
+}
+
+std::string wordsFor( const Utils::Json::ParseError& error, const std::string& text ) {
+   if ( error.isTooDeep ) {
+      return "nested deeper than " + std::to_string( Utils::Json::kMaxDepth ) + " levels";
+   }
+   bool hasMark = error.offset == 0 && text.starts_with( "\uFEFF" );
+   return hasMark ? "a byte order mark, which JSON does not have" : error.message;
 }
 
 std::string place( const std::string& text, size_t offset ) {
@@ -37,20 +68,17 @@ BoardFile readChecked( const std::string& path,
                        const Utils::Json::Schema& schema,
                        std::vector< Finding >& findings ) {
    BoardFile file{ .path = path };
-   errno = 0;
-   auto text = readText( path );
-   if ( !text ) {
-      findings.push_back( { path, "", errno ? strerror( errno ) : "cannot be read" } );
+   if ( auto problem = readText( path, file.text ); !problem.empty() ) {
+      findings.push_back( { path, "", problem } );
       return file;
    }
-   file.text = std::move( *text );
-   // The library takes C strings: it would not see what follows.
-   if ( size_t end = file.text.find( '\0' ); end != std::string::npos ) {
-      findings.push_back( { path + place( file.text, end ), "", "a zero byte" } );
+   if ( auto bad = findBadByte( file.text ) ) {
+      findings.push_back( { path + place( file.text, bad->first ), "", bad->second } );
       return file;
    }
    if ( auto error = Utils::Json::parse( file.text.c_str(), file.json ) ) {
-      findings.push_back( { path + place( file.text, error->offset ), "", error->message } );
+      findings.push_back(
+         { path + place( file.text, error->offset ), "", wordsFor( *error, file.text ) } );
       return file;
    }
    auto violations = schema.validate( file.json );

@@ -14,12 +14,14 @@ class StartError : public std::runtime_error {
 
 // A mistake in one of a board's documents.
 struct Finding {
-   std::string file;     // path, with ":LINE:COLUMN" where the text is no JSON
+   std::string file;     // path, with ":LINE:COLUMN" where no JSON; "" when the problem names it
    std::string pointer;  // JSON pointer, "" for the whole document
    std::string problem;
+   bool isWarning = false;  // the board can be used all the same
 
    std::string text() const {
-      return file + ": " + ( pointer.empty() ? "" : pointer + ": " ) + problem;
+      return ( file.empty() ? "" : file + ": " ) + ( pointer.empty() ? "" : pointer + ": " ) +
+             ( isWarning ? "warning: " : "" ) + problem;
    }
 };
 

@@ -28,7 +28,7 @@ int operate( const Program& program, const Arguments& arguments, bool set ) {
       const Row& row = rows[ 0 ];
       fmt::print( "{}\n", row.reading ? readingText( row ) : stateName( row.state ) );
       if ( !row.reason.empty() ) {
-         fmt::print( stderr, "lumen: {}: {}\n", arguments.name, row.reason );
+         complain( fmt::format( "lumen: {}: {}", arguments.name, row.reason ) );
       }
    }
    return allOk( rows ) ? kAllWell : kNotWell;

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "Host/Text.h"
 #include "Utils/Json.h"
 #include "Utils/Numbers.h"
+#include "Utils/Text.h"
 
 namespace Host {
 
@@ -55,7 +55,7 @@ class JsonObject {
       value_.AddMember( rapidjson::StringRef( name ), value, allocator_ );
    }
    void add( const char* name, std::string_view text ) {
-      add( name, Value( printable( text ).c_str(), allocator_ ) );
+      add( name, Value( Utils::printable( text ).c_str(), allocator_ ) );
    }
    void add( const char* name, const std::optional< double >& number ) {
       add( name, number ? Value( Utils::stod( numberText( *number ) ) ) : Value() );
@@ -90,6 +90,7 @@ Value findingJson( const Finding& finding, JsonObject::Allocator& allocator ) {
    json.add( "file", finding.file );
    json.add( "pointer", finding.pointer );
    json.add( "problem", finding.problem );
+   json.add( "severity", finding.isWarning ? "warning" : "mistake" );
    return std::move( json.value() );
 }
 

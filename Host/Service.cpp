@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 namespace Host {
 
@@ -17,13 +18,20 @@ constexpr const char* kUsualPath = "/run/lumen/smbus.sock";
 constexpr timeval kPatience{ .tv_sec = 2, .tv_usec = 0 };
 constexpr char kEmptyBatch[ 4 ]{};  // a frame's length, and nothing behind it
 
-// A service that refuses the batch is alive as well.
-bool answersBatch( int socket ) {
-   if ( send( socket, kEmptyBatch, sizeof kEmptyBatch, MSG_NOSIGNAL ) < 0 ) {
-      return false;
-   }
+// What is wrong with the answer to an empty batch, if anything.
+std::string whyNoAnswer( int socket ) {
    char byte;
-   return recv( socket, &byte, 1, 0 ) >= 0 || errno == ECONNRESET;
+   if ( send( socket, kEmptyBatch, sizeof kEmptyBatch, MSG_NOSIGNAL ) < 0 ) {
+      return strerror( errno );
+   }
+   ssize_t count = recv( socket, &byte, 1, 0 );
+   if ( count == 0 ) {
+      return "it closes the connection, as a service with too many clients does";
+   }
+   if ( count < 0 ) {
+      return errno == EAGAIN ? "it is silent" : strerror( errno );
+   }
+   return "";
 }
 
 }  // namespace
@@ -40,21 +48,21 @@ bool serviceNeeded() {
    return !getenv( "SIMULATION_VMID" );
 }
 
-bool serviceAnswers( const std::string& path ) {
+std::string whyNoService( const std::string& path ) {
    sockaddr_un address{};
    address.sun_family = AF_UNIX;
    if ( path.size() >= sizeof address.sun_path ) {
-      return false;
+      return strerror( ENAMETOOLONG );
    }
    path.copy( address.sun_path, path.size() );
    int socket = ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
    setsockopt( socket, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience );
    setsockopt( socket, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience );
-   bool answers =
-      connect( socket, reinterpret_cast< sockaddr* >( &address ), sizeof address ) == 0 &&
-      answersBatch( socket );
+   bool connects =
+      connect( socket, reinterpret_cast< sockaddr* >( &address ), sizeof address ) == 0;
+   std::string problem = connects ? whyNoAnswer( socket ) : strerror( errno );
    close( socket );
-   return answers;
+   return problem;
 }
 
 }  // namespace Host

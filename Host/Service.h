@@ -10,7 +10,7 @@ std::string servicePath( const std::string& given );
 // False when the driver library serves its objects from simulation files.
 bool serviceNeeded();
 
-// Whether a service at the path answers requests, within two seconds.
-bool serviceAnswers( const std::string& path );
+// Why no service at the path answers requests within two seconds; nothing when one does.
+std::string whyNoService( const std::string& path );
 
 }  // namespace Host

@@ -135,7 +135,7 @@ void Session::take( const Message& said, Rows& rows ) {
 }
 
 bool Session::serviceGone() const {
-   return serviceNeeded() && !serviceAnswers( options_.socket );
+   return serviceNeeded() && !whyNoService( options_.socket ).empty();
 }
 
 // Why no other worker can go on; empty when one can.

@@ -89,7 +89,7 @@ int smbus( const Program& program, const Arguments& arguments ) {
       fmt::print( "{}\n", outcome.answer );
    }
    if ( !outcome.failure.empty() ) {
-      fmt::print( stderr, "lumen: {}: {}\n", arguments.name, outcome.failure );
+      complain( fmt::format( "lumen: {}: {}", arguments.name, outcome.failure ) );
    }
    return outcome.failure.empty() ? kAllWell : kNotWell;
 }

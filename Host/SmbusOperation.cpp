@@ -177,6 +177,9 @@ Numbers numbersOf( const Operation& operation, const SmbusOperation& given ) {
       numbers.push_back( parse( text, isRegister ? largestRegister( given.registerSize )
                                                  : largestRest( operation.rest ) ) );
    }
+   if ( operation.rest == Rest::Length && numbers.back() == 0 ) {
+      throw StartError( "LENGTH must be at least 1" );
+   }
    return numbers;
 }
 

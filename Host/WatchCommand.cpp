@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <chrono>
+#include <cmath>
 #include <memory>
 
 #include "Host/Commands.h"
@@ -18,6 +19,9 @@ namespace {
 constexpr const char* kHideCursor = "\x1b[?25l";
 constexpr const char* kShowCursor = "\x1b[?25h";
 constexpr const char* kHomeAndClear = "\x1b[H\x1b[2J";
+
+constexpr double kShortestInterval = 0.05;  // seconds
+constexpr double kLongestInterval = 3600;
 
 struct Arguments {
    double interval = 1;                       // seconds
@@ -39,10 +43,11 @@ class Screen {
    Screen( const Screen& ) = delete;
    Screen& operator=( const Screen& ) = delete;
 
-   void show( const std::string& text ) {
+   // False when nobody can see it any more.
+   bool show( const std::string& text ) {
       put( kHomeAndClear );
       fmt::print( "{}\n", text );
-      fflush( stdout );
+      return fflush( stdout ) == 0;
    }
 
  private:
@@ -55,6 +60,15 @@ class Screen {
 
    bool terminal_;
 };
+
+// Refuses what is no number at all as well, which a range lets pass.
+std::string checkInterval( std::string& text ) {
+   double seconds = NAN;
+   bool isNumber = CLI::detail::lexical_cast( text, seconds );
+   return isNumber && seconds >= kShortestInterval && seconds <= kLongestInterval
+             ? ""
+             : text + " is not in range";
+}
 
 void catchInterrupts() {
    struct sigaction action {};
@@ -88,9 +102,9 @@ int watch( const Program& program, const Arguments& arguments ) {
          break;
       }
       ok = allOk( rows );
-      screen.show( program.json ? rowsJson( program.board, rows )
-                                : rowsTable( rows, TableStyle::ofOutput() ) );
-      if ( round + 1 == arguments.count ) {
+      bool isSeen = screen.show( program.json ? rowsJson( program.board, rows )
+                                              : rowsTable( rows, TableStyle::ofOutput() ) );
+      if ( !isSeen || round + 1 == arguments.count ) {
          break;
       }
       poll( nullptr, 0, static_cast< int >( arguments.interval * 1000 ) );
@@ -105,7 +119,7 @@ void addWatchCommand( CLI::App& app, Program& program ) {
    command->fallthrough();
    auto arguments = std::make_shared< Arguments >();
    command->add_option( "--interval", arguments->interval, "seconds between two readings" )
-      ->check( CLI::Range( 0.05, 3600.0 ) )
+      ->check( CLI::Validator( checkInterval, "FLOAT in [0.05 - 3600]" ) )
       ->capture_default_str();
    command->add_option( "--count", arguments->count, "end after this many readings" );
    command

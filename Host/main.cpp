@@ -3,6 +3,8 @@
 
 #include "Host/Commands.h"
 #include "SmbusService/EmbeddedService.h"
+#include "SmbusService/Emulator/BoardLoader.h"
+#include "Utils/StandardStreams.h"
 
 namespace {
 
@@ -25,11 +27,15 @@ void addOptions( CLI::App& app, Host::Program& program ) {
 }  // namespace
 
 int main( int argc, char** argv ) {
+   Utils::openStandardStreams();
    std::unique_ptr< SmbusService::EmbeddedService > emulator;
    Host::Program program;
    program.startEmulator = [ &emulator ]( const std::string& board ) {
       emulator = std::make_unique< SmbusService::EmbeddedService >( board );
       return emulator->path();
+   };
+   program.tryEmulator = []( const std::string& board ) {
+      SmbusService::Emulator::loadBoard( board );
    };
    CLI::App app( "Reads and drives the objects of a board.", "lumen" );
    addOptions( app, program );

@@ -1,5 +1,6 @@
 #include "SmbusService/Batch.h"
 
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -119,17 +120,27 @@ void Batch::lockAdapters() {
 }
 
 void Batch::run( uint32_t retries, Smbus::TransactionResponse& reply ) {
-   size_t resets = firstReset();
-   bool failed = false;
-   for ( size_t i = 0; i < steps_.size(); i = failed ? std::max( i + 1, resets ) : i + 1 ) {
-      bool answers = !failed && steps_[ i ].transfer.reads();
-      Smbus::Response* response = failed ? nullptr : reply.add_response();
-      std::string& answer = answers ? *response->mutable_data() : scratch_;
-      int error = attempt( steps_[ i ], retries, answer );
-      if ( error && !failed ) {
-         failed = true;
-         fail( i, error, wordsFor( error ), reply );
+   start_ = {};
+   size_t next = 0;
+   while ( next < steps_.size() ) {
+      if ( next && lastsFor( limit_ ) ) {
+         fail( next, ETIMEDOUT, fmt::format( "the batch takes longer than {}", limit_ ), reply );
+         break;
       }
+      const Step& step = steps_[ next++ ];
+      Smbus::Response* response = reply.add_response();
+      std::string& answer = step.transfer.reads() ? *response->mutable_data() : scratch_;
+      if ( int error = attempt( step, retries, answer ) ) {
+         fail( next - 1, error, wordsFor( error ), reply );
+         break;
+      }
+   }
+   // What is left after a failure.
+   for ( next = std::max( next, firstReset() ); next < steps_.size(); ++next ) {
+      if ( lastsFor( 2 * limit_ ) ) {
+         return;
+      }
+      attempt( steps_[ next ], retries, scratch_ );
    }
 }
 
@@ -140,10 +151,19 @@ int Batch::attempt( const Step& step, uint32_t retries, std::string& answer ) {
       if ( error == ENXIO && step.transfer.acknowledgeOptional && !step.transfer.reads() ) {
          return 0;
       }
-      if ( !error || retries-- == 0 ) {
+      if ( !error || retries-- == 0 || lastsFor( limit_ ) ) {
          return error;
       }
    }
+}
+
+// Counts from the first question, so that a short batch needs no clock.
+bool Batch::lastsFor( std::chrono::milliseconds time ) {
+   auto now = Clock::now();
+   if ( start_ == Clock::time_point{} ) {
+      start_ = now;
+   }
+   return now - start_ >= time;
 }
 
 size_t Batch::firstReset() const {

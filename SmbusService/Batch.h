@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <mutex>
 #include <vector>
 
@@ -10,6 +11,10 @@ namespace SmbusService {
 constexpr int kMaxRequests = 256;
 constexpr uint32_t kMaxRetries = 100;  // a greater retry count counts as this
 
+// Clients wait no longer for a reply: a batch that takes longer fails, and after twice the time its
+// mux resets are given up as well, so that it does not keep the adapter from others.
+constexpr std::chrono::seconds kBatchLimit( 5 );
+
 // Executes batches for one client. The object keeps its memory from batch to batch.
 //
 // A batch is refused whole when one of its requests is malformed; otherwise its requests run in
@@ -18,7 +23,8 @@ constexpr uint32_t kMaxRetries = 100;  // a greater retry count counts as this
 // in any case, so that no failure leaves a channel open.
 class Batch {
  public:
-   explicit Batch( Backend& backend ) : backend_( backend ) {}
+   explicit Batch( Backend& backend, std::chrono::milliseconds limit = kBatchLimit )
+       : backend_( backend ), limit_( limit ) {}
 
    // Replaces the reply: one response per request, or `failure` and `error`.
    void execute( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
@@ -33,10 +39,15 @@ class Batch {
    void lockAdapters();
    void run( uint32_t retries, Smbus::TransactionResponse& );
    int attempt( const Step&, uint32_t retries, std::string& answer );
+   bool lastsFor( std::chrono::milliseconds time );
    size_t firstReset() const;
    void fail( size_t index, int error, std::string_view why, Smbus::TransactionResponse& ) const;
 
+   using Clock = std::chrono::steady_clock;
+
    Backend& backend_;
+   std::chrono::milliseconds limit_;
+   Clock::time_point start_;  // zero until somebody asks how long the batch lasts
    std::vector< Step > steps_;
    size_t count_ = 0;  // requests in the batch
    std::vector< Adapter* > adapters_;

@@ -35,6 +35,12 @@ bool isAnswered( const stream_protocol::endpoint& endpoint ) {
    return result == 0 || ( errno != ECONNREFUSED && errno != ENOENT );
 }
 
+// 0 when there is no file.
+ino_t fileNumber( const std::string& path ) {
+   struct stat status {};
+   return lstat( path.c_str(), &status ) == 0 ? status.st_ino : 0;
+}
+
 void makeWay( const std::string& path, const stream_protocol::endpoint& endpoint ) {
    struct stat status;
    if ( lstat( path.c_str(), &status ) < 0 ) {
@@ -53,6 +59,9 @@ void makeWay( const std::string& path, const stream_protocol::endpoint& endpoint
 
 Listener::Listener( asio::io_context& context, std::string path )
     : path_( std::move( path ) ), acceptor_( context ), timer_( context ) {
+   if ( path_.empty() ) {
+      refuse( "''", "the path is empty" );
+   }
    try {
       stream_protocol::endpoint endpoint( path_ );
       makeWay( path_, endpoint );
@@ -65,11 +74,12 @@ Listener::Listener( asio::io_context& context, std::string path )
       refuse( path_, error.code().message() );
    }
    try {
+      file_ = fileNumber( path_ );
       chmod( path_.c_str(), kMode );
       acceptor_.listen();
       acceptor_.non_blocking( true );
    } catch ( const asio::system_error& error ) {
-      unlink( path_.c_str() );
+      removeFile();
       refuse( path_, error.code().message() );
    }
 }
@@ -80,10 +90,17 @@ Listener::~Listener() {
 
 void Listener::close() {
    if ( acceptor_.is_open() ) {
-      unlink( path_.c_str() );
+      removeFile();
       asio::error_code ignored;
       acceptor_.close( ignored );
       timer_.cancel();
+   }
+}
+
+// Another server may have put its own socket there in the meantime.
+void Listener::removeFile() const {
+   if ( fileNumber( path_ ) == file_ ) {
+      unlink( path_.c_str() );
    }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <asio/io_context.hpp>
 #include <asio/local/stream_protocol.hpp>
 #include <asio/steady_timer.hpp>
@@ -27,10 +29,12 @@ class Listener {
    void close();
 
  private:
+   void removeFile() const;
    void waitForClient();
    void acceptClient();
 
    std::string path_;
+   ino_t file_ = 0;  // the socket file's own number
    asio::local::stream_protocol::acceptor acceptor_;
    asio::steady_timer timer_;
    std::function< void( int descriptor ) > onClient_;

@@ -38,6 +38,8 @@ void Server::stop() {
 void Server::start( int descriptor ) {
    joinFinished();
    if ( clients_.size() >= kMaxConnections ) {
+      fmt::print( stderr, "lumen-smbusd: {} clients already, another is turned away\n",
+                  kMaxConnections );
       close( descriptor );
       return;
    }

@@ -8,6 +8,8 @@
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "SmbusService/Emulator/Control.h"
 #include "SmbusService/Server.h"
+#include "Utils/StandardStreams.h"
+#include "Utils/Text.h"
 
 namespace {
 
@@ -46,6 +48,7 @@ void serveBoard( const Options& options ) {
 }  // namespace
 
 int main( int argc, char** argv ) {
+   Utils::openStandardStreams();
    Options options{ .board = {}, .socket = defaultSocket(), .control = {} };
    CLI::App app( "SMBus service: executes batches of SMBus transfers for its clients." );
    app.add_option( "--emulate", options.board, "serve the emulated board of this folder" )
@@ -69,7 +72,7 @@ int main( int argc, char** argv ) {
    try {
       serveBoard( options );
    } catch ( const std::exception& error ) {
-      fmt::print( stderr, "lumen-smbusd: {}\n", error.what() );
+      fmt::print( stderr, "lumen-smbusd: {}\n", Utils::printable( error.what() ) );
       return kFailed;
    }
    return 0;

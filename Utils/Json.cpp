@@ -61,17 +61,26 @@ std::optional< ParseError > parse( const char* text, Document& document ) {
    };
    document.Populate( generate );
    if ( result.IsError() ) {
-      return ParseError{ rapidjson::GetParseError_En( result.Code() ), result.Offset() };
+      return ParseError{ rapidjson::GetParseError_En( result.Code() ), result.Offset(),
+                         result.Code() == rapidjson::kParseErrorTermination };
    }
    return std::nullopt;
 }
 
-std::string write( const Value& value ) {
+std::optional< std::string > tryWrite( const Value& value ) {
    rapidjson::StringBuffer buffer;
    rapidjson::Writer< rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::ASCII<> > writer(
       buffer );
-   value.Accept( writer );
+   if ( !value.Accept( writer ) ) {
+      return std::nullopt;
+   }
    return std::string( buffer.GetString(), buffer.GetSize() );
+}
+
+std::string write( const Value& value ) {
+   auto text = tryWrite( value );
+   LUMEN_ASSERT( text );
+   return std::move( *text );
 }
 
 std::string writePretty( const Value& value ) {

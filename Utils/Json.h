@@ -24,6 +24,7 @@ constexpr unsigned kMaxDepth = 256;
 struct ParseError {
    const char* message;  // English, static
    size_t offset;        // bytes from the start of the text
+   bool isTooDeep;
 };
 
 // Parses the whole text with RapidJSON's default flags into `document`.
@@ -57,7 +58,10 @@ std::array< const Value*, sizeof...( kNames ) > members( const Value& object ) {
    return found;
 }
 
-// Compact JSON, non-ASCII characters as \uXXXX.
+// Compact JSON, non-ASCII characters as \uXXXX; nothing when a text in it is no UTF-8.
+std::optional< std::string > tryWrite( const Value& value );
+
+// The same for what is known to be UTF-8.
 std::string write( const Value& value );
 
 // Indented JSON in UTF-8, for people.

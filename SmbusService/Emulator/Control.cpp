@@ -9,6 +9,7 @@
 
 #include "SmbusService/Emulator/JsonCursor.h"
 #include "Utils/Json.h"
+#include "Utils/Text.h"
 
 namespace SmbusService::Emulator {
 
@@ -84,7 +85,8 @@ std::string answerControl( Board& board, std::string_view request ) {
    } catch ( const std::exception& error ) {
       answer.SetObject();
       answer.AddMember( "ok", false, answer.GetAllocator() );
-      answer.AddMember( "error", text( error.what(), answer ), answer.GetAllocator() );
+      answer.AddMember( "error", text( Utils::printable( error.what() ), answer ),
+                        answer.GetAllocator() );
    }
    return Json::write( answer );
 }

@@ -131,8 +131,9 @@ void Places::addMux( Bus& bus, const JsonCursor& json ) {
 
 void Places::complete( const JsonFile& objects ) {
    for ( const JsonCursor& object : JsonCursor( objects ).elementsOf( "objects" ) ) {
+      auto kind = object.find( "kind" );
       auto device = object.find( "device" );
-      if ( !device ) {
+      if ( !device || ( kind && kind->asString() == "system" ) ) {
          continue;
       }
       auto place = places_.find( device->member( "did" ).asUint() );

@@ -40,6 +40,8 @@ INSTANTIATE_TEST_SUITE_P( Get,
                                                 2,
                                                 "",
                                                 "no object \"nowhere\"; it has chassis, inlet" },
+                                           Row{ { "get", "" }, 2, "", "no object \"\"" },
+                                           Row{ { "get", "\x1b[31m" }, 2, "", "\" [31m\"" },
                                            Row{ { "get" }, 2, "", "NAME is required" } ) );
 
 INSTANTIATE_TEST_SUITE_P(
@@ -48,7 +50,8 @@ INSTANTIATE_TEST_SUITE_P(
    testing::Values( Row{ { "set", "module-reset", "0" }, 0, "0\n", "" },
                     Row{ { "set", "module-reset", "1" }, 0, "1\n", "" },
                     Row{ { "set", "module-reset", "2" }, 2, "", "give 0 or 1" },
-                    Row{ { "set", "inlet", "20" }, 2, "", "only an led, fan or gpio" } ) );
+                    Row{ { "set", "inlet", "20" }, 2, "", "only an led, fan or gpio" },
+                    Row{ { "watch", "--interval", "nan" }, 2, "", "nan is not in range" } ) );
 
 INSTANTIATE_TEST_SUITE_P(
    Smbus,
@@ -65,6 +68,7 @@ INSTANTIATE_TEST_SUITE_P(
       Row{ { "smbus", "eeprom1", "i2c-write", "0x10", "1", "2" }, 0, "", "" },
       Row{
          { "smbus", "eeprom1", "write-byte", "0x10", "0x100" }, 2, "", "no number from 0 to 255" },
+      Row{ { "smbus", "eeprom1", "i2c-read", "0", "0" }, 2, "", "LENGTH must be at least 1" },
       Row{ { "smbus", "eeprom1", "read-byte" }, 2, "", "use: smbus NAME read-byte REG" },
       Row{ { "smbus", "eeprom1", "peek" }, 2, "", "no SMBus operation \"peek\"" },
       Row{ { "smbus", "inlet", "read-byte", "0" }, 2, "", "needs an object of kind smbus" } ) );
@@ -73,6 +77,18 @@ TEST( SmbusCommand, AnswersInJsonToo ) {
    Outcome outcome = demo( { "--json", "smbus", "eeprom1", "read-byte", "0" } );
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_THAT( outcome.output, HasSubstr( "\"answer\": \"0x70\"" ) );
+}
+
+TEST( Output, ThatIsLostIsNoSuccess ) {
+   for ( const char* command : { "status", "--json status", "watch --interval 0.05", "check" } ) {
+      Outcome outcome = Process( "/bin/sh", { "-c", "exec timeout 20 " LUMEN_BIN_DIR
+                                                    "/lumen --board " LUMEN_SOURCE_DIR
+                                                    "/Boards/minimal --emulate " +
+                                                       std::string( command ) + " > /dev/full" } )
+                           .wait();
+      EXPECT_EQ( outcome.status, 1 ) << command;
+      EXPECT_THAT( outcome.errors, HasSubstr( "the output is lost" ) ) << command;
+   }
 }
 
 // An LED on a PCA9555 pin, and the same pin read back.

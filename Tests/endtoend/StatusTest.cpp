@@ -185,8 +185,9 @@ TEST_F( ServiceTest, IsMissedAtOnceAndWithAdvice ) {
    Outcome outcome = status();
    EXPECT_EQ( outcome.status, 2 );
    EXPECT_EQ( outcome.errors, "lumen: no SMBus service answers at " + socket() +
-                                 "; start one with: lumen-smbusd --emulate " + kBoards +
-                                 "demo --socket " + socket() + ", or use --emulate\n" );
+                                 ": No such file or directory; start one with: lumen-smbusd "
+                                 "--emulate " +
+                                 kBoards + "demo --socket " + socket() + ", or use --emulate\n" );
    EXPECT_FALSE( parse( outcome.output )[ "ok" ].GetBool() );
 }
 

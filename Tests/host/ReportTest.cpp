@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
 #include "Host/Report.h"
-#include "Host/Text.h"
 #include "Utils/Json.h"
+#include "Utils/Text.h"
 
 namespace Host {
 namespace {
@@ -74,11 +74,14 @@ TEST( RowTest, ReadsShortDecimalsFromFloats ) {
 }
 
 TEST( TextTest, KeepsOnlyWhatIsValidUtf8 ) {
-   EXPECT_EQ( printable( "a\tb\x7f\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80" ),
+   EXPECT_EQ( Utils::printable( "a\tb\x7f\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80" ),
               "a b \xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80" );
-   EXPECT_EQ( printable( "\xc0\x80\xed\xa0\x80\xf5" ), "??????" );
-   EXPECT_EQ( printable( "\xe2\x82" ), "??" );
-   EXPECT_EQ( length( "f\xc3\xa4n" ), 3u );
+   EXPECT_EQ( Utils::printable( "\xc0\x80\xed\xa0\x80\xf5" ), "??????" );
+   EXPECT_EQ( Utils::printable( "\xe2\x82" ), "??" );
+   EXPECT_EQ( Utils::printable( "\u0085\u009f\u00a0\u202e\u2069\u206a" ), "  \u00a0  \u206a" );
+   EXPECT_EQ( Utils::findInvalid( "f\xc3\xa4n\xc3" ), 4u );
+   EXPECT_EQ( Utils::findInvalid( "f\xc3\xa4n" ), std::string::npos );
+   EXPECT_EQ( Utils::length( "f\xc3\xa4n" ), 3u );
 }
 
 }  // namespace

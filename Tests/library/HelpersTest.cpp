@@ -116,6 +116,7 @@ TEST( InsertDriverArg, ReportsMalformedTextAndRefusesOtherShapes ) {
    char untouched[] = "untouched";
    char* text = untouched;
    EXPECT_FALSE( Drivers::insertDriverArg( "{ \"a\" }", &text, "k", "v" ) );
+   EXPECT_FALSE( Drivers::insertDriverArg( "{\"driverArgs\":{}}", &text, "k", "\xff" ) );
    EXPECT_EQ( text, untouched );
    EXPECT_THAT( traces.lines,
                 ElementsAre( "0 failed to parse psu devArgs: Missing a colon after a name of "

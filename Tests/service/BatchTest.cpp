@@ -240,6 +240,34 @@ TEST_F( BatchTest, BackendThatThrowsLeavesNothingLocked ) {
    adapter.mutex.unlock();
 }
 
+TEST_F( BatchTest, LongBatchFailsAndStillClosesTheMuxes ) {
+   adapter.inTransfer = [] { std::this_thread::sleep_for( milliseconds( 100 ) ); };
+   Smbus::TransactionResponse reply;
+   Batch( backend, milliseconds( 80 ) )
+      .execute( batchOf( { readBytes( 0x48, 0, 2 ), readBytes( 0x48, 1, 2 ),
+                           readBytes( 0x48, 2, 2 ), sendByte( 0x70, 0 ) } ),
+                reply );
+   EXPECT_EQ( reply.error(),
+              "request 3 of 4: read 2 bytes, register 0x02, device 0x48, bus 0: "
+              "the batch takes longer than 80ms" );
+   EXPECT_EQ( reply.failure(), ETIMEDOUT );
+   EXPECT_EQ( adapter.log.back(), "send byte 0x00, device 0x70" );
+}
+
+TEST_F( BatchTest, AbsentChipKeepsNobodyWaitingForItsRetries ) {
+   adapter.inTransfer = [] { std::this_thread::sleep_for( milliseconds( 5 ) ); };
+   adapter.errors[ "send byte 0x00, device 0x70" ] = { ENXIO, 1'000'000 };
+   Smbus::TransactionRequest batch;
+   batch.set_retry_count( kMaxRetries );
+   for ( int i = 0; i < kMaxRequests; ++i ) {
+      *batch.add_request() = onBus( 0, sendByte( 0x70, 0 ) );
+   }
+   Smbus::TransactionResponse reply;
+   Batch( backend, milliseconds( 50 ) ).execute( batch, reply );
+   EXPECT_EQ( reply.failure(), ENXIO );
+   EXPECT_LT( adapter.log.size(), 40u );
+}
+
 TEST_F( BatchTest, DifferentAdaptersWorkAtTheSameTime ) {
    std::atomic< int > inside = 0;
    auto meet = [ & ] {

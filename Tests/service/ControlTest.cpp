@@ -48,6 +48,8 @@ TEST( ControlTest, AnswersEachOperation ) {
             Row{ R"({"op":"get","did":16,"quantity":"x"})",
                  "unknown quantity 'x'; this chip has temperature, lowLimit, highLimit" },
             Row{ R"({"op":"fault","did":16})", "request: \\\"kind\\\" is missing" },
+            Row{ "{\"op\":\"get\",\"did\":16,\"quantity\":\"\xff\"}",
+                 "unknown quantity '?'; this chip has temperature, lowLimit, highLimit" },
          } ) {
       EXPECT_EQ( ask( row.request ),
                  std::string( R"({"ok":false,"error":")" ) + row.error + "\"}" );

@@ -184,6 +184,20 @@ TEST( ServerStopTest, FinishesTheBatchInHand ) {
    stopper.join();
 }
 
+TEST( ListenerTest, LeavesTheSocketOfItsSuccessor ) {
+   TemporaryDirectory directory;
+   std::string path = directory.path() / "socket";
+   asio::io_context context;
+   Listener first( context, path );
+   std::filesystem::remove( path );
+   Listener second( context, path );
+   first.close();
+   EXPECT_TRUE( std::filesystem::exists( path ) );
+   second.close();
+   EXPECT_FALSE( std::filesystem::exists( path ) );
+   EXPECT_THROW( Listener( context, "" ), std::runtime_error );
+}
+
 TEST( ListenerTest, ReplacesStaleSocketsOnly ) {
    TemporaryDirectory directory;
    std::string path = directory.path() / "socket";

@@ -1,9 +1,9 @@
-#include "Host/Text.h"
+#include "Utils/Text.h"
 
 #include <algorithm>
 #include <cstdint>
 
-namespace Host {
+namespace Utils {
 
 namespace {
 
@@ -29,23 +29,46 @@ size_t characterSize( std::string_view text ) {
    return std::ranges::all_of( text.substr( 1, size - 1 ), continues ) ? size : 0;
 }
 
+bool controls( std::string_view character ) {
+   auto first = static_cast< uint8_t >( character[ 0 ] );
+   if ( character.size() == 1 ) {
+      return first < 0x20 || first == 0x7F;
+   }
+   auto isBetween = [ character ]( std::string_view low, std::string_view high ) {
+      return character >= low && character <= high;
+   };
+   return isBetween( "\u0080", "\u009F" ) || isBetween( "\u200E", "\u200F" ) ||
+          isBetween( "\u2028", "\u202E" ) || isBetween( "\u2066", "\u2069" );
+}
+
 }  // namespace
 
 std::string printable( std::string_view text ) {
    std::string result;
    while ( !text.empty() ) {
       size_t size = characterSize( text );
-      auto first = static_cast< uint8_t >( text[ 0 ] );
+      std::string_view character = text.substr( 0, size );
       if ( size == 0 ) {
          result += '?';
-      } else if ( first < 0x20 || first == 0x7F ) {
+      } else if ( controls( character ) ) {
          result += ' ';
       } else {
-         result += text.substr( 0, size );
+         result += character;
       }
       text.remove_prefix( std::max< size_t >( size, 1 ) );
    }
    return result;
+}
+
+size_t findInvalid( std::string_view text ) {
+   for ( size_t i = 0; i < text.size(); ) {
+      size_t size = characterSize( text.substr( i ) );
+      if ( size == 0 ) {
+         return i;
+      }
+      i += size;
+   }
+   return std::string_view::npos;
 }
 
 size_t length( std::string_view text ) {
@@ -53,4 +76,4 @@ size_t length( std::string_view text ) {
       std::ranges::count_if( text, []( char c ) { return !continues( c ); } ) );
 }
 
-}  // namespace Host
+}  // namespace Utils

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace Utils {
+
+// Text fit for one line of a terminal or a JSON string, whatever it was made of: control
+// characters, and those that turn the direction of writing, become blanks, bytes that are no UTF-8
+// question marks.
+std::string printable( std::string_view text );
+
+// Where the first byte is that is no UTF-8; npos when there is none.
+size_t findInvalid( std::string_view text );
+
+// Characters of UTF-8 text.
+size_t length( std::string_view text );
+
+}  // namespace Utils
