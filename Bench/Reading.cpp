@@ -73,6 +73,7 @@ size_t frameSize( const google::protobuf::MessageLite& message ) {
 }  // namespace
 
 void measureRoundTrip( Report& report ) {
+   OneProcessor pinned;
    TemporaryBoard board( topologyOf( 1, kDid ), { kDid } );
    SmbusService::EmbeddedService service( board.path() );
    setenv( "PL_SMBUS_SOCKET", service.path().c_str(), 1 );

@@ -88,8 +88,9 @@ size_t findObject( const Board& board, const std::string& name ) {
    if ( object == board.objects.end() ) {
       std::vector< std::string > names;
       std::ranges::transform( board.objects, std::back_inserter( names ), &ObjectSpec::name );
-      throw StartError( fmt::format( "the board has no object \"{}\"; it has {}", name,
-                                     fmt::join( names, ", " ) ) );
+      throw StartError(
+         fmt::format( "the board has no object \"{}\"; it has {}", name,
+                      names.empty() ? "none" : fmt::format( "{}", fmt::join( names, ", " ) ) ) );
    }
    return static_cast< size_t >( object - board.objects.begin() );
 }

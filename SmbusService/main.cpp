@@ -59,6 +59,7 @@ int main( int argc, char** argv ) {
    app.add_option( "--control", options.control,
                    "where the emulated board is controlled: one JSON object a line" )
       ->type_name( "PATH" );
+   app.set_version_flag( "--version", "lumen-smbusd " LUMEN_VERSION );
    try {
       app.parse( argc, argv );
    } catch ( const CLI::ParseError& error ) {
