@@ -12,11 +12,16 @@ namespace {
 
 using std::string_view;
 
-// How the library announces that a request failed; what follows says why.
-constexpr string_view kRequestFailures[] = {
-   "execute: failure in response ",
-   "execute: error. ",
-   "execute: ",
+// How the library announces that a request failed; what follows says why, which is about the
+// service itself where it gave no answer.
+struct Announcement {
+   string_view prefix;
+   string_view subject;
+};
+constexpr Announcement kRequestFailures[] = {
+   { "execute: failure in response ", "" },
+   { "execute: error. ", "SMBus service: " },
+   { "execute: ", "SMBus service: " },
 };
 
 constexpr string_view kFailureWords[] = {
@@ -36,11 +41,11 @@ bool tellsFailure( const TraceLine& line ) {
 }
 
 // The last request that failed.
-string_view requestFailure( const Traces& traces ) {
+std::string requestFailure( const Traces& traces ) {
    for ( auto line = traces.rbegin(); line != traces.rend(); ++line ) {
-      for ( string_view prefix : kRequestFailures ) {
-         if ( line->text.starts_with( prefix ) && tellsFailure( *line ) ) {
-            return string_view( line->text ).substr( prefix.size() );
+      for ( const Announcement& announced : kRequestFailures ) {
+         if ( line->text.starts_with( announced.prefix ) && tellsFailure( *line ) ) {
+            return std::string( announced.subject ) + line->text.substr( announced.prefix.size() );
          }
       }
    }
@@ -124,7 +129,7 @@ std::string whyNotAdded( const Traces& traces ) {
 std::string whyNotRead( pl_status status, const Traces& traces ) {
    const char* known = statusText( status );
    std::string what = known ? known : fmt::format( "status {}", status );
-   string_view request = requestFailure( traces );
+   std::string request = requestFailure( traces );
    return join( what, request.empty() ? firstFailure( traces ) : request, ": " );
 }
 

@@ -72,6 +72,10 @@ pl_status getTemperature( pl_temp_sensor* record, float* celsius ) {
    if ( sensor->driver.starts_with( "read-" ) ) {
       misbehave( sensor->driver.substr( 5 ) );
    }
+   if ( sensor->driver == "status4" ) {
+      pl_trace( 3, "execute: error. 104, Connection reset by peer" );
+      return PL_STATUS_IO_ERROR;
+   }
    if ( sensor->driver.starts_with( "status" ) ) {
       failingRequest();
       return std::stoi( sensor->driver.substr( 6 ) );

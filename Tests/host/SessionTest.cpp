@@ -81,7 +81,8 @@ INSTANTIATE_TEST_SUITE_P(
       Misbehaviour{ "status2", State::Fault,
                     std::string( "the device reports an error: " ) + kRequest },
       Misbehaviour{ "status3", State::Failed, std::string( "not supported: " ) + kRequest },
-      Misbehaviour{ "status4", State::Failed, std::string( "I/O error: " ) + kRequest },
+      Misbehaviour{ "status4", State::Failed,
+                    "I/O error: SMBus service: 104, Connection reset by peer" },
       Misbehaviour{ "status6", State::Failed, std::string( "service failure: " ) + kRequest },
       Misbehaviour{ "status9", State::Failed, std::string( "status 9: " ) + kRequest } ),
    []( const auto& row ) {
