@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <set>
+
 #include "Drivers/Drivers.h"
 #include "Tests/support/TraceLog.h"
 #include "Topology/Topology.h"
@@ -123,6 +125,28 @@ TEST( Topology, KeepsTheTreeForTheSameTextAndAfterBadText ) {
    EXPECT_EQ( Topology::loadTopology( "[]" ), PL_STATUS_OK );
    EXPECT_EQ( Topology::findDevice( 20 ), nullptr );
    EXPECT_EQ( Topology::getDeviceByLabel( "sensor" ), nullptr );
+}
+
+TEST( Topology, FindsTheFirstDeviceWithAnIdWhateverTheNumbering ) {
+   using Ids = std::vector< uint32_t >;
+   for ( const Ids& ids : { Ids{ 7 }, Ids{ 5, 6, 7, 8 }, Ids{ 1, 1, 1, 4 }, Ids{ 1, 4, 4, 4, 5 },
+                            Ids{ 9, 3, 0, 3, 9, 4294967295 }, Ids{ 0, 1, 2, 3, 4, 5, 1000 } } ) {
+      std::string devices;
+      std::set< uint32_t > known;
+      for ( uint32_t id : ids ) {
+         devices += ( devices.empty() ? "" : "," ) + std::string( R"({"did":)" ) +
+                    std::to_string( id ) + R"(,"label":"d)" + std::to_string( id ) + "-" +
+                    std::to_string( known.count( id ) ) + R"("})";
+         known.insert( id );
+      }
+      ASSERT_EQ( Topology::loadTopology(
+                    ( R"([{"type":"LinuxFs","ham":"","devices":[)" + devices + "]}]" ).c_str() ),
+                 PL_STATUS_OK );
+      for ( uint32_t id : { 0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 1000u, 1001u, 4294967295u } ) {
+         std::string label = "d" + std::to_string( id ) + "-0";
+         EXPECT_EQ( Topology::findDevice( id ), Topology::getDeviceByLabel( label.c_str() ) ) << id;
+      }
+   }
 }
 
 TEST( Topology, TheLaterOfTwoEqualLabelsAndOfTwoEqualMuxChannelsWins ) {
