@@ -10,11 +10,12 @@ namespace Host {
 namespace {
 
 // The emulator's own look at the documents: the models know their quantities.
-void tryEmulator( const Program& program ) {
+void tryEmulator( const Program& program, std::vector< Finding > warnings ) {
    try {
       program.tryEmulator( program.board );
    } catch ( const std::exception& error ) {
-      throw BoardError( { { "", "", error.what() } } );
+      warnings.push_back( { "", "", error.what() } );
+      throw BoardError( std::move( warnings ) );
    }
 }
 
@@ -22,14 +23,12 @@ int check( const Program& program ) {
    Board board =
       loadBoard( program.board, program.emulate ? Emulation::Needed : Emulation::IfPresent );
    if ( board.hasEmulation ) {
-      tryEmulator( program );
+      tryEmulator( program, board.warnings );
    }
    if ( program.json ) {
       fmt::print( "{}\n", findingsJson( program.board, board.warnings ) );
    } else {
-      for ( const Finding& warning : board.warnings ) {
-         complain( warning.text() );
-      }
+      complain( board.warnings );
       fmt::print( "{}: no mistakes found, {} objects\n", program.board, board.objects.size() );
    }
    return board.warnings.empty() ? kAllWell : kNotWell;

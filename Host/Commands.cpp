@@ -26,19 +26,19 @@ Board boardOf( const Program& program, const std::optional< std::string >& onlyO
    return board;
 }
 
-void complainOf( const std::vector< Finding >& findings ) {
+}  // namespace
+
+void complain( std::string_view text ) {
+   fmt::print( stderr, "{}\n", Utils::printable( text ) );
+}
+
+void complain( const std::vector< Finding >& findings ) {
    for ( const Finding& finding : findings | std::views::take( kMostFindings ) ) {
       complain( finding.text() );
    }
    if ( findings.size() > kMostFindings ) {
       complain( fmt::format( "... and {} more", findings.size() - kMostFindings ) );
    }
-}
-
-}  // namespace
-
-void complain( std::string_view text ) {
-   fmt::print( stderr, "{}\n", Utils::printable( text ) );
 }
 
 std::string findService( const Program& program ) {
@@ -75,7 +75,7 @@ int Program::runCommand() const {
    try {
       return command();
    } catch ( const BoardError& error ) {
-      complainOf( error.findings );
+      complain( error.findings );
       if ( json ) {
          fmt::print( "{}\n", findingsJson( board, error.findings ) );
       }

@@ -49,6 +49,9 @@ struct Program {
 // A line on stderr, whatever the text was made of.
 void complain( std::string_view text );
 
+// A line for each of the first findings, and how many more there are.
+void complain( const std::vector< Finding >& findings );
+
 // Everything a command needs to work with a board's objects.
 struct OpenBoard {
    Board board;

@@ -38,7 +38,7 @@ class TopologyWalk {
    void inRange(
       const Value& node, int low, int high, const char* why, const std::string& pointer );
    void label( const Value& node, const std::string& pointer );
-   void unique( Seen& seen, const Value& node, const char* key, const std::string& pointer );
+   bool unique( Seen& seen, const Value& node, const char* key, const std::string& pointer );
    bool reachesItself( uint32_t did, uint32_t through, std::set< uint32_t >& visited ) const;
    void report( const std::string& pointer, const std::string& problem ) {
       findings_.push_back( { file_, pointer, problem } );
@@ -112,11 +112,10 @@ void TopologyWalk::accelerators( const Value& node,
 void TopologyWalk::busses( const Value& node, Wires::Adapter adapter, const std::string& pointer ) {
    Seen ids;
    forEach( node, "busses", pointer, [ & ]( const Value& child, const auto& place ) {
-      unique( ids, child, "id", place );
+      bool isNew = unique( ids, child, "id", place );
       inRange( child, 0, 127, "the number of a bus travels in 7 bits", place );
       label( child, place );
       adapter.bus = child[ "id" ].GetInt();
-      bool isNew = ids.at( adapter.bus ) == place;
       bus( child, isNew ? wires_.atAdapter( adapter, { file_, place } ) : Wires::kNone, place );
    } );
 }
@@ -187,7 +186,7 @@ void TopologyWalk::label( const Value& node, const std::string& pointer ) {
    }
 }
 
-void TopologyWalk::unique( Seen& seen,
+bool TopologyWalk::unique( Seen& seen,
                            const Value& node,
                            const char* key,
                            const std::string& pointer ) {
@@ -197,6 +196,7 @@ void TopologyWalk::unique( Seen& seen,
       report( pointer + "/" + key,
               std::to_string( id ) + " is already the " + key + " of " + it->second );
    }
+   return isNew;
 }
 
 void TopologyWalk::inRange(

@@ -5,45 +5,14 @@
 
 #include "Host/Board.h"
 #include "Host/Error.h"
+#include "Tests/host/BoardDocuments.h"
 #include "Tests/support/TemporaryDirectory.h"
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 namespace Host {
 namespace {
-
-using Documents = std::map< std::string, std::string >;
-
-// A sensor behind a mux; "i2c<0x48>" is its label.
-const Documents kSound = {
-   { "topology.json", R"([ { "type": "I2C", "ham": "LumenSmbus", "id": 0,
-        "devices": [ { "did": 9, "driver": "PCA9548", "address": { "address": 112 } } ],
-        "muxes": [ { "did": 9, "busses": [ { "id": 1, "devices": [
-           { "did": 1, "driver": "TMP75", "address": { "address": 72 }, "label": "i2c<0x48>",
-             "components": [ { "uid": 5 } ] },
-           { "did": 2, "label": "i2c<0x49>" } ] } ] } ] } ])" },
-   { "objects.json", R"({ "objects": [] })" },
-   { "emulation.json", R"({ "chips": [] })" },
-};
-
-std::vector< std::string > findings( const Documents& documents ) {
-   Tests::TemporaryDirectory directory;
-   for ( const auto& [ name, text ] : documents ) {
-      std::ofstream( directory.path() / name, std::ios::binary ) << text;
-   }
-   try {
-      loadBoard( directory.path(), Emulation::Needed );
-   } catch ( const BoardError& error ) {
-      std::vector< std::string > texts;
-      for ( const Finding& finding : error.findings ) {
-         texts.push_back( finding.text().substr( directory.path().string().size() + 1 ) );
-      }
-      return texts;
-   }
-   return {};
-}
 
 struct Mistake {
    const char* name;
@@ -114,38 +83,6 @@ INSTANTIATE_TEST_SUITE_P(
                  "\"SccSpi\", \"LinuxFs\" or \"FbDomFpga\", not \"Fpga\"",
                  ": /2/ham: must not be empty", ": /3: member \"pci\" is missing",
                  ": /4/pci: must be at most 4294967295" } },
-      Mistake{ "BusMedium",
-               "topology.json",
-               R"([ { "type": "I2C", "ham": "H", "simulated": 1 },
-                    { "type": "SccSpi", "ham": "H", "id": 2147483648, "devices": {} } ])",
-               { ": /0/simulated: must be a boolean, not an integer",
-                 ": /0: member \"id\" is missing", ": /1/id: must be at most 2147483647",
-                 ": /1/devices: must be an array, not an object" } },
-      Mistake{
-         "Children",
-         "topology.json",
-         R"([ { "type": "Celestica", "ham": "H", "accelerators": [ {},
-                      { "id": 1, "label": 3, "busses": [ { "id": -2147483649 },
-                        { "id": 1, "muxes": [ { "busses": [ [] ] } ] } ] } ] },
-                    { "type": "LinuxFs", "ham": "H", "devices": [ {},
-                      { "did": -1, "components": [ {} ] } ] } ])",
-         { ": /0/accelerators/0: member \"id\" is missing",
-           ": /0/accelerators/1/label: must be a string, not an integer",
-           ": /0/accelerators/1/busses/0/id: must be at least -2147483648",
-           ": /0/accelerators/1/busses/1/muxes/0: member \"did\" is missing",
-           ": /0/accelerators/1/busses/1/muxes/0/busses/0: must be an object, not an array",
-           ": /1/devices/0: member \"did\" is missing", ": /1/devices/1/did: must be at least 0",
-           ": /1/devices/1/components/0: member \"uid\" is missing" } },
-      Mistake{ "Arguments",
-               "topology.json",
-               withDevice( R"("driver": 5, "uid": "x", "provideHam": true, "driverArgs": [],
-                              "isMultiDevice": 0, "name": 1)" ),
-               { kDevice + "/driver: must be a string or null, not an integer",
-                 kDevice + "/uid: must be an integer, not a string",
-                 kDevice + "/provideHam: must be an integer, not a boolean",
-                 kDevice + "/driverArgs: must be an object or null, not an array",
-                 kDevice + "/isMultiDevice: must be a boolean, not an integer",
-                 kDevice + "/name: must be a string, not an integer" } },
       Mistake{
          "DriverArgs",
          "topology.json",
@@ -159,23 +96,6 @@ INSTANTIATE_TEST_SUITE_P(
          withDevice( R"("driver": null, "address": { "address": 1 }, "driverArgs":
                               { "c~": 5000000000, "d": 4294967295, "e": 1e20 })" ),
          { kDevice + "/driverArgs/c~0: must fit 32 bits: drivers get an empty text instead" } },
-      Mistake{ "NoAddress",
-               "topology.json",
-               withDevice( R"("driver": "X", "isMultiDevice": false)" ),
-               { kDevice + ": member \"address\" is missing" } },
-      Mistake{ "Address",
-               "topology.json",
-               withDevice( R"("driver": "X", "address": { "addrSize": 4, "busTimeout": 8,
-                              "writeDelay": 4, "extraDelay": true, "accel": 128,
-                              "writeNoStopReadCurrent": 1, "readDelay": 0.5 })" ),
-               { kDevice + "/address: member \"address\" is missing",
-                 kDevice + "/address/addrSize: must be 1 or 2, not 4",
-                 kDevice + "/address/busTimeout: must be at most 7",
-                 kDevice + "/address/writeDelay: must be at most 3",
-                 kDevice + "/address/extraDelay: must be an integer, not a boolean",
-                 kDevice + "/address/accel: must be at most 127",
-                 kDevice + "/address/writeNoStopReadCurrent: must be a boolean, not an integer",
-                 kDevice + "/address/readDelay: must be an integer, not a fraction" } },
       Mistake{ "MultiDevice",
                "topology.json",
                R"([ { "type": "PLM", "ham": "H", "id": 0, "devices": [
@@ -324,94 +244,6 @@ TEST( BoardTest, ListsTheFindingsOfAllDocuments ) {
                 ElementsAre( "topology.json:1:2: Invalid value.",
                              "objects.json: member \"objects\" is missing",
                              "emulation.json: No such file or directory" ) );
-}
-
-std::string medium( const std::string& type, const std::string& members ) {
-   return R"({ "type": ")" + type + R"(", "ham": "H", )" + members + " }";
-}
-std::string bus( int id, const std::string& members ) {
-   return R"({ "id": )" + std::to_string( id ) + ", " + members + " }";
-}
-std::string sensor( int did, int address ) {
-   return R"({ "did": )" + std::to_string( did ) +
-          R"(, "driver": "TMP75", "address": { "address": )" + std::to_string( address ) + " } }";
-}
-
-TEST( BoardTest, IgnoresWhatAMediumOfTheTypeDoesNotHave ) {
-   const std::string junk = R"("accelerators": 5, "busses": [ {} ])";
-   const std::string buses = R"("id": 0, "devices": [ ], "simulated": 7, )";
-   Documents documents = kSound;
-   documents[ "topology.json" ] =
-      "[ " + medium( "SCD", R"("pci": 1, "busses": 5, "devices": [ 1 ], "muxes": {})" ) + ", " +
-      medium( "Celestica", R"("busses": [ 5 ], "devices": null)" ) + ", " +
-      medium( "FbDomFpga", R"("pci": 1, "accelerators": 1, "devices": 1)" ) + ", " +
-      medium( "LinuxFs", R"("muxes": [ {} ], )" + junk ) + ", " + medium( "PLM", buses + junk ) +
-      ", " + medium( "IOPort", buses + junk ) + ", " + medium( "SccSpi", buses + junk ) + " ]";
-   EXPECT_THAT( findings( documents ), IsEmpty() );
-}
-
-TEST( BoardTest, RefusesNumbersThatDoNotTravel ) {
-   Documents documents = kSound;
-   documents[ "topology.json" ] =
-      "[ " +
-      medium(
-         "FbDomFpga",
-         R"("pci": 1, "busses": [ )" + bus( 128, R"("devices": [])" ) + ", " +
-            bus( 127,
-                 R"("devices": [ )" + sensor( 3, 113 ) +
-                    R"( ], "muxes": [ { "did": 3, "busses": [ { "id": 0 }, { "id": 256 } ] } ])" ) +
-            " ]" ) +
-      " ]";
-   EXPECT_THAT(
-      findings( documents ),
-      ElementsAre( "topology.json: /0/busses/0/id: must be 0 to 127: the number of a bus "
-                   "travels in 7 bits",
-                   "topology.json: /0/busses/1/muxes/0/busses/0/id: must be 1 to 255: it is "
-                   "the byte that opens the channel",
-                   "topology.json: /0/busses/1/muxes/0/busses/1/id: must be 1 to 255: it is "
-                   "the byte that opens the channel" ) );
-}
-
-// The warnings for a topology and objects that can be used.
-std::vector< std::string > warnings( const std::string& topology, const std::string& objects ) {
-   Tests::TemporaryDirectory directory;
-   std::ofstream( directory.path() / "topology.json" ) << topology;
-   std::ofstream( directory.path() / "objects.json" ) << R"({ "objects": [ )" + objects + " ] }";
-   std::vector< std::string > texts;
-   for ( const Finding& warning : loadBoard( directory.path(), Emulation::Unused ).warnings ) {
-      texts.push_back( warning.text().substr( directory.path().string().size() + 1 ) );
-   }
-   return texts;
-}
-
-TEST( BoardTest, WarnsOfChipsThatCannotBeToldApart ) {
-   const std::string onBus = R"("id": 0, "devices": [ )" + sensor( 1, 72 ) + " ]";
-   EXPECT_THAT(
-      warnings( "[ " + medium( "I2C", onBus ) + ", " + medium( "PLM", R"("id": 1)" ) + ", " +
-                   medium( "I2C", R"("id": 1, "devices": [ )" + sensor( 2, 72 ) + " ]" ) + " ]",
-                "" ),
-      ElementsAre( "topology.json: /2: warning: requests cannot tell it from /0",
-                   "topology.json: /2/devices/0: warning: device 1 answers to address 0x48 "
-                   "as well: /0/devices/0" ) );
-   // Behind a mux, with a twin above it and another in a channel of its own.
-   const std::string channel1 =
-      bus( 1, R"("devices": [ )" + sensor( 3, 72 ) + ", " + sensor( 4, 73 ) + " ]" );
-   const std::string channel2 = bus( 2, R"("devices": [ )" + sensor( 5, 73 ) + " ]" );
-   EXPECT_THAT(
-      warnings(
-         "[ " +
-            medium( "I2C", R"("id": 0, "devices": [ )" + sensor( 1, 72 ) + ", " + sensor( 2, 112 ) +
-                              R"( ], "muxes": [ { "did": 2, "busses": [ )" + channel1 + ", " +
-                              channel2 + " ] } ]" ) +
-            " ]",
-         "" ),
-      ElementsAre( "topology.json: /0/muxes/0/busses/0/devices/0: warning: device 1 answers "
-                   "to address 0x48 as well: /0/devices/0" ) );
-   EXPECT_THAT(
-      warnings( "[ " + medium( "I2C", onBus ) + " ]",
-                R"({ "kind": "gpio", "name": "g", "device": )" + sensor( 1, 74 ) + " }" ),
-      ElementsAre( "objects.json: /objects/0/device: warning: device 1 is at address 0x4a "
-                   "here, but at 0x48 in /0/devices/0" ) );
 }
 
 TEST( BoardTest, MissesNoFolder ) {

@@ -44,30 +44,6 @@ class Bench {
    std::unique_ptr< Chip > chip;
 };
 
-TEST( SensorModels, WakeUpWithTheirResetValues ) {
-   struct Row {
-      const char* model;
-      uint8_t reg;
-      Bytes bytes;
-   };
-   const Row rows[] = {
-      { "LM73", 0x07, { 0x01, 0x90 } },   { "LM73", 0x01, { 0x40 } },
-      { "LM73", 0x02, { 0x7f, 0xe0 } },   { "LM73", 0x03, { 0x80, 0x00 } },
-      { "LM73", 0x04, { 0x09 } },         { "TMP464", 0xff, { 0x14, 0x64 } },
-      { "TMP468", 0xff, { 0x04, 0x68 } }, { "TMP46x", 0xfe, { 0x54, 0x49 } },
-      { "TMP468", 0xc4, { 0x80, 0x00 } }, { "TMP468", 0x7b, { 0x7f, 0xc0 } },
-      { "TMP464", 0x7b, { 0xff, 0xff } }, { "TMP464", 0x05, { 0xff, 0xff } },
-      { "Max6697", 0x0a, { 0x4d } },      { "Max6697", 0x17, { 90 } },
-      { "Max6697", 0x22, { 0xff } },      { "Max6658", 0xfe, { 0x4d } },
-      { "Max6658", 0x04, { 0x08 } },      { "Max6658", 0x07, { 70 } },
-      { "IR357x", 0x9a, { 0x01, 0x24 } }, { "IR357x", 0x9b, { 0x01, 0x01 } },
-      { "Isl6812x", 0x51, { 110, 0 } },   { "MpsVrm", 0x8d, { 0, 0 } },
-   };
-   for ( const auto& [ model, reg, bytes ] : rows ) {
-      EXPECT_EQ( Bench( model ).read( reg, bytes.size() ), bytes ) << model << " " << +reg;
-   }
-}
-
 TEST( SensorModels, ShowDegreesInTheirRegisters ) {
    struct Row {
       const char* model;
