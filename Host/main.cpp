@@ -1,7 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "Host/Commands.h"
+#include "Host/Commands/Commands.h"
 #include "SmbusService/EmbeddedService.h"
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "Utils/StandardStreams.h"

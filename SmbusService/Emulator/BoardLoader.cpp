@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "SmbusService/Emulator/Models.h"
+#include "SmbusService/Emulator/Chips/Models.h"
 #include "SmbusService/Emulator/Places.h"
 
 namespace SmbusService::Emulator {

@@ -5,11 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "Host/Board.h"
-#include "Host/Error.h"
+#include "BoardFiles/Board.h"
+#include "BoardFiles/Finding.h"
 #include "Tests/support/TemporaryDirectory.h"
 
 namespace Host {
+
+using namespace BoardFiles;
 
 using Documents = std::map< std::string, std::string >;
 

@@ -3,8 +3,8 @@
 #include <fstream>
 #include <map>
 
-#include "Host/Board.h"
-#include "Host/Error.h"
+#include "BoardFiles/Board.h"
+#include "BoardFiles/Finding.h"
 #include "Tests/host/BoardDocuments.h"
 #include "Tests/support/TemporaryDirectory.h"
 
@@ -12,6 +12,8 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 
 namespace Host {
+
+using namespace BoardFiles;
 namespace {
 
 struct Mistake {

@@ -1,10 +1,12 @@
 #include <gmock/gmock.h>
 
-#include "Host/Report.h"
+#include "Host/Output/Report.h"
 #include "Utils/Json.h"
 #include "Utils/Text.h"
 
 namespace Host {
+
+using namespace BoardFiles;
 namespace {
 
 const ObjectSpec kInlet{

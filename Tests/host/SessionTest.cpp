@@ -3,12 +3,14 @@
 
 #include <cstdlib>
 
-#include "Host/Error.h"
-#include "Host/Session.h"
+#include "BoardFiles/Finding.h"
+#include "Host/Session/Session.h"
 
 using testing::HasSubstr;
 
 namespace Host {
+
+using namespace BoardFiles;
 namespace {
 
 constexpr auto kLimit = std::chrono::milliseconds( 300 );

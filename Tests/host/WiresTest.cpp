@@ -6,6 +6,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace Host {
+
+using namespace BoardFiles;
 namespace {
 
 std::string medium( const std::string& type, const std::string& members ) {

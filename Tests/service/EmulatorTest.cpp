@@ -3,7 +3,7 @@
 #include <chrono>
 #include <thread>
 
-#include "SmbusService/Emulator/Models.h"
+#include "SmbusService/Emulator/Chips/Models.h"
 #include "SmbusService/Emulator/RegisterChip.h"
 #include "Tests/service/Support.h"
 

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "SmbusService/Emulator/Models.h"
+#include "SmbusService/Emulator/Chips/Models.h"
 
 namespace {
 

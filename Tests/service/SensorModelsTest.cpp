@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "SmbusService/Emulator/Models.h"
+#include "SmbusService/Emulator/Chips/Models.h"
 
 namespace {
 

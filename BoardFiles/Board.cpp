@@ -1,0 +1,92 @@
+#include "BoardFiles/Board.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "BoardFiles/Check.h"
+#include "BoardFiles/Documents.h"
+
+namespace BoardFiles {
+
+namespace {
+
+using Utils::Json::Value;
+
+Kind kindNamed( std::string_view name ) {
+   size_t kind = 0;
+   while ( kind < kKinds.size() - 1 && kKinds[ kind ].name != name ) {
+      ++kind;
+   }
+   return static_cast< Kind >( kind );
+}
+
+std::optional< double > number( const Value& object, const char* key ) {
+   auto member = object.FindMember( key );
+   return member == object.MemberEnd() ? std::nullopt : std::optional( member->value.GetDouble() );
+}
+
+ObjectSpec readObject( const Value& object ) {
+   ObjectSpec spec{ .kind = kindNamed( object[ "kind" ].GetString() ),
+                    .name = object[ "name" ].GetString(),
+                    .device = "{}",
+                    .alert = number( object, "alert" ),
+                    .critical = number( object, "critical" ) };
+   if ( object.HasMember( "label" ) ) {
+      spec.device = object[ "label" ].GetString();
+      spec.address = static_cast< uint8_t >( object[ "address" ].GetUint() );
+   } else if ( object.HasMember( "device" ) ) {
+      spec.device = Utils::Json::write( object[ "device" ] );
+   }
+   return spec;
+}
+
+// Also a link to nowhere.
+bool hasEntry( const std::string& directory ) {
+   std::error_code error;
+   auto status = std::filesystem::symlink_status( directory + "/emulation.json", error );
+   return status.type() != std::filesystem::file_type::not_found;
+}
+
+}  // namespace
+
+Board loadBoard( const std::string& directory, Emulation emulation ) {
+   std::error_code error;
+   if ( !std::filesystem::is_directory( directory, error ) ) {
+      throw StartError( directory + ": no such board folder" );
+   }
+   std::vector< Finding > findings;
+   BoardFile topology = readTopology( directory, findings );
+   BoardFile objects = readObjects( directory, findings );
+   BoardFile chips;
+   bool hasEmulation = emulation == Emulation::Needed ||
+                       ( emulation == Emulation::IfPresent && hasEntry( directory ) );
+   if ( hasEmulation ) {
+      chips = readEmulation( directory, findings );
+   }
+   if ( topology.sound ) {
+      Wires wires( findings );
+      TopologyIndex index = checkTopology( topology, wires, findings );
+      if ( objects.sound ) {
+         checkObjects( objects, index, wires, findings );
+      }
+      if ( objects.sound && chips.sound ) {
+         checkEmulation( chips, index, findings );
+      }
+      wires.compareAddresses();
+   }
+   if ( !std::ranges::all_of( findings, &Finding::isWarning ) ) {
+      throw BoardError( std::move( findings ) );
+   }
+
+   Board board{ .directory = directory,
+                .topology = std::move( topology.text ),
+                .warnings = std::move( findings ),
+                .hasEmulation = hasEmulation };
+   for ( const Value& object : objects.json[ "objects" ].GetArray() ) {
+      board.objects.push_back( readObject( object ) );
+   }
+   return board;
+}
+
+}  // namespace BoardFiles

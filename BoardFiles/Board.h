@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "BoardFiles/Finding.h"
+#include "BoardFiles/Kind.h"
+
+namespace BoardFiles {
+
+// One entry of objects.json.
+struct ObjectSpec {
+   Kind kind;
+   std::string name;
+   std::string device;   // device arguments (JSON), or the stem of a topology label
+   uint8_t address = 0;  // used with a stem
+   std::optional< double > alert = {};
+   std::optional< double > critical = {};
+};
+
+struct Board {
+   std::string directory;
+   std::string topology;  // topology.json as it stands
+   std::vector< ObjectSpec > objects = {};
+   std::vector< Finding > warnings = {};
+   bool hasEmulation = false;  // emulation.json was looked at
+};
+
+enum class Emulation { Unused, IfPresent, Needed };
+
+// Reads and checks the documents of a board's folder; the emulation document is looked at as asked.
+// Throws BoardError with every mistake found.
+Board loadBoard( const std::string& directory, Emulation emulation );
+
+}  // namespace BoardFiles

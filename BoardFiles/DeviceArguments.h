@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "BoardFiles/Finding.h"
+#include "Utils/Json.h"
+
+namespace BoardFiles {
+
+// The address at which the driver speaks to the device; nothing when it does not.
+std::optional< uint32_t > addressOf( const Utils::Json::Value& device );
+
+// Driver arguments that reach the driver as something else than what the document says.
+void checkDriverArguments( const Utils::Json::Value& device,
+                           const std::string& pointer,
+                           const std::string& file,
+                           std::vector< Finding >& findings );
+
+}  // namespace BoardFiles

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "BoardFiles/Finding.h"
+#include "Utils/Json.h"
+
+namespace BoardFiles {
+
+// One of a board's documents.
+struct BoardFile {
+   std::string path = {};
+   std::string text = {};
+   Utils::Json::Document json = {};
+   bool sound = false;  // satisfies its schema
+};
+
+// Each reads the file of its kind in the folder and adds what is wrong with it to `findings`.
+BoardFile readTopology( const std::string& directory, std::vector< Finding >& findings );
+BoardFile readObjects( const std::string& directory, std::vector< Finding >& findings );
+BoardFile readEmulation( const std::string& directory, std::vector< Finding >& findings );
+
+}  // namespace BoardFiles

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace BoardFiles {
+
+// Something is missing or wrong before any chip can be asked; the text is for the user.
+class StartError : public std::runtime_error {
+   using std::runtime_error::runtime_error;
+};
+
+// A mistake in one of a board's documents.
+struct Finding {
+   std::string file;     // path, with ":LINE:COLUMN" where no JSON; "" when the problem names it
+   std::string pointer;  // JSON pointer, "" for the whole document
+   std::string problem;
+   bool isWarning = false;  // the board can be used all the same
+
+   std::string text() const {
+      return ( file.empty() ? "" : file + ": " ) + ( pointer.empty() ? "" : pointer + ": " ) +
+             ( isWarning ? "warning: " : "" ) + problem;
+   }
+};
+
+class BoardError : public StartError {
+ public:
+   explicit BoardError( std::vector< Finding > list )
+       : StartError( "the board's documents have mistakes" ), findings( std::move( list ) ) {}
+
+   std::vector< Finding > findings;
+};
+
+}  // namespace BoardFiles

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Utils/Json.h"
+
+// JSON Schema, draft 4. Where the standard stops at a verdict, this names every fault it can tell
+// apart, at the innermost value that is to blame.
+namespace BoardFiles {
+
+using Utils::Json::Value;
+
+struct Violation {
+   std::string pointer;  // JSON pointer (RFC 6901) into the document, "" for the root
+   std::string problem;
+};
+
+// A part of a JSON pointer, with its '~' and '/' escaped.
+std::string pointerToken( const std::string& name );
+
+class Schema {
+ public:
+   struct File {
+      const char* name;  // as another schema's "$ref" writes it before the '#'
+      const char* text;
+   };
+
+   // Text that is no schema is an assertion. `others` are files whose definitions it refers to; a
+   // definition's name must be unique among all of them.
+   explicit Schema( const char* text, const std::vector< File >& others = {} );
+
+   // Empty when the value satisfies the schema.
+   std::vector< Violation > validate( const Value& value ) const;
+
+ private:
+   class Explainer;
+
+   Utils::Json::Document root_;
+};
+
+}  // namespace BoardFiles

@@ -1,0 +1,10 @@
+#pragma once
+
+// The texts of Boards/schemas, part of the program so that it runs anywhere.
+namespace BoardFiles::Schemas {
+
+extern const char* const kTopology;
+extern const char* const kObjects;
+extern const char* const kEmulation;
+
+}  // namespace BoardFiles::Schemas

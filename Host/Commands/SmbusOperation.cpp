@@ -1,0 +1,209 @@
+#include "Host/Commands/SmbusOperation.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <functional>
+
+#include "BoardFiles/Finding.h"
+
+namespace Host {
+
+using BoardFiles::StartError;
+
+namespace {
+
+constexpr uint32_t kByte = 0xFF;
+constexpr uint32_t kWord = 0xFFFF;
+constexpr size_t kLongestBlock = 255;
+
+// The numbers of a command line: the register where there is one, then the rest.
+using Numbers = std::vector< uint32_t >;
+using Bytes = std::vector< uint8_t >;
+
+uint32_t parse( const std::string& text, uint32_t largest ) {
+   bool hexadecimal = text.starts_with( "0x" ) || text.starts_with( "0X" );
+   const char* begin = text.data() + ( hexadecimal ? 2 : 0 );
+   const char* end = text.data() + text.size();
+   uint32_t number = 0;
+   auto [ last, error ] = std::from_chars( begin, end, number, hexadecimal ? 16 : 10 );
+   if ( error != std::errc() || last != end || number > largest ) {
+      throw StartError( fmt::format( "\"{}\" is no number from 0 to {}", text, largest ) );
+   }
+   return number;
+}
+
+Bytes bytesFrom( const Numbers& numbers, size_t first ) {
+   return Bytes( numbers.begin() + static_cast< ptrdiff_t >( first ), numbers.end() );
+}
+
+std::string hexBytes( const Bytes& bytes ) {
+   std::string text;
+   for ( uint8_t byte : bytes ) {
+      text += fmt::format( "{}0x{:02x}", text.empty() ? "" : " ", byte );
+   }
+   return text;
+}
+
+struct Call {
+   const pl_smbus_ops& ops;
+   pl_smbus* smbus;
+   uint8_t size;            // of a register number
+   const Numbers& numbers;  // the arguments
+   std::string& answer;
+
+   uint32_t reg() const { return numbers[ 0 ]; }
+
+   pl_status receiveByte() const {
+      uint8_t byte = 0;
+      pl_status status = ops.receive_byte( smbus, &byte );
+      answer = hexBytes( { byte } );
+      return status;
+   }
+   pl_status sendByte() const {
+      return ops.send_byte( smbus, static_cast< uint8_t >( numbers[ 0 ] ) );
+   }
+   pl_status readByte() const {
+      uint8_t byte = 0;
+      pl_status status = ops.read_byte( smbus, reg(), size, &byte );
+      answer = hexBytes( { byte } );
+      return status;
+   }
+   pl_status writeByte() const {
+      return ops.write_byte( smbus, reg(), size, static_cast< uint8_t >( numbers[ 1 ] ) );
+   }
+   pl_status readWord() const {
+      uint16_t word = 0;
+      pl_status status = ops.read_word( smbus, reg(), size, &word );
+      answer = fmt::format( "0x{:04x}", word );
+      return status;
+   }
+   pl_status writeWord() const {
+      return ops.write_word( smbus, reg(), size, static_cast< uint16_t >( numbers[ 1 ] ) );
+   }
+   pl_status processCall() const {
+      uint16_t word = 0;
+      pl_status status =
+         ops.process_call( smbus, reg(), size, static_cast< uint16_t >( numbers[ 1 ] ), &word );
+      answer = fmt::format( "0x{:04x}", word );
+      return status;
+   }
+   // The endpoint does not bound the block; a service's reply does.
+   pl_status blockRead() const {
+      Bytes block( 1024 * 1024 );
+      uint32_t length = 0;
+      pl_status status = ops.block_read( smbus, reg(), size, block.data(), &length );
+      block.resize( length );
+      answer = hexBytes( block );
+      return status;
+   }
+   pl_status blockWrite() const {
+      Bytes bytes = bytesFrom( numbers, 1 );
+      return ops.block_write( smbus, reg(), size, bytes.data(),
+                              static_cast< uint32_t >( bytes.size() ) );
+   }
+   pl_status i2cRead() const {
+      Bytes block( numbers[ 1 ] );
+      pl_status status = ops.i2c_block_read( smbus, reg(), size, block.data(), numbers[ 1 ] );
+      answer = hexBytes( block );
+      return status;
+   }
+   pl_status i2cWrite() const {
+      Bytes bytes = bytesFrom( numbers, 1 );
+      return ops.i2c_block_write( smbus, reg(), size, bytes.data(),
+                                  static_cast< uint32_t >( bytes.size() ) );
+   }
+};
+
+enum class Rest { None, Byte, Word, Length, ManyBytes };  // what follows the register
+
+struct Operation {
+   const char* name;
+   const char* arguments;
+   bool hasRegister;
+   Rest rest;
+   pl_status ( Call::*run )() const;
+};
+
+constexpr Operation kOperations[] = {
+   { "receive-byte", "", false, Rest::None, &Call::receiveByte },
+   { "send-byte", "BYTE", false, Rest::Byte, &Call::sendByte },
+   { "read-byte", "REG", true, Rest::None, &Call::readByte },
+   { "write-byte", "REG BYTE", true, Rest::Byte, &Call::writeByte },
+   { "read-word", "REG", true, Rest::None, &Call::readWord },
+   { "write-word", "REG WORD", true, Rest::Word, &Call::writeWord },
+   { "process-call", "REG WORD", true, Rest::Word, &Call::processCall },
+   { "block-read", "REG", true, Rest::None, &Call::blockRead },
+   { "block-write", "REG BYTE...", true, Rest::ManyBytes, &Call::blockWrite },
+   { "i2c-read", "REG LENGTH", true, Rest::Length, &Call::i2cRead },
+   { "i2c-write", "REG BYTE...", true, Rest::ManyBytes, &Call::i2cWrite },
+};
+
+const Operation& find( const std::string& name ) {
+   auto operation = std::ranges::find( kOperations, name, &Operation::name );
+   if ( operation == std::end( kOperations ) ) {
+      throw StartError( fmt::format( "there is no SMBus operation \"{}\"; there are\n{}", name,
+                                     smbusOperationsHelp() ) );
+   }
+   return *operation;
+}
+
+uint32_t largestRegister( unsigned size ) {
+   return size == 1 ? kByte : size == 2 ? kWord : UINT32_MAX;
+}
+
+uint32_t largestRest( Rest rest ) {
+   switch ( rest ) {
+      case Rest::Word:
+         return kWord;
+      case Rest::Length:
+         return 64 * 1024;
+      default:
+         return kByte;
+   }
+}
+
+Numbers numbersOf( const Operation& operation, const SmbusOperation& given ) {
+   const auto& texts = given.arguments;
+   size_t fixed = ( operation.hasRegister ? 1 : 0 ) + ( operation.rest != Rest::None ? 1 : 0 );
+   bool open = operation.rest == Rest::ManyBytes;
+   if ( texts.size() < fixed || ( !open && texts.size() > fixed ) ||
+        texts.size() > kLongestBlock + 1 ) {
+      throw StartError(
+         fmt::format( "use: smbus NAME {} {}", operation.name, operation.arguments ) );
+   }
+   Numbers numbers;
+   for ( const std::string& text : texts ) {
+      bool isRegister = operation.hasRegister && numbers.empty();
+      numbers.push_back( parse( text, isRegister ? largestRegister( given.registerSize )
+                                                 : largestRest( operation.rest ) ) );
+   }
+   if ( operation.rest == Rest::Length && numbers.back() == 0 ) {
+      throw StartError( "LENGTH must be at least 1" );
+   }
+   return numbers;
+}
+
+}  // namespace
+
+std::string smbusOperationsHelp() {
+   std::string text;
+   for ( const Operation& operation : kOperations ) {
+      text += fmt::format( "  {} {}\n", operation.name, operation.arguments );
+   }
+   return text;
+}
+
+void checkSmbusOperation( const SmbusOperation& operation ) {
+   numbersOf( find( operation.name ), operation );
+}
+
+pl_status runSmbusOperation( pl_smbus* smbus, const SmbusOperation& given, std::string& answer ) {
+   const Operation& operation = find( given.name );
+   Numbers numbers = numbersOf( operation, given );
+   Call call{ *smbus->ops, smbus, static_cast< uint8_t >( given.registerSize ), numbers, answer };
+   return ( call.*operation.run )();
+}
+
+}  // namespace Host

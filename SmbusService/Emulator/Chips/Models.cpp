@@ -1,0 +1,45 @@
+#include "SmbusService/Emulator/Chips/Models.h"
+
+namespace SmbusService::Emulator {
+
+using Factory = std::unique_ptr< Chip >();
+
+Factory newEEPROM, newIR357x, newIsl6812x, newLM73, newMax6658, newMax6697, newMpsVrm, newMux,
+   newPCA9555, newTMP464, newTMP468, newTMP75;
+
+namespace {
+
+struct Model {
+   std::string_view name;
+   Factory* create;
+};
+
+// Models of chips that have a driver bear the driver's name.
+constexpr Model kModels[] = {
+   { "EEPROM", newEEPROM },   { "IR357x", newIR357x },   { "Isl6812x", newIsl6812x },
+   { "LM73", newLM73 },       { "Max6658", newMax6658 }, { "Max6697", newMax6697 },
+   { "Max7356", newMux },     { "MpsVrm", newMpsVrm },   { "PCA9548", newMux },
+   { "PCA9555", newPCA9555 }, { "TMP464", newTMP464 },   { "TMP468", newTMP468 },
+   { "TMP46x", newTMP468 },   { "TMP75", newTMP75 },
+};
+
+}  // namespace
+
+std::unique_ptr< Chip > newChip( std::string_view name ) {
+   for ( const Model& model : kModels ) {
+      if ( model.name == name ) {
+         return model.create();
+      }
+   }
+   return nullptr;
+}
+
+std::vector< std::string > modelNames() {
+   std::vector< std::string > names;
+   for ( const Model& model : kModels ) {
+      names.emplace_back( model.name );
+   }
+   return names;
+}
+
+}  // namespace SmbusService::Emulator
