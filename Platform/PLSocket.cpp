@@ -13,23 +13,19 @@
 #include <memory>
 
 #include "Platform/Frame.h"
+#include "Platform/ServiceFailure.h"
+#include "Platform/ServicePath.h"
 #include "smbus.pb.h"
 
 namespace PlatformLibrary {
 
 namespace {
 
-constexpr const char* kDefaultPath = "/run/lumen/smbus.sock";
 constexpr int kDefaultTimeoutMs = 5000;
 constexpr size_t kReceiveSize = 4096;  // most replies fit, so that one call receives them whole
 
 int64_t monotonicNow() {
    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds( 1 );
-}
-
-const char* socketPath() {
-   const char* path = getenv( "PL_SMBUS_SOCKET" );
-   return path && *path ? path : kDefaultPath;
 }
 
 uint32_t timeoutFromEnvironment() {
@@ -52,7 +48,7 @@ PLSocket::~PLSocket() {
 int PLSocket::setup() {
    reconnects_ = 0;
    reconnect_ = !getenv( "SIMULATION_VMID" );
-   return reconnect_ ? connectToService() : 0;
+   return reconnect_ ? noted( connectToService() ) : 0;
 }
 
 void PLSocket::cleanup() {
@@ -66,7 +62,7 @@ void PLSocket::cleanup() {
 
 int PLSocket::connectToService() {
    cleanup();
-   const char* path = socketPath();
+   const char* path = servicePath();
    sockaddr_un address{};
    address.sun_family = AF_UNIX;
    if ( strlen( path ) >= sizeof address.sun_path ) {
@@ -96,6 +92,18 @@ int PLSocket::connectToService() {
 
 int PLSocket::sendRequestWait( const Smbus::TransactionRequest* request,
                                Smbus::TransactionResponse** reply ) {
+   if ( noted( exchange( *request, reply ) ) < 0 ) {
+      return -1;
+   }
+   // What such an answer means is the caller's to say.
+   if ( ( *reply )->failure() || ( *reply )->response_size() != request->request_size() ) {
+      noteAnswer( **reply, request->request_size() );
+   }
+   return 0;
+}
+
+int PLSocket::exchange( const Smbus::TransactionRequest& request,
+                        Smbus::TransactionResponse** reply ) {
    if ( fd_ < 0 ) {
       if ( !reconnect_ ) {
          return fail( ENOTCONN );
@@ -105,7 +113,7 @@ int PLSocket::sendRequestWait( const Smbus::TransactionRequest* request,
       }
       ++reconnects_;
    }
-   if ( !Frame::encode( *request, request_ ) ) {
+   if ( !Frame::encode( request, request_ ) ) {
       return fail( EMSGSIZE );
    }
    pending_.push_back( monotonicNow() + int64_t{ timeoutMs_ } * 1'000'000 );
@@ -127,6 +135,29 @@ int PLSocket::sendRequestWait( const Smbus::TransactionRequest* request,
    ++exchanges_;
    *reply = answer.release();
    return 0;
+}
+
+int PLSocket::noted( int result ) const {
+   if ( result < 0 ) {
+      int error = errno;
+      noteNoAnswer( error, reasonFor( error ) );
+      errno = error;
+   }
+   return result;
+}
+
+std::string PLSocket::reasonFor( int error ) const {
+   switch ( error ) {
+      case ETIMEDOUT:
+         return "no answer within " + std::to_string( timeoutMs_ ) + " ms";
+      case EPIPE:
+      case ECONNRESET:
+         return "the connection broke";
+      case EPROTO:
+         return "the answer is malformed";
+      default:
+         return strerror( error );
+   }
 }
 
 int PLSocket::sendFrame() {

@@ -52,12 +52,6 @@ void pauseAfter( const Transfer& transfer ) {
    }
 }
 
-void refuse( int error, std::string why, Smbus::TransactionResponse& reply ) {
-   reply.clear_response();
-   reply.set_failure( error );
-   reply.set_error( std::move( why ) );
-}
-
 }  // namespace
 
 void Batch::execute( const Smbus::TransactionRequest& batch, Smbus::TransactionResponse& reply ) {
@@ -178,14 +172,33 @@ size_t Batch::firstReset() const {
    return first;
 }
 
+void Batch::refuse( int error, std::string_view why, Smbus::TransactionResponse& reply ) const {
+   reply.clear_response();
+   reply.set_failure( error );
+   reply.set_error( std::string( why ) );
+   reply.mutable_details()->set_count( static_cast< uint32_t >( count_ ) );
+   reply.mutable_details()->set_reason( std::string( why ) );
+}
+
 void Batch::fail( size_t index,
                   int error,
                   std::string_view why,
                   Smbus::TransactionResponse& reply ) const {
    const Transfer& transfer = steps_[ index ].transfer;
-   refuse( error,
-           fmt::format( "request {} of {}: {}: {}", index + 1, count_, describe( transfer ), why ),
-           reply );
+   refuse( error, why, reply );
+   reply.set_error(
+      fmt::format( "request {} of {}: {}: {}", index + 1, count_, describe( transfer ), why ) );
+   Smbus::Failure& details = *reply.mutable_details();
+   details.set_request( static_cast< uint32_t >( index ) );
+   details.set_type( transfer.type );
+   details.set_size( transfer.size );
+   details.set_reg( transfer.reg );
+   details.set_register_size( transfer.address.registerSize );
+   details.set_device( transfer.address.device );
+   details.set_master( transfer.adapter.master );
+   details.set_pci( transfer.adapter.pci );
+   details.set_accelerator( transfer.adapter.accelerator );
+   details.set_bus( transfer.adapter.bus );
 }
 
 }  // namespace SmbusService

@@ -41,6 +41,7 @@ class Batch {
    int attempt( const Step&, uint32_t retries, std::string& answer );
    bool lastsFor( std::chrono::milliseconds time );
    size_t firstReset() const;
+   void refuse( int error, std::string_view why, Smbus::TransactionResponse& ) const;
    void fail( size_t index, int error, std::string_view why, Smbus::TransactionResponse& ) const;
 
    using Clock = std::chrono::steady_clock;

@@ -27,6 +27,36 @@ int pl_timer_wait( void );
 /* Calls every timer that is due; returns how many were called. */
 int pl_timer_run( void );
 
+/* The latest exchange with the SMBus service that failed. Texts belong to the library and last
+ * until the next failure. */
+struct pl_service_failure {
+   int error;    /* errno value */
+   int answered; /* 1: the service answered so; 0: no usable answer came, and all below but the
+                    texts is unset */
+   int request;  /* the request that failed, from 0; -1 where none is to blame, which leaves
+                    `operation` to `bus` unset */
+   int count;    /* requests in the batch */
+
+   int operation;   /* RequestType of smbus.proto */
+   unsigned size;   /* bytes */
+   unsigned reg;    /* register number, or the byte itself for a send-byte */
+   unsigned device; /* 7-bit address */
+   unsigned master; /* MasterType of smbus.proto */
+   unsigned pci, accelerator, bus;
+
+   const char* reason; /* "no acknowledge" */
+   const char* text;   /* the whole sentence */
+};
+
+typedef void ( *pl_failure_sink )( void* user, const struct pl_service_failure* failure );
+
+/* Called with each failure, before the library sees it; null restores none. The sink must not use
+ * the library. */
+void pl_failure_sink_set( pl_failure_sink sink, void* user );
+
+/* Null before the first failure. Successes leave it as it is. */
+const struct pl_service_failure* pl_last_failure( void );
+
 #ifdef __cplusplus
 }
 #endif

@@ -8,6 +8,7 @@
 #include "PlatformLibrary/PLSocket.h"
 #include "Tests/platform/ScriptedService.h"
 #include "Tests/support/TemporaryDirectory.h"
+#include "pl_host.h"
 
 using namespace std::chrono_literals;
 using namespace ScriptedService;
@@ -42,6 +43,10 @@ class PLSocketTest : public testing::Test {
       std::unique_ptr< Smbus::TransactionResponse > owned( reply );
       if ( error ) {
          EXPECT_EQ( reply, nullptr );
+         EXPECT_EQ( pl_last_failure()->error, error );
+         EXPECT_EQ( pl_last_failure()->answered, 0 );
+         EXPECT_EQ( pl_last_failure()->text,
+                    "SMBus service at " + path.string() + ": " + pl_last_failure()->reason );
          return strerrorname_np( error );
       }
       return owned && owned->response_size() == 1 ? owned->response( 0 ).data() : "no answer";
@@ -184,6 +189,35 @@ TEST_F( PLSocketTest, SetupSaysWhyItCannotConnect ) {
       errno = 0;
       EXPECT_EQ( client.setup(), -1 ) << socket;
       EXPECT_EQ( errno, error ) << socket;
+   }
+}
+
+TEST_F( PLSocketTest, FailureOfAServiceWithoutDetailsIsToldAllTheSame ) {
+   struct Row {
+      int error;
+      std::string reason;
+      std::string answer;
+   };
+   const Row rows[] = {
+      { ENXIO, "no chip", std::string( "\0\0\0\x0b\x12\x07no chip\x18\x06", 15 ) },
+      { ENXIO, "No such device or address", std::string( "\0\0\0\x02\x18\x06", 6 ) },
+      { EPROTO, "0 answers to 1 requests", std::string( 4, '\0' ) },
+   };
+   Server service( path, { [ & ]( int fd ) {
+                      for ( const Row& row : rows ) {
+                         receive( fd );
+                         send( fd, row.answer );
+                      }
+                   } } );
+   ASSERT_EQ( client.setup(), 0 );
+   for ( const Row& row : rows ) {
+      EXPECT_EQ( exchange( "data" ), "no answer" );
+      const pl_service_failure& failure = *pl_last_failure();
+      EXPECT_EQ( failure.error, row.error );
+      EXPECT_EQ( failure.answered, 1 );
+      EXPECT_EQ( failure.request, -1 );
+      EXPECT_EQ( failure.reason, row.reason );
+      EXPECT_EQ( failure.text, row.reason );
    }
 }
 

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
@@ -9,6 +10,7 @@
 #include "PlatformLibrary/PLSocket.h"
 #include "SmbusService/Server.h"
 #include "Tests/service/Support.h"
+#include "pl_host.h"
 
 using namespace Tests;
 using namespace SmbusService;
@@ -165,6 +167,27 @@ TEST_F( ServerTest, ServesTheClientOfThePlatformLibrary ) {
    Smbus::TransactionResponse* reply = nullptr;
    ASSERT_EQ( socket.sendRequestWait( &kReading, &reply ), 0 );
    EXPECT_EQ( summary( *std::unique_ptr< Smbus::TransactionResponse >( reply ) ), kReadingReply );
+
+   Smbus::Request elsewhere = request( Smbus::REQUEST_BLOCK_WRITE, 0x49, 0xab, 3, "xyz" );
+   elsewhere.set_address( elsewhere.address() | 2 << 7 | 4 << 14 );
+   elsewhere.set_mastertype( Smbus::MASTER_SCD );
+   elsewhere.set_pci( 7 );
+   Smbus::TransactionRequest failing = batchOf( { readBytes( 0x48, 0, 2 ), elsewhere } );
+   std::string seen;
+   pl_failure_sink_set(
+      []( void* user, const pl_service_failure* f ) {
+         *static_cast< std::string* >( user ) =
+            fmt::format( "{} {} {} of {}: {}, {} bytes at {:x} of {:x}, {} {} {} {}: {}; {}",
+                         f->error, f->answered, f->request, f->count, f->operation, f->size, f->reg,
+                         f->device, f->master, f->pci, f->accelerator, f->bus, f->reason, f->text );
+      },
+      &seen );
+   ASSERT_EQ( socket.sendRequestWait( &failing, &reply ), 0 );
+   pl_failure_sink_set( nullptr, nullptr );
+   std::unique_ptr< Smbus::TransactionResponse > owned( reply );
+   EXPECT_EQ( seen,
+              fmt::format( "{} 1 1 of 2: 4, 3 bytes at ab of 49, 2 7 4 2: no such adapter; {}",
+                           ENODEV, owned->error() ) );
 }
 
 TEST( ServerStopTest, FinishesTheBatchInHand ) {

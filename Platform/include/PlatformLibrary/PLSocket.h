@@ -34,12 +34,16 @@ class PLSocket {
 
    // Sends one batch and waits for its reply. 0 on success: *reply is a new message that the caller
    // owns. Negative with errno on failure (ETIMEDOUT, EPIPE, ECONNRESET, EPROTO, EMSGSIZE, ...):
-   // *reply is untouched.
+   // *reply is untouched. pl_last_failure() tells of both kinds of failure: no answer, and an
+   // answer that says what failed.
    int sendRequestWait( const Smbus::TransactionRequest* request,
                         Smbus::TransactionResponse** reply );
 
  private:
    int connectToService();
+   int exchange( const Smbus::TransactionRequest&, Smbus::TransactionResponse** reply );
+   int noted( int result ) const;
+   std::string reasonFor( int error ) const;
    int sendFrame();
    int receiveFrame();
    int waitFor( short events ) const;
@@ -55,8 +59,9 @@ class PLSocket {
    uint32_t payload_ = 0;                               // bytes that its header announces
    uint32_t lengthWanted_ = 4;
    std::string buffer_;              // the reply's frame
-   std::string request_;             // the request's frame
    std::vector< int64_t > pending_;  // deadlines of requests in flight, monotonic nanoseconds
+   // A platform's own members come behind those that every platform has, whose order is fixed.
+   std::string request_;  // the request's frame
 };
 
 }  // namespace PlatformLibrary
