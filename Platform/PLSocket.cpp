@@ -22,6 +22,8 @@ namespace PlatformLibrary {
 namespace {
 
 constexpr int kDefaultTimeoutMs = 5000;
+constexpr size_t kMaxBlock = 255;  // bytes; a caller's buffer has room for as many
+constexpr const char* kMalformed = "the answer is malformed";
 constexpr size_t kReceiveSize = 4096;  // most replies fit, so that one call receives them whole
 
 int64_t monotonicNow() {
@@ -39,16 +41,33 @@ int fail( int error ) {
    return -1;
 }
 
+// Those that have been set up.
+std::vector< PLSocket* >& sockets() {
+   static auto& list = *new std::vector< PLSocket* >;
+   return list;
+}
+
 }  // namespace
 
 PLSocket::~PLSocket() {
+   std::erase( sockets(), this );
    cleanup();
 }
 
 int PLSocket::setup() {
+   [[maybe_unused]] static int atFork = pthread_atfork( nullptr, nullptr, separateChild );
+   std::erase( sockets(), this );
+   sockets().push_back( this );
    reconnects_ = 0;
    reconnect_ = !getenv( "SIMULATION_VMID" );
    return reconnect_ ? noted( connectToService() ) : 0;
+}
+
+// The connection stays the parent's: what a child leaves on it would be the parent's next answer.
+void PLSocket::separateChild() {
+   for ( PLSocket* socket : sockets() ) {
+      socket->cleanup();
+   }
 }
 
 void PLSocket::cleanup() {
@@ -113,20 +132,14 @@ int PLSocket::exchange( const Smbus::TransactionRequest& request,
       }
       ++reconnects_;
    }
-   if ( !Frame::encode( request, request_ ) ) {
+   Smbus::TransactionRequest addition;
+   addition.set_id( ++id_ );
+   if ( !Frame::encode( request, addition, request_ ) ) {
       return fail( EMSGSIZE );
    }
    pending_.push_back( monotonicNow() + int64_t{ timeoutMs_ } * 1'000'000 );
    auto answer = std::make_unique< Smbus::TransactionResponse >();
-   int result = sendFrame();
-   if ( result == 0 ) {
-      result = receiveFrame();
-   }
-   if ( result == 0 && !answer->ParseFromArray( buffer_.data() + lengthWanted_,
-                                                static_cast< int >( payload_ ) ) ) {
-      result = fail( EPROTO );
-   }
-   if ( result < 0 ) {
+   if ( sendFrame() < 0 || receiveFrame() < 0 || takeAnswer( request, *answer ) < 0 ) {
       int error = errno;
       cleanup();
       return fail( error );
@@ -135,6 +148,29 @@ int PLSocket::exchange( const Smbus::TransactionRequest& request,
    ++exchanges_;
    *reply = answer.release();
    return 0;
+}
+
+int PLSocket::takeAnswer( const Smbus::TransactionRequest& request,
+                          Smbus::TransactionResponse& answer ) {
+   if ( !answer.ParseFromArray( buffer_.data() + lengthWanted_, static_cast< int >( payload_ ) ) ) {
+      return broken( kMalformed );
+   }
+   if ( answer.has_id() && answer.id() != id_ ) {
+      return broken( "the answer is another request's" );
+   }
+   int count = std::min( request.request_size(), answer.response_size() );
+   for ( int i = 0; i < count; ++i ) {
+      if ( request.request( i ).type() == Smbus::REQUEST_BLOCK_READ &&
+           answer.response( i ).data().size() > kMaxBlock ) {
+         return broken( "the answer to a block read is longer than 255 bytes" );
+      }
+   }
+   return 0;
+}
+
+int PLSocket::broken( const char* problem ) {
+   problem_ = problem;
+   return fail( EPROTO );
 }
 
 int PLSocket::noted( int result ) const {
@@ -154,7 +190,7 @@ std::string PLSocket::reasonFor( int error ) const {
       case ECONNRESET:
          return "the connection broke";
       case EPROTO:
-         return "the answer is malformed";
+         return problem_;
       default:
          return strerror( error );
    }
@@ -201,7 +237,7 @@ int PLSocket::receiveFrame() {
          lengthBuffer_.assign( buffer_, 0, lengthWanted_ );
          payload_ = Frame::payloadLength( lengthBuffer_.data() );
          if ( payload_ > Frame::kMaxPayload ) {
-            return fail( EPROTO );
+            return broken( kMalformed );
          }
          expected = lengthWanted_ + payload_;
          if ( buffer_.size() < expected ) {
@@ -209,7 +245,7 @@ int PLSocket::receiveFrame() {
          }
       }
       if ( expected && received_ >= expected ) {
-         return received_ == expected ? 0 : fail( EPROTO );
+         return received_ == expected ? 0 : broken( kMalformed );
       }
       if ( waitFor( POLLIN ) < 0 ) {
          return -1;

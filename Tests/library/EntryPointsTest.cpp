@@ -3,7 +3,7 @@
 #include "Components/Library.h"
 #include "Components/TempSensor.h"
 #include "PlatformLibrary/PLSocket.h"
-#include "Tests/support/RecordingService.h"
+#include "Tests/support/FakeService.h"
 #include "Tests/support/TraceLog.h"
 #include "Topology/Topology.h"
 
@@ -24,7 +24,7 @@ class EntryPoints : public testing::Test {
       service.answers = []( const Smbus::Request& ) { return std::string( "\xFF\xE0" ); };
    }
 
-   Tests::RecordingService service;
+   Tests::FakeService service;
    Tests::TraceLog traces;
 };
 
@@ -152,7 +152,7 @@ TEST( LibraryInit, ReportsAnAbsentServiceAndStartsOver ) {
    EXPECT_EQ( _plSock, nullptr );
    EXPECT_EQ( plSockInit( "pl_x_init", 1 ), PL_STATUS_IO_ERROR );
    EXPECT_EQ( Topology::_topology, nullptr );
-   Tests::RecordingService service;
+   Tests::FakeService service;
    EXPECT_EQ( lumenLibraryInit( "pl_x_init", "[]", 1 ), PL_STATUS_OK );
    EXPECT_NE( _plSock, nullptr );
    EXPECT_NE( Topology::_topology, nullptr );

@@ -6,7 +6,7 @@
 #include "Drivers/Drivers.h"
 #include "Ham/LumenSmbusHam.h"
 #include "Tests/support/FakeHam.h"
-#include "Tests/support/RecordingService.h"
+#include "Tests/support/FakeService.h"
 #include "Tests/support/TraceLog.h"
 
 using ::testing::ElementsAre;
@@ -49,7 +49,7 @@ class SmbusHam : public testing::Test {
       return Ham::createHam( args );
    }
 
-   Tests::RecordingService service;
+   Tests::FakeService service;
 };
 
 TEST_F( SmbusHam, PutsEveryOperationIntoItsRequest ) {

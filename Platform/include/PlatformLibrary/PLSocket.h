@@ -18,6 +18,8 @@ namespace PlatformLibrary {
 // The socket's path is PL_SMBUS_SOCKET, else /run/lumen/smbus.sock; the time limit of one exchange
 // is PL_SMBUS_TIMEOUT_MS, else 5000 ms. Any error closes the connection, so that a late reply can
 // never be taken for the answer to the next request; the next request connects again, once.
+// Requests carry an id, and an answer that carries another one is an error. A forked child gets a
+// connection of its own with its first request.
 class PLSocket {
  public:
    PLSocket() = default;
@@ -44,6 +46,9 @@ class PLSocket {
    int exchange( const Smbus::TransactionRequest&, Smbus::TransactionResponse** reply );
    int noted( int result ) const;
    std::string reasonFor( int error ) const;
+   static void separateChild();
+   int takeAnswer( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
+   int broken( const char* problem );
    int sendFrame();
    int receiveFrame();
    int waitFor( short events ) const;
@@ -61,7 +66,9 @@ class PLSocket {
    std::string buffer_;              // the reply's frame
    std::vector< int64_t > pending_;  // deadlines of requests in flight, monotonic nanoseconds
    // A platform's own members come behind those that every platform has, whose order is fixed.
-   std::string request_;  // the request's frame
+   std::string request_;       // the request's frame
+   uint32_t id_ = 0;           // the latest request's
+   const char* problem_ = "";  // what is wrong with an answer that came
 };
 
 }  // namespace PlatformLibrary
