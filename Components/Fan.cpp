@@ -1,6 +1,6 @@
 #include "Components/Fan.h"
 
-#include "Components/LogicalDevice.h"
+#include "Components/EntryPoint.h"
 
 pl_status pl_fan_init( const char* topologyJson ) {
    return lumenLibraryInit( __FUNCTION__, topologyJson, kInitTries );
@@ -8,10 +8,8 @@ pl_status pl_fan_init( const char* topologyJson ) {
 
 pl_fan* pl_fan_add( const char* deviceArgsJson ) {
    using namespace Component;
-   auto fan = LogicalDevice::addObject(
-      deviceArgsJson, 0, "newFan() failed",
-      []( DeviceBase* device, const auto& args ) { return device->newFan( args ); } );
-   return fan ? fan->record() : nullptr;
+   return LogicalDevice::recordOf(
+      LogicalDevice::addObject( deviceArgsJson, &DeviceBase::newFan, { 0, "newFan() failed" } ) );
 }
 
 namespace Component::LogicalDevice {
@@ -23,23 +21,8 @@ const pl_fan_ops Fan::ops_ = {
    .set_rpm = setRpmCallback,
 };
 
-Fan::Fan() : record_{ .host = nullptr, .ops = &ops_, .priv = this } {}
-
 pl_status Fan::debugInfo( char** ) const {
    return PL_STATUS_OK;
-}
-
-pl_status Fan::debugInfoCallback( const pl_fan* fan, char** out ) {
-   pl_trace( 4, "%s(%p)", __FUNCTION__, static_cast< const void* >( fan ) );
-   return objectOf< Fan >( fan )->debugInfo( out );
-}
-
-pl_status Fan::getRpmCallback( pl_fan* fan, int* rpm ) {
-   return traceAndForward( __FUNCTION__, fan, &Fan::getRpm, rpm );
-}
-
-pl_status Fan::setRpmCallback( pl_fan* fan, int rpm ) {
-   return traceAndForwardInt( __FUNCTION__, fan, &Fan::setRpm, rpm );
 }
 
 }  // namespace Component::LogicalDevice

@@ -1,31 +1,30 @@
 #pragma once
 
-#include "pl.h"
+#include "Components/LogicalDevice.h"
 
 namespace Component::LogicalDevice {
 
 // A fan; speeds in revolutions per minute.
 class Fan {
  public:
-   Fan();
    virtual ~Fan() = default;
-   Fan( const Fan& ) = delete;
-   Fan& operator=( const Fan& ) = delete;
 
    // A text for people, allocated with malloc; a fan without one leaves *out untouched.
-   virtual pl_status debugInfo( char** out ) const;
-   virtual pl_status getRpm( int* rpm ) = 0;
-   virtual pl_status setRpm( int rpm ) = 0;
+   [[nodiscard]] virtual pl_status debugInfo( char** out ) const;
+   [[nodiscard]] virtual pl_status getRpm( int* rpm ) = 0;
+   [[nodiscard]] virtual pl_status setRpm( int rpm ) = 0;
 
-   pl_fan* record() { return &record_; }
+   pl_fan* record() { return record_.get(); }
 
+   static constexpr auto debugInfoCallback =
+      callback< const pl_fan, "debugInfoCallback", &Fan::debugInfo >;
+   static constexpr auto getRpmCallback = callback< pl_fan, "getRpmCallback", &Fan::getRpm >;
+   static constexpr auto setRpmCallback =
+      callback< pl_fan, "setRpmCallback", &Fan::setRpm, TraceValue >;
    static const pl_fan_ops ops_;
-   static pl_status debugInfoCallback( const pl_fan* fan, char** out );
-   static pl_status getRpmCallback( pl_fan* fan, int* rpm );
-   static pl_status setRpmCallback( pl_fan* fan, int rpm );
 
  private:
-   pl_fan record_;
+   HostRecord< pl_fan > record_{ &ops_, this };
 };
 
 }  // namespace Component::LogicalDevice

@@ -1,15 +1,18 @@
 #include "Components/Gpio.h"
 
+#include "Components/EntryPoint.h"
 #include "Components/HardwareDevice.h"
-#include "Components/LogicalDevice.h"
+#include "Drivers/Arguments.h"
 #include "Ham/Ham.h"
 #include "Ham/SimHam.h"
-#include "Utils/Assert.h"
-#include "Utils/Numbers.h"
 
 namespace {
 
 constexpr uint8_t kRegSize = 1;
+
+int requiredInt( const Drivers::DriverArgs& args, const char* key ) {
+   return Utils::stoi( LUMEN_ARGUMENT( args.driverArgs, key, "it != args.driverArgs.end()" ) );
+}
 
 }  // namespace
 
@@ -19,10 +22,8 @@ pl_status pl_gpio_init( const char* topologyJson ) {
 
 pl_gpio* pl_gpio_add( const char* deviceArgsJson ) {
    using namespace Component;
-   auto gpio = LogicalDevice::addObject(
-      deviceArgsJson, LogicalDevice::kSilent, nullptr,
-      []( DeviceBase* device, const auto& args ) { return device->newGpio( args ); } );
-   return gpio ? gpio->record() : nullptr;
+   return LogicalDevice::recordOf(
+      LogicalDevice::addObject( deviceArgsJson, &DeviceBase::newGpio ) );
 }
 
 namespace Component::LogicalDevice {
@@ -34,31 +35,10 @@ const pl_gpio_ops Gpio::ops_ = {
    .bit_read = bitReadCallback,
 };
 
-Gpio::Gpio() : record_{ .host = nullptr, .ops = &ops_, .priv = this } {}
-
-pl_status Gpio::bitSetCallback( pl_gpio* gpio ) {
-   pl_trace( 4, "%s", __FUNCTION__ );
-   return objectOf< Gpio >( gpio )->bitSet();
-}
-
-pl_status Gpio::bitClearCallback( pl_gpio* gpio ) {
-   pl_trace( 4, "%s", __FUNCTION__ );
-   return objectOf< Gpio >( gpio )->bitClear();
-}
-
-pl_status Gpio::bitReadCallback( pl_gpio* gpio, unsigned int* value ) {
-   pl_trace( 4, "%s", __FUNCTION__ );
-   return objectOf< Gpio >( gpio )->bitRead( value );
-}
-
-RegGpio::RegGpio( HardwareDevice* device, const Drivers::DriverArgs& args ) : device_( device ) {
-   auto it = args.driverArgs.find( "register" );
-   LUMEN_ASSERT( it != args.driverArgs.end() );
-   register_ = Utils::stoi( it->second );
-   it = args.driverArgs.find( "bitpos" );
-   LUMEN_ASSERT( it != args.driverArgs.end() );
-   bitPosition_ = Utils::stoi( it->second );
-}
+RegGpio::RegGpio( HardwareDevice* device, const Drivers::DriverArgs& args )
+    : device_( device ),
+      register_( requiredInt( args, "register" ) ),
+      bitPosition_( requiredInt( args, "bitpos" ) ) {}
 
 pl_status RegGpio::bitRead( unsigned int* value ) {
    uint8_t byte;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Components/LogicalDevice.h"
 #include "Drivers/Drivers.h"
-#include "pl.h"
 
 namespace Component {
 
@@ -12,24 +12,24 @@ namespace LogicalDevice {
 // One bit that the host can read, set and clear.
 class Gpio {
  public:
-   Gpio();
    virtual ~Gpio() = default;
-   Gpio( const Gpio& ) = delete;
-   Gpio& operator=( const Gpio& ) = delete;
 
-   virtual pl_status bitClear() = 0;
-   virtual pl_status bitSet() = 0;
-   virtual pl_status bitRead( unsigned int* value ) = 0;  // 0 or 1
+   [[nodiscard]] virtual pl_status bitClear() = 0;
+   [[nodiscard]] virtual pl_status bitSet() = 0;
+   [[nodiscard]] virtual pl_status bitRead( unsigned int* value ) = 0;  // 0 or 1
 
-   pl_gpio* record() { return &record_; }
+   pl_gpio* record() { return record_.get(); }
 
+   static constexpr auto bitSetCallback =
+      callback< pl_gpio, "bitSetCallback", &Gpio::bitSet, TraceName< kCallbackLevel > >;
+   static constexpr auto bitClearCallback =
+      callback< pl_gpio, "bitClearCallback", &Gpio::bitClear, TraceName< kCallbackLevel > >;
+   static constexpr auto bitReadCallback =
+      callback< pl_gpio, "bitReadCallback", &Gpio::bitRead, TraceName< kCallbackLevel > >;
    static const pl_gpio_ops ops_;
-   static pl_status bitSetCallback( pl_gpio* gpio );
-   static pl_status bitClearCallback( pl_gpio* gpio );
-   static pl_status bitReadCallback( pl_gpio* gpio, unsigned int* value );
 
  private:
-   pl_gpio record_;
+   HostRecord< pl_gpio > record_{ &ops_, this };
 };
 
 // A bit of an 8-bit register behind the device's HAM. Driver arguments "register" and "bitpos",
@@ -50,8 +50,8 @@ class RegGpio : public Gpio {
    bool noRead_ = false;
 
  private:
-   pl_status readRegister( uint8_t* byte );
-   pl_status writeRegister( uint8_t byte );
+   [[nodiscard]] pl_status readRegister( uint8_t* byte );
+   [[nodiscard]] pl_status writeRegister( uint8_t byte );
 
    int register_;
    int bitPosition_;

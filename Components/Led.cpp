@@ -2,7 +2,7 @@
 
 #include <iterator>
 
-#include "Components/LogicalDevice.h"
+#include "Components/EntryPoint.h"
 #include "Utils/Assert.h"
 
 pl_status pl_led_init( const char* topologyJson ) {
@@ -11,16 +11,12 @@ pl_status pl_led_init( const char* topologyJson ) {
 
 pl_led* pl_led_add( const char* deviceArgsJson ) {
    using namespace Component;
-   auto led = LogicalDevice::addObject(
-      deviceArgsJson, 0, "newLed() failed",
-      []( DeviceBase* device, const auto& args ) { return device->newLed( args ); } );
-   if ( !led ) {
-      return nullptr;
-   }
-   if ( led->blinkCapable ) {
+   auto led =
+      LogicalDevice::addObject( deviceArgsJson, &DeviceBase::newLed, { 0, "newLed() failed" } );
+   if ( led && led->blinkCapable ) {
       LogicalDevice::Led::createBlinkTimer();
    }
-   return led->record();
+   return LogicalDevice::recordOf( led );
 }
 
 namespace Component::LogicalDevice {
@@ -34,13 +30,6 @@ void* Led::blinkTimer_ = nullptr;
 int Led::blinkPeriod_ = 1000;
 bool Led::blinkStatus_ = false;
 std::list< Led* > Led::notifyList_;
-
-Led::Led( bool canBlink )
-    : record_{ .host = nullptr, .ops = &ops_, .priv = this }, blinkCapable( canBlink ) {}
-
-pl_status Led::setLightSettingCallback( pl_led* led, pl_led_status status ) {
-   return traceAndForwardInt( __FUNCTION__, led, &Led::setLightSetting, status );
-}
 
 const char* Led::getLedStatusString( pl_led_status status ) {
    static constexpr const char* strs[] = {

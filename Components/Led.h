@@ -2,27 +2,26 @@
 
 #include <list>
 
-#include "pl.h"
+#include "Components/LogicalDevice.h"
 
 namespace Component::LogicalDevice {
 
 // A status LED. LEDs that blink are told the phase by one timer, common to the process.
 class Led {
  public:
-   explicit Led( bool canBlink = false );
+   explicit Led( bool canBlink = false ) : blinkCapable( canBlink ) {}
    virtual ~Led() = default;
-   Led( const Led& ) = delete;
-   Led& operator=( const Led& ) = delete;
 
    // The next phase of the common blink; false drops this LED from the notify list.
    virtual bool handleBlinkTimer( bool phase ) = 0;
 
-   virtual pl_status setLightSetting( pl_led_status status ) = 0;
+   [[nodiscard]] virtual pl_status setLightSetting( pl_led_status status ) = 0;
 
-   pl_led* record() { return &record_; }
+   pl_led* record() { return record_.get(); }
 
+   static constexpr auto setLightSettingCallback =
+      callback< pl_led, "setLightSettingCallback", &Led::setLightSetting, TraceValue >;
    static const pl_led_ops ops_;
-   static pl_status setLightSettingCallback( pl_led* led, pl_led_status status );
 
    // The status's name; an unknown status is an assertion.
    static const char* getLedStatusString( pl_led_status status );
@@ -37,7 +36,7 @@ class Led {
    static void handleBlinkTimerCallback( void* );
 
  private:
-   pl_led record_;
+   HostRecord< pl_led > record_{ &ops_, this };
 
  public:
    bool blinkCapable;  // whether the LED may ever blink

@@ -12,10 +12,10 @@ extern __attribute__( ( visibility( "default" ) ) ) PlatformLibrary::PLSocket* _
 
 // What every init entry point does: connects to the service, unless the process is connected, with
 // `tries` attempts a second apart, then loads the topology.
-pl_status lumenLibraryInit( const char* name, const char* json, int tries );
+[[nodiscard]] pl_status lumenLibraryInit( const char* name, const char* json, int tries );
 
 // PL_STATUS_OK, or PL_STATUS_IO_ERROR when no attempt succeeded.
-pl_status plSockInit( const char* name, int tries );
+[[nodiscard]] pl_status plSockInit( const char* name, int tries );
 
 // Attempts that every init entry point makes.
 constexpr int kInitTries = 30;

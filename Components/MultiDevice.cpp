@@ -4,6 +4,12 @@
 
 namespace Component {
 
+namespace {
+
+void untraced( const char* ) {}
+
+}  // namespace
+
 MultiDevice* MultiDevice::create( DriverArgs& args ) {
    return dynamic_cast< MultiDevice* >( findOrCreate( args ) );
 }
@@ -44,39 +50,44 @@ const char* MultiDevice::getDeviceDriverArg( std::string role ) const {
    return it->second.c_str();
 }
 
-template < typename Object >
+// `trace` tells of the member's document.
+template < typename Object, typename Trace >
 Object* MultiDevice::addMember( const std::string& role,
-                                const char* tracedName,
                                 Object* ( *entryPoint )( const char* ),
-                                std::vector< Object* >& added ) {
+                                std::vector< Object* >& added,
+                                Trace trace ) {
    const char* json = getDeviceDriverArg( role );
    if ( !json ) {
       return nullptr;
    }
-   if ( tracedName ) {
-      pl_trace( 6, "MultiDevice::%s driver args = %s", tracedName, json );
-   }
+   trace( json );
    added.push_back( entryPoint( json ) );
    return added.back();
 }
 
 pl_slot* MultiDevice::addSlot( std::string role ) {
-   return addMember( role, nullptr, pl_slot_add, slots );
+   return addMember( role, pl_slot_add, slots, untraced );
 }
 pl_led* MultiDevice::addLed( std::string role ) {
-   return addMember( role, nullptr, pl_led_add, leds );
+   return addMember( role, pl_led_add, leds, untraced );
 }
 pl_psu* MultiDevice::addPsu( std::string role ) {
-   return addMember( role, nullptr, pl_psu_add, psus );
+   return addMember( role, pl_psu_add, psus, untraced );
 }
 pl_fan* MultiDevice::addFan( std::string role ) {
-   return addMember( role, "addFan", pl_fan_add, fans );
+   return addMember( role, pl_fan_add, fans, []( const char* json ) {
+      pl_trace( 6, "MultiDevice::addFan driver args = %s", json );
+   } );
 }
 pl_xcvr* MultiDevice::addXcvr( std::string role ) {
-   return addMember( role, "addXcvr", pl_xcvr_add, xcvrs );
+   return addMember( role, pl_xcvr_add, xcvrs, []( const char* json ) {
+      pl_trace( 6, "MultiDevice::addXcvr driver args = %s", json );
+   } );
 }
 pl_gpio* MultiDevice::addGpio( std::string role ) {
-   return addMember( role, "addGpio", pl_gpio_add, gpios );
+   return addMember( role, pl_gpio_add, gpios, []( const char* json ) {
+      pl_trace( 6, "MultiDevice::addGpio driver args = %s", json );
+   } );
 }
 
 }  // namespace Component

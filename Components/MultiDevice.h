@@ -40,11 +40,11 @@ class MultiDevice : public DeviceBase {
    std::map< std::string, std::string > deviceDriverArgs;  // by role
 
  private:
-   template < typename Object >
+   template < typename Object, typename Trace >
    Object* addMember( const std::string& role,
-                      const char* tracedName,
                       Object* ( *entryPoint )( const char* ),
-                      std::vector< Object* >& added );
+                      std::vector< Object* >& added,
+                      Trace trace );
 };
 
 }  // namespace Component

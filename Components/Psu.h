@@ -1,6 +1,6 @@
 #pragma once
 
-#include "pl.h"
+#include "Components/LogicalDevice.h"
 
 namespace Component::LogicalDevice {
 
@@ -8,34 +8,37 @@ namespace Component::LogicalDevice {
 // the first slot of the virtual table: there is no virtual destructor.
 class Psu {
  public:
-   Psu();
-   Psu( const Psu& ) = delete;
-   Psu& operator=( const Psu& ) = delete;
+   [[nodiscard]] virtual pl_status get_power_ok( int* ok ) = 0;
+   [[nodiscard]] virtual pl_status get_input_current( float* amps ) = 0;
+   [[nodiscard]] virtual pl_status get_output_current( float* amps ) = 0;
+   [[nodiscard]] virtual pl_status get_input_voltage( float* volts ) = 0;
+   [[nodiscard]] virtual pl_status get_output_voltage( float* volts ) = 0;
+   [[nodiscard]] virtual pl_status get_input_power( float* watts ) = 0;
+   [[nodiscard]] virtual pl_status get_output_power( float* watts ) = 0;
 
-   virtual pl_status get_power_ok( int* ok ) = 0;
-   virtual pl_status get_input_current( float* amps ) = 0;
-   virtual pl_status get_output_current( float* amps ) = 0;
-   virtual pl_status get_input_voltage( float* volts ) = 0;
-   virtual pl_status get_output_voltage( float* volts ) = 0;
-   virtual pl_status get_input_power( float* watts ) = 0;
-   virtual pl_status get_output_power( float* watts ) = 0;
+   pl_psu* record() { return record_.get(); }
 
-   pl_psu* record() { return &record_; }
-
+   static constexpr auto get_power_ok_callback =
+      callback< pl_psu, "get_power_ok_callback", &Psu::get_power_ok, TraceBareName >;
+   static constexpr auto get_input_current_callback =
+      callback< pl_psu, "get_input_current_callback", &Psu::get_input_current, TraceBareName >;
+   static constexpr auto get_output_current_callback =
+      callback< pl_psu, "get_output_current_callback", &Psu::get_output_current, TraceBareName >;
+   static constexpr auto get_input_voltage_callback =
+      callback< pl_psu, "get_input_voltage_callback", &Psu::get_input_voltage, TraceBareName >;
+   static constexpr auto get_output_voltage_callback =
+      callback< pl_psu, "get_output_voltage_callback", &Psu::get_output_voltage, TraceBareName >;
+   static constexpr auto get_input_power_callback =
+      callback< pl_psu, "get_input_power_callback", &Psu::get_input_power, TraceBareName >;
+   static constexpr auto get_output_power_callback =
+      callback< pl_psu, "get_output_power_callback", &Psu::get_output_power, TraceBareName >;
    static const pl_psu_ops ops_;
-   static pl_status get_power_ok_callback( pl_psu* psu, int* ok );
-   static pl_status get_input_current_callback( pl_psu* psu, float* amps );
-   static pl_status get_output_current_callback( pl_psu* psu, float* amps );
-   static pl_status get_input_voltage_callback( pl_psu* psu, float* volts );
-   static pl_status get_output_voltage_callback( pl_psu* psu, float* volts );
-   static pl_status get_input_power_callback( pl_psu* psu, float* watts );
-   static pl_status get_output_power_callback( pl_psu* psu, float* watts );
 
  protected:
    ~Psu() = default;
 
  private:
-   pl_psu record_;
+   HostRecord< pl_psu > record_{ &ops_, this };
 };
 
 }  // namespace Component::LogicalDevice

@@ -1,6 +1,6 @@
 #include "Components/TempSensor.h"
 
-#include "Components/LogicalDevice.h"
+#include "Components/EntryPoint.h"
 
 pl_status pl_temp_sensor_init( const char* topologyJson ) {
    return lumenLibraryInit( __FUNCTION__, topologyJson, kInitTries );
@@ -10,9 +10,7 @@ pl_temp_sensor* pl_temp_sensor_add( const char* deviceArgsJson,
                                     float alertThreshold,
                                     float criticalThreshold ) {
    using namespace Component;
-   auto sensor = LogicalDevice::addObject(
-      deviceArgsJson, LogicalDevice::kSilent, nullptr,
-      []( DeviceBase* device, const auto& args ) { return device->newTempSensor( args ); } );
+   auto sensor = LogicalDevice::addObject( deviceArgsJson, &DeviceBase::newTempSensor );
    if ( !sensor ) {
       return nullptr;
    }
@@ -32,18 +30,12 @@ const pl_temp_sensor_ops TempSensor::ops_ = {
    .get_temperature = getTemperatureCallback,
 };
 
-TempSensor::TempSensor() : record_{ .host = nullptr, .ops = &ops_, .priv = this } {}
-
 void TempSensor::alertThresholdIs( float celsius ) {
    alertThreshold = celsius;
 }
 
 void TempSensor::criticalThresholdIs( float celsius ) {
    criticalThreshold = celsius;
-}
-
-pl_status TempSensor::getTemperatureCallback( pl_temp_sensor* sensor, float* celsius ) {
-   return traceAndForward( __FUNCTION__, sensor, &TempSensor::getTemperature, celsius );
 }
 
 }  // namespace Component::LogicalDevice

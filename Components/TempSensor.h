@@ -1,30 +1,28 @@
 #pragma once
 
-#include "pl.h"
+#include "Components/LogicalDevice.h"
 
 namespace Component::LogicalDevice {
 
 // A temperature reading with two limits, all in degrees Celsius.
 class TempSensor {
  public:
-   TempSensor();
    virtual ~TempSensor() = default;
-   TempSensor( const TempSensor& ) = delete;
-   TempSensor& operator=( const TempSensor& ) = delete;
 
    // A driver whose chip has limit registers overrides these, stores the value and programs it.
    virtual void alertThresholdIs( float celsius );
    virtual void criticalThresholdIs( float celsius );
 
-   virtual pl_status getTemperature( float* celsius ) = 0;
+   [[nodiscard]] virtual pl_status getTemperature( float* celsius ) = 0;
 
-   pl_temp_sensor* record() { return &record_; }
+   pl_temp_sensor* record() { return record_.get(); }
 
+   static constexpr auto getTemperatureCallback =
+      callback< pl_temp_sensor, "getTemperatureCallback", &TempSensor::getTemperature >;
    static const pl_temp_sensor_ops ops_;
-   static pl_status getTemperatureCallback( pl_temp_sensor* sensor, float* celsius );
 
  private:
-   pl_temp_sensor record_;
+   HostRecord< pl_temp_sensor > record_{ &ops_, this };
 
  protected:
    float alertThreshold = 0;

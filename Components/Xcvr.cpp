@@ -2,46 +2,41 @@
 
 #include <string>
 
-#include "Components/LogicalDevice.h"
-#include "Utils/Assert.h"
-#include "Utils/Numbers.h"
+#include "Components/EntryPoint.h"
+#include "Drivers/Arguments.h"
 
 namespace {
 
+using namespace Component;
+using LogicalDevice::orTraced;
+using LogicalDevice::recordOf;
+
 // A missing or unknown argument is a mistake in the platform's own description of the board.
-const std::string& requiredArgument( const Drivers::DriverArgs& args, const char* key ) {
-   auto it = args.driverArgs.find( key );
-   if ( it == args.driverArgs.end() ) {
-      pl_trace( 0, "No %s argument given for Xcvr", key );
+const std::string& requiredArgument( const Drivers::DriverArgs& args,
+                                     const char* key,
+                                     const char* missing ) {
+   if ( !Drivers::findArgument( args.driverArgs, key ) ) {
+      LogicalDevice::traceText( 0, missing );
    }
-   LUMEN_ASSERT( it != args.driverArgs.end() );
-   return it->second;
+   return LUMEN_ARGUMENT( args.driverArgs, key, "it != args.driverArgs.end()" );
 }
 
-template < typename Xcvr >
-pl_xcvr* recordOf( Xcvr* xcvr, const char* failed ) {
-   if ( !xcvr ) {
-      pl_trace( 0, "%s", failed );
-      return nullptr;
-   }
-   return xcvr->record();
-}
-
-pl_xcvr* newXcvr( Component::DeviceBase* device, const Drivers::DriverArgs& args ) {
-   auto id = static_cast< unsigned int >( Utils::stoi( requiredArgument( args, "id" ) ) );
-   const std::string& type = requiredArgument( args, "type" );
+pl_xcvr* newXcvr( DeviceBase* device, const Drivers::DriverArgs& args ) {
+   auto id = static_cast< unsigned int >(
+      Utils::stoi( requiredArgument( args, "id", "No id argument given for Xcvr" ) ) );
+   const std::string& type = requiredArgument( args, "type", "No type argument given for Xcvr" );
    if ( type == "qsfp" || type == "qsfp+" ) {
-      return recordOf( device->newQsfpXcvr( id, args ), "newQsfpXcvr() failed" );
+      return recordOf( orTraced( device->newQsfpXcvr( id, args ), { 0, "newQsfpXcvr() failed" } ) );
    }
    if ( type == "sfp" || type == "sfp+" ) {
-      return recordOf( device->newSfpXcvr( id, args ), "newSfpXcvr() failed" );
+      return recordOf( orTraced( device->newSfpXcvr( id, args ), { 0, "newSfpXcvr() failed" } ) );
    }
    bool cmis = type == "qsfpDd" || type == "qsfpCmis";
    if ( !cmis ) {
       pl_trace( 0, "Xcvr type %s not supported", type.c_str() );
    }
    LUMEN_ASSERT_TEXT( cmis, "false && \"Xcvr type not supported\"" );
-   return recordOf( device->newCmisXcvr( id, args ), "newCmisXcvr() failed" );
+   return recordOf( orTraced( device->newCmisXcvr( id, args ), { 0, "newCmisXcvr() failed" } ) );
 }
 
 }  // namespace
@@ -52,7 +47,7 @@ pl_status pl_xcvr_init( const char* topologyJson ) {
 
 pl_xcvr* pl_xcvr_add( const char* deviceArgsJson ) {
    Drivers::DriverArgs args;
-   Component::DeviceBase* device = Component::DeviceBase::create( deviceArgsJson, args );
+   DeviceBase* device = DeviceBase::create( deviceArgsJson, args );
    if ( !device ) {
       pl_trace( 0, "DeviceBase::create() failed" );
       return nullptr;
@@ -61,6 +56,24 @@ pl_xcvr* pl_xcvr_add( const char* deviceArgsJson ) {
 }
 
 namespace Component::LogicalDevice {
+
+namespace {
+
+// QSFP and CMIS modules have tables of one shape.
+template < typename Family >
+constexpr Family kQuadOps = {
+   .size = sizeof( Family ),
+   .get_presence = QuadXcvr::getPresenceCallback,
+   .get_mod_sel = QuadXcvr::getModSelCallback,
+   .set_mod_sel = QuadXcvr::setModSelCallback,
+   .get_lp_mode = QuadXcvr::getLpModeCallback,
+   .set_lp_mode = QuadXcvr::setLpModeCallback,
+   .get_reset = QuadXcvr::getResetCallback,
+   .set_reset = QuadXcvr::setResetCallback,
+   .get_interrupt = QuadXcvr::getInterruptCallback,
+};
+
+}  // namespace
 
 const pl_xcvr_ops SfpXcvr::ops_ = {
    .size = sizeof( pl_xcvr_ops ),
@@ -79,110 +92,13 @@ const pl_xcvr_ops SfpXcvr::ops_ = {
 const pl_xcvr_ops QsfpXcvr::ops_ = {
    .size = sizeof( pl_xcvr_ops ),
    .type = PL_XCVR_QSFP,
-   .family = { .qsfp =
-                  {
-                     .size = sizeof( pl_qsfp_ops ),
-                     .get_presence = getPresenceCallback,
-                     .get_mod_sel = getModSelCallback,
-                     .set_mod_sel = setModSelCallback,
-                     .get_lp_mode = getLpModeCallback,
-                     .set_lp_mode = setLpModeCallback,
-                     .get_reset = getResetCallback,
-                     .set_reset = setResetCallback,
-                     .get_interrupt = getInterruptCallback,
-                  } },
+   .family = { .qsfp = kQuadOps< pl_qsfp_ops > },
 };
 
 const pl_xcvr_ops CmisXcvr::ops_ = {
    .size = sizeof( pl_xcvr_ops ),
    .type = PL_XCVR_CMIS,
-   .family = { .cmis =
-                  {
-                     .size = sizeof( pl_cmis_ops ),
-                     .get_presence = getPresenceCallback,
-                     .get_mod_sel = getModSelCallback,
-                     .set_mod_sel = setModSelCallback,
-                     .get_lp_mode = getLpModeCallback,
-                     .set_lp_mode = setLpModeCallback,
-                     .get_reset = getResetCallback,
-                     .set_reset = setResetCallback,
-                     .get_interrupt = getInterruptCallback,
-                  } },
+   .family = { .cmis = kQuadOps< pl_cmis_ops > },
 };
-
-SfpXcvr::SfpXcvr( unsigned int portId )
-    : id( portId ), record_{ .host = nullptr, .ops = &ops_, .priv = this } {}
-
-QuadXcvr::QuadXcvr( unsigned int portId, const pl_xcvr_ops* ops )
-    : id( portId ), record_{ .host = nullptr, .ops = ops, .priv = this } {}
-
-namespace {
-
-template < typename Xcvr >
-int presence( const char* name, pl_xcvr* record ) {
-   auto xcvr = objectOf< Xcvr >( record );
-   pl_trace( 4, "%s(%u)", name, xcvr->id );
-   return xcvr->getPresence();
-}
-
-template < typename Xcvr >
-pl_status get( const char* name,
-               pl_xcvr* record,
-               pl_status ( Xcvr::*getter )( int* ),
-               int* value ) {
-   auto xcvr = objectOf< Xcvr >( record );
-   pl_trace( 4, "%s(%u)", name, xcvr->id );
-   return ( xcvr->*getter )( value );
-}
-
-template < typename Xcvr >
-pl_status set( const char* name, pl_xcvr* record, pl_status ( Xcvr::*setter )( int ), int value ) {
-   auto xcvr = objectOf< Xcvr >( record );
-   pl_trace( 4, "%s(%u, %d)", name, xcvr->id, value );
-   return ( xcvr->*setter )( value );
-}
-
-}  // namespace
-
-int SfpXcvr::getPresenceCallback( pl_xcvr* xcvr ) {
-   return presence< SfpXcvr >( __FUNCTION__, xcvr );
-}
-pl_status SfpXcvr::getTxFaultCallback( pl_xcvr* xcvr, int* value ) {
-   return get( __FUNCTION__, xcvr, &SfpXcvr::getTxFault, value );
-}
-pl_status SfpXcvr::getRxLosCallback( pl_xcvr* xcvr, int* value ) {
-   return get( __FUNCTION__, xcvr, &SfpXcvr::getRxLos, value );
-}
-pl_status SfpXcvr::getTxDisableCallback( pl_xcvr* xcvr, int* value ) {
-   return get( __FUNCTION__, xcvr, &SfpXcvr::getTxDisable, value );
-}
-pl_status SfpXcvr::setTxDisableCallback( pl_xcvr* xcvr, int value ) {
-   return set( __FUNCTION__, xcvr, &SfpXcvr::setTxDisable, value );
-}
-
-int QuadXcvr::getPresenceCallback( pl_xcvr* xcvr ) {
-   return presence< QuadXcvr >( __FUNCTION__, xcvr );
-}
-pl_status QuadXcvr::getModSelCallback( pl_xcvr* xcvr, int* value ) {
-   return get( __FUNCTION__, xcvr, &QuadXcvr::getModSel, value );
-}
-pl_status QuadXcvr::setModSelCallback( pl_xcvr* xcvr, int value ) {
-   return set( __FUNCTION__, xcvr, &QuadXcvr::setModSel, value );
-}
-pl_status QuadXcvr::getLpModeCallback( pl_xcvr* xcvr, int* value ) {
-   return get( __FUNCTION__, xcvr, &QuadXcvr::getLpMode, value );
-}
-pl_status QuadXcvr::setLpModeCallback( pl_xcvr* xcvr, int value ) {
-   return set( __FUNCTION__, xcvr, &QuadXcvr::setLpMode, value );
-}
-pl_status QuadXcvr::getResetCallback( pl_xcvr* xcvr, int* value ) {
-   return get( __FUNCTION__, xcvr, &QuadXcvr::getReset, value );
-}
-pl_status QuadXcvr::setResetCallback( pl_xcvr* xcvr, int value ) {
-   return set( __FUNCTION__, xcvr, &QuadXcvr::setReset, value );
-}
-pl_status QuadXcvr::getInterruptCallback( pl_xcvr* xcvr, int* value ) {
-   return get( __FUNCTION__, xcvr, &QuadXcvr::getInterrupt, value );
-}
 
 }  // namespace Component::LogicalDevice

@@ -271,8 +271,8 @@ struct pl_gpio {
 
 /*
  * Raw SMBus endpoint: one transaction a call. `reg_size` is the number of bytes (1, 2 or 4) in
- * which the register number is sent. Words travel low byte first. block_read writes as many bytes
- * as the device returns, at most 255; the buffer must hold them.
+ * which the register number is sent. Words travel low byte first. block_read's buffer must hold 255
+ * bytes: a device may return as many, and a longer answer is refused (EPROTO) before it is copied.
  */
 
 struct pl_smbus_ops {

@@ -7,7 +7,6 @@ extern "C" const char* __lsan_default_suppressions() {
           "leak:Ham::createHam\n"
           "leak:Ham::LumenSmbusHam::create\n"
           "leak:Drivers::*::new\n"
-          "leak:Tests/support/EveryKind.cpp\n"
           "leak:pl_system_add\n"
           "leak:pl_timer_add\n";
 }

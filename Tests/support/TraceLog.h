@@ -8,7 +8,7 @@
 
 namespace Tests {
 
-// Collects every trace line, as "level text", for as long as it lives.
+// Collects every trace line, as "level text", and its format for as long as it lives.
 class TraceLog {
  public:
    TraceLog() {
@@ -26,6 +26,7 @@ class TraceLog {
    std::vector< std::string > take() { return std::exchange( lines, {} ); }
 
    std::vector< std::string > lines;
+   static inline std::string lastFormat;  // of the latest trace of the process
 
  private:
    static void collect( void* user, int level, const char* text ) {
