@@ -52,8 +52,3 @@ using DriverFactory = std::function< Component::DeviceBase*( const DriverArgs&, 
 extern std::map< std::string, DriverFactory > drivers;
 
 }  // namespace Drivers
-
-// A driver argument that must be there, converted with the stoi rule.
-#define LUMEN_REQUIRED_INT_ARG( args, key )                                \
-   ( LUMEN_ASSERT( args.driverArgs.find( key ) != args.driverArgs.end() ), \
-     ::Utils::stoi( args.driverArgs.find( key )->second ) )

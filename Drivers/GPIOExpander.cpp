@@ -1,14 +1,12 @@
 #include "Drivers/GPIOExpander.h"
 
-#include "Ham/Ham.h"
-#include "Ham/SimHam.h"
+#include "Drivers/Registers.h"
 #include "Utils/Assert.h"
 
 namespace Drivers {
 
 namespace {
 
-constexpr uint8_t kRegSize = 1;
 constexpr uint8_t kPinsPerBank = 8;
 constexpr double kNanosecondsPerSecond = 1e9;
 

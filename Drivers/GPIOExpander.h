@@ -22,22 +22,22 @@ class GPIOExpander : public Component::HardwareDevice {
                  uint8_t outputBase,
                  uint8_t configBase );
 
-   pl_status getInBank( uint8_t n, uint8_t* value );
+   [[nodiscard]] pl_status getInBank( uint8_t n, uint8_t* value );
    // What is pending for the bank, else what the chip's output register holds.
-   pl_status getOutBank( uint8_t n, uint8_t* value );
+   [[nodiscard]] pl_status getOutBank( uint8_t n, uint8_t* value );
 
-   pl_status readBit( uint8_t bank, uint8_t bit, bool* value );
-   pl_status writeBit( uint8_t bank, uint8_t bit, bool value );
+   [[nodiscard]] pl_status readBit( uint8_t bank, uint8_t bit, bool* value );
+   [[nodiscard]] pl_status writeBit( uint8_t bank, uint8_t bit, bool value );
    // Pins are numbered through the banks, eight to each.
-   pl_status readBit( uint8_t pin, bool* value );
-   pl_status writeBit( uint8_t pin, bool value );
+   [[nodiscard]] pl_status readBit( uint8_t pin, bool* value );
+   [[nodiscard]] pl_status writeBit( uint8_t pin, bool value );
 
    // Writes every pending bank. What was written is forgotten, also when the batch failed: the next
    // writeBit() starts from what the chip holds.
-   pl_status save();
+   [[nodiscard]] pl_status save();
 
    // One byte for each bank.
-   pl_status writeConfig( const uint8_t* bankConfig );
+   [[nodiscard]] pl_status writeConfig( const uint8_t* bankConfig );
 
    uint8_t outputBankAddr( uint8_t n ) const;
    uint8_t configBankAddr( uint8_t n ) const;

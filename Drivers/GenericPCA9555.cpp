@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "Utils/Assert.h"
-#include "Utils/Numbers.h"
+#include "Drivers/Arguments.h"
 
 namespace Drivers {
 
@@ -19,28 +18,24 @@ constexpr uint8_t kConfiguration = 0x06;
 constexpr uint32_t kPowerOn = 0xFF;  // inputs pulled up, outputs high, all pins inputs
 constexpr uint32_t kBytes = 1;
 
-int requiredArgument( const DriverArgs& args, const char* key ) {
-   auto it = args.driverArgs.find( key );
-   LUMEN_ASSERT( it != args.driverArgs.end() );
-   return Utils::stoi( it->second );
+int requiredInt( const DriverArgs& args, const char* key ) {
+   return Utils::stoi( LUMEN_ARGUMENT( args.driverArgs, key, "it != args.driverArgs.end()" ) );
 }
 
-uint8_t optionalArgument( const DriverArgs& args, const char* key, uint8_t absent ) {
-   auto it = args.driverArgs.find( key );
-   return it == args.driverArgs.end() ? absent
-                                      : static_cast< uint8_t >( Utils::stoi( it->second ) );
+uint8_t byteOr( const DriverArgs& args, const char* key, int absent ) {
+   return static_cast< uint8_t >( argumentOr( args.driverArgs, key, Utils::stoi, absent ) );
 }
 
 }  // namespace
 
 Component::HardwareDevice* GenericPCA9555::create( const FactoryArgs& args, Ham::Ham* ) {
    uint8_t bankConfig[ kBanks ];
-   bankConfig[ 0 ] = static_cast< uint8_t >( requiredArgument( args, "bank-io-0" ) );
-   bankConfig[ 1 ] = static_cast< uint8_t >( requiredArgument( args, "bank-io-1" ) );
-   uint8_t cacheTime = optionalArgument( args, "cacheTimeout", kDefaultCacheTime );
-   uint8_t inputBase = optionalArgument( args, "inputBankBase", kInput );
-   uint8_t outputBase = optionalArgument( args, "outputBankBase", kOutput );
-   uint8_t configBase = optionalArgument( args, "configBankBase", kConfiguration );
+   bankConfig[ 0 ] = static_cast< uint8_t >( requiredInt( args, "bank-io-0" ) );
+   bankConfig[ 1 ] = static_cast< uint8_t >( requiredInt( args, "bank-io-1" ) );
+   uint8_t cacheTime = byteOr( args, "cacheTimeout", kDefaultCacheTime );
+   uint8_t inputBase = byteOr( args, "inputBankBase", kInput );
+   uint8_t outputBase = byteOr( args, "outputBankBase", kOutput );
+   uint8_t configBase = byteOr( args, "configBankBase", kConfiguration );
    pl_trace( 0, "Creating ambiguous PCA9555 Device: cacheTimeout %ds", cacheTime );
    return new GenericPCA9555( bankConfig, kBanks, cacheTime, inputBase, outputBase, configBase );
 }
@@ -62,9 +57,9 @@ GenericPCA9555::GenericPCA9555( const uint8_t* bankConfig,
    }
 }
 
-// An expander that does not answer yet stays usable.
+// Ignored: an expander that does not answer yet stays usable.
 void GenericPCA9555::init() {
-   writeConfig( config );
+   ( void )writeConfig( config );
    if ( save() != PL_STATUS_OK ) {
       pl_trace( 0, "Error: failed to write PCA9555 pin configuration" );
    }
@@ -76,8 +71,8 @@ Component::LogicalDevice::Gpio* GenericPCA9555::newGpio( const DriverArgs& args 
 
 GenericPCA9555::ExpGpio::ExpGpio( GenericPCA9555* expander, const DriverArgs& args )
     : expander_( expander ),
-      bank_( requiredArgument( args, "bank" ) ),
-      bit_( requiredArgument( args, "bit" ) ) {}
+      bank_( requiredInt( args, "bank" ) ),
+      bit_( requiredInt( args, "bit" ) ) {}
 
 pl_status GenericPCA9555::ExpGpio::bitSet() {
    pl_status status = write( true );
@@ -95,9 +90,10 @@ pl_status GenericPCA9555::ExpGpio::bitClear() {
    return status;
 }
 
-// When the output register cannot be read nothing is pending, and save() succeeds.
+// Ignored: when the output register cannot be read nothing is pending, and save() succeeds.
 pl_status GenericPCA9555::ExpGpio::write( bool value ) {
-   expander_->writeBit( static_cast< uint8_t >( bank_ ), static_cast< uint8_t >( bit_ ), value );
+   ( void )expander_->writeBit( static_cast< uint8_t >( bank_ ), static_cast< uint8_t >( bit_ ),
+                                value );
    return expander_->save();
 }
 

@@ -43,7 +43,7 @@ class GenericPCA9555::ExpGpio : public Component::LogicalDevice::Gpio {
    pl_status bitRead( unsigned int* value ) override;
 
  private:
-   pl_status write( bool value );
+   [[nodiscard]] pl_status write( bool value );
 
    GenericPCA9555* expander_;
    int bank_;

@@ -40,6 +40,10 @@ bool readAll( FILE* pipe, std::string& output ) try {
    return false;
 }
 
+bool isWritable( const char* text ) {
+   return Utils::Json::tryWrite( Utils::Json::Value( rapidjson::StringRef( text ) ) ).has_value();
+}
+
 }  // namespace
 
 FormatFdl::FormatFdl( std::string fdl ) : template_( std::move( fdl ) ) {}
@@ -110,7 +114,12 @@ bool insertDriverArg( const char* devArgs, char** out, const char* key, const ch
    document[ "driverArgs" ].AddMember( Utils::Json::Value( key, allocator ),
                                        Utils::Json::Value( value, allocator ), allocator );
    auto text = Utils::Json::tryWrite( document );
-   char* copy = text ? strdup( text->c_str() ) : nullptr;
+   if ( !text ) {
+      pl_trace( 0, "failed to insert driver argument: the %s is not valid UTF-8",
+                isWritable( key ) ? isWritable( value ) ? "document" : "value" : "key" );
+      return false;
+   }
+   char* copy = strdup( text->c_str() );
    if ( !copy ) {
       return false;
    }

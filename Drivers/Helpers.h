@@ -39,10 +39,11 @@ class FormatFdl {
 
 // Runs a shell command and collects what it prints, also when it fails. PL_STATUS_OK,
 // PL_STATUS_IO_ERROR when the time ran out, or PL_STATUS_FAILURE.
-pl_status runCmd( const char* cmd, std::string& output, unsigned int timeoutSeconds );
+[[nodiscard]] pl_status runCmd( const char* cmd, std::string& output, unsigned int timeoutSeconds );
 
 // A copy of the device arguments with one more driver argument, last. The caller frees *out. False,
-// after a trace, when the text is not JSON; a document without "driverArgs" is an assertion.
+// after a trace, when the text is not JSON or a text is not UTF-8; a document without "driverArgs"
+// is an assertion.
 bool insertDriverArg( const char* devArgs, char** out, const char* key, const char* value );
 
 // The hardware device of a labelled device of the topology, found or created. `defaultDriver`

@@ -1,14 +1,12 @@
 #include "Drivers/IR357x.h"
 
-#include "Ham/Ham.h"
-#include "Ham/SimHam.h"
+#include "Drivers/Registers.h"
 #include "Utils/Assert.h"
 
 namespace Drivers {
 
 namespace {
 
-constexpr uint8_t kRegSize = 1;
 constexpr uint8_t kChannels = 3;
 
 // Blocks of one byte, read raw: the count, which is 1, and the byte.

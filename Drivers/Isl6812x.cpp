@@ -1,14 +1,13 @@
 #include "Drivers/Isl6812x.h"
 
-#include "Ham/Ham.h"
-#include "Ham/SimHam.h"
+#include "Drivers/Arguments.h"
+#include "Drivers/Registers.h"
 #include "Utils/Assert.h"
 
 namespace Drivers {
 
 namespace {
 
-constexpr uint8_t kRegSize = 1;
 constexpr uint8_t kPage = 0x00;             // 8 bits
 constexpr uint8_t kReadTemperature = 0x8D;  // 16 bits, low byte first, read only
 
@@ -24,24 +23,23 @@ Component::HardwareDevice* Isl6812x::create( const FactoryArgs&, Ham::Ham* ) {
 
 Component::LogicalDevice::TempSensor* Isl6812x::newTempSensor( const DriverArgs& args ) {
    pl_trace( 5, "Creating Isl6812x" );
-   if ( auto it = args.driverArgs.find( "localId" ); it != args.driverArgs.end() ) {
-      page = static_cast< uint8_t >( Utils::stoi( it->second ) );
-   }
+   page =
+      static_cast< uint8_t >( argumentOr< int >( args.driverArgs, "localId", Utils::stoi, page ) );
    return new TempSensor( this );
 }
 
 pl_status Isl6812x::setPage_() {
-   Ham::saveReg( ham(), kPage );
-   pl_status status = ham()->write8( kPage, page, false, kRegSize );
+   pl_status status = write8( ham(), kPage, page );
    if ( status != PL_STATUS_OK ) {
       pl_trace( 0, "Failed to write to page register" );
    }
    return status;
 }
 
+// A page that cannot be set is traced, and ignored: the chip may be on it already.
 pl_status Isl6812x::getTemperature( float* celsius ) {
    pl_trace( 6, "%s", __PRETTY_FUNCTION__ );
-   setPage_();
+   ( void )setPage_();
    uint16_t degrees;
    if ( pl_status status = ham()->read16( kReadTemperature, &degrees, kRegSize ) ) {
       return status;
@@ -52,14 +50,13 @@ pl_status Isl6812x::getTemperature( float* celsius ) {
 
 pl_status Isl6812x::setThreshold( Threshold threshold, float celsius ) {
    auto command = static_cast< uint8_t >( threshold );
-   setPage_();
-   Ham::saveReg( ham(), command );
-   return ham()->write16( command, wholeDegrees( celsius ), false, kRegSize );
+   ( void )setPage_();
+   return write16( ham(), command, wholeDegrees( celsius ) );
 }
 
 pl_status Isl6812x::getThreshold( Threshold threshold, float* celsius ) {
    auto command = static_cast< uint8_t >( threshold );
-   setPage_();
+   ( void )setPage_();
    uint16_t degrees;
    if ( pl_status status = ham()->read16( command, &degrees, kRegSize ) ) {
       pl_trace( 0, "Failed to read threshold from register %02x", command );

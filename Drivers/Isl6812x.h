@@ -20,12 +20,12 @@ class Isl6812x : public Component::HardwareDevice {
    Component::LogicalDevice::TempSensor* newTempSensor( const DriverArgs& args ) override;
    const Utils::ExpectedValues& expectedValues() override;
 
-   pl_status setPage_();
+   [[nodiscard]] pl_status setPage_();
 
    // All in whole degrees.
-   pl_status getTemperature( float* celsius );
-   pl_status setThreshold( Threshold threshold, float celsius );
-   pl_status getThreshold( Threshold threshold, float* celsius );
+   [[nodiscard]] pl_status getTemperature( float* celsius );
+   [[nodiscard]] pl_status setThreshold( Threshold threshold, float celsius );
+   [[nodiscard]] pl_status getThreshold( Threshold threshold, float* celsius );
 
  private:
    uint8_t page = 0;

@@ -2,15 +2,15 @@
 
 #include <stdexcept>
 
-#include "Ham/Ham.h"
-#include "Ham/SimHam.h"
+#include "Drivers/Arguments.h"
+#include "Drivers/Degrees.h"
+#include "Drivers/Registers.h"
 #include "Utils/Assert.h"
 
 namespace Drivers {
 
 namespace {
 
-constexpr uint8_t kRegSize = 1;
 constexpr uint8_t kTemperature = 0x00;    // 16 bits, high byte first, read only
 constexpr uint8_t kConfiguration = 0x01;  // 8 bits
 constexpr uint8_t kHighLimit = 0x02;      // 16 bits, high byte first
@@ -25,7 +25,6 @@ constexpr int kResolutionShift = 5;
 
 constexpr double kCoarsestResolution = 0.25;
 constexpr double kLowLimitRatio = 0.95;
-constexpr float kStepsPerDegree = 128;
 
 LM73::Resolution resolutionOf( const std::string& text ) {
    switch ( Utils::truncate( kCoarsestResolution / Utils::stof( text ) ) ) {
@@ -46,13 +45,11 @@ LM73::Resolution resolutionOf( const std::string& text ) {
 
 Component::HardwareDevice* LM73::create( const FactoryArgs& args, Ham::Ham* ) {
    Resolution resolution = Resolution::QuarterDegree;
-   if ( auto it = args.driverArgs.find( "resolution" ); it != args.driverArgs.end() ) {
-      resolution = resolutionOf( it->second );
+   if ( const std::string* text = findArgument( args.driverArgs, "resolution" ) ) {
+      resolution = resolutionOf( *text );
    }
-   auto inverted = args.driverArgs.find( "invertAlertPolarity" );
-   bool invertAlertPolarity =
-      inverted != args.driverArgs.end() && Utils::stoi( inverted->second ) != 0;
-   return new LM73( resolution, invertAlertPolarity );
+   int inverted = argumentOr( args.driverArgs, "invertAlertPolarity", Utils::stoi, 0 );
+   return new LM73( resolution, inverted != 0 );
 }
 
 LM73::LM73( Resolution resolution, bool invertAlertPolarity )
@@ -63,19 +60,16 @@ LM73::LM73( Resolution resolution, bool invertAlertPolarity )
 
 // The chip keeps its power-on resolution.
 void LM73::init() {
-   Ham::saveReg( ham(), kControl );
-   pl_status result = ham()->write8( kControl, control_, false, kRegSize );
+   pl_status result = write8( ham(), kControl, control_ );
    LUMEN_ASSERT( result == PL_STATUS_OK );
-   Ham::saveReg( ham(), kConfiguration );
-   result = ham()->write8( kConfiguration, configuration_, false, kRegSize );
+   result = write8( ham(), kConfiguration, configuration_ );
    LUMEN_ASSERT( result == PL_STATUS_OK );
 }
 
 pl_status LM73::setResolution( Resolution resolution ) {
    uint8_t code = ( static_cast< uint8_t >( resolution ) & 3 ) << kResolutionShift;
    uint8_t control = ( control_ & ~kResolutionMask ) | code;
-   Ham::saveReg( ham(), kControl );
-   if ( pl_status status = ham()->write8( kControl, control, false, kRegSize ) ) {
+   if ( pl_status status = write8( ham(), kControl, control ) ) {
       return status;
    }
    control_ = control;
@@ -92,40 +86,23 @@ Component::LogicalDevice::TempSensor* LM73::newTempSensor( const DriverArgs& ) {
 
 pl_status LM73::getTemperature( float* celsius ) {
    pl_trace( 6, "%s", __PRETTY_FUNCTION__ );
-   return readDegrees( kTemperature, celsius );
+   return read128ths( ham(), kTemperature, celsius );
 }
 
 pl_status LM73::setThreshold( float celsius ) {
-   Ham::saveReg( ham(), kHighLimit );
-   if ( pl_status status =
-           ham()->write16( kHighLimit, limitToRegister( celsius ), false, kRegSize ) ) {
+   if ( pl_status status = write16( ham(), kHighLimit, limitToRegister( celsius ) ) ) {
       return status;
    }
    auto low = static_cast< float >( celsius * kLowLimitRatio );
-   Ham::saveReg( ham(), kLowLimit );
-   return ham()->write16( kLowLimit, limitToRegister( low ), false, kRegSize );
+   return write16( ham(), kLowLimit, limitToRegister( low ) );
 }
 
 pl_status LM73::getThreshold( float* celsius ) {
-   return readDegrees( kHighLimit, celsius );
-}
-
-pl_status LM73::readDegrees( uint8_t reg, float* celsius ) {
-   uint16_t word;
-   if ( pl_status status = ham()->read16( reg, &word, kRegSize ) ) {
-      return status;
-   }
-   *celsius = registerToTemperature( word );
-   return PL_STATUS_OK;
-}
-
-float LM73::registerToTemperature( uint16_t word ) {
-   return static_cast< int16_t >( Utils::byteSwap( word ) ) / kStepsPerDegree;
+   return read128ths( ham(), kHighLimit, celsius );
 }
 
 uint16_t LM73::limitToRegister( float celsius ) {
-   auto steps = static_cast< uint16_t >( Utils::truncate( celsius * kStepsPerDegree ) );
-   return Utils::byteSwap( steps & tempMask_.front() );
+   return degreesTo128ths( celsius ) & Utils::byteSwap( tempMask_.front() );
 }
 
 void LM73::TempSensor::criticalThresholdIs( float value ) {

@@ -22,9 +22,7 @@ class LM73 : public Component::HardwareDevice {
    // std::invalid_argument for a resolution that the chip does not have.
    static Component::HardwareDevice* create( const FactoryArgs& args, Ham::Ham* ham );
 
-   // Degrees Celsius and the words of the temperature and limit registers, the chip's first byte
-   // in the low half. Limits have the coarsest resolution.
-   static float registerToTemperature( uint16_t word );
+   // A limit register's word, which has the coarsest resolution.
    static uint16_t limitToRegister( float celsius );
 
    LM73( Resolution resolution, bool invertAlertPolarity );
@@ -36,19 +34,17 @@ class LM73 : public Component::HardwareDevice {
 
    // The resolution asked for at creation until setResolution() applies one.
    Resolution resolution() const { return resolution_; }
-   pl_status setResolution( Resolution resolution );
+   [[nodiscard]] pl_status setResolution( Resolution resolution );
 
-   pl_status getTemperature( float* celsius );
+   [[nodiscard]] pl_status getTemperature( float* celsius );
 
    // The high limit; the low limit is set 5 % below it.
-   pl_status setThreshold( float celsius );
-   pl_status getThreshold( float* celsius );
+   [[nodiscard]] pl_status setThreshold( float celsius );
+   [[nodiscard]] pl_status getThreshold( float* celsius );
 
  private:
    // The bits of the temperature register that are measured, for each resolution.
    static constexpr std::array< uint16_t, 4 > tempMask_ = { 0xFFE0, 0xFFF0, 0xFFF8, 0xFFFC };
-
-   pl_status readDegrees( uint8_t reg, float* celsius );
 
    TempSensor* instance_ = nullptr;
    Resolution resolution_;

@@ -1,7 +1,8 @@
 #include "Drivers/Max6658.h"
 
-#include "Ham/Ham.h"
-#include "Ham/SimHam.h"
+#include "Drivers/Arguments.h"
+#include "Drivers/Degrees.h"
+#include "Drivers/Registers.h"
 #include "Utils/Assert.h"
 
 namespace Drivers {
@@ -10,7 +11,6 @@ namespace {
 
 using Register = Ham::Ham::Register;
 
-constexpr uint8_t kRegSize = 1;
 constexpr Register kTemperature = 0x00;     // local; remote 0x01; 8 bits, signed, read only
 constexpr Register kExtended = 0x11;        // local; remote 0x10; 8 bits, read only
 constexpr Register kConversionRate = 0x0A;  // 8 bits, write only
@@ -19,8 +19,6 @@ constexpr Register kAlertRead = 0x05;       // local; remote 0x07; 8 bits, read 
 constexpr Register kOvertemp1 = 0x20;       // local; remote 0x1F; 8 bits
 constexpr uint8_t kOnePerSecond = 0x04;
 constexpr int8_t kFault = -128;
-constexpr int kFractionShift = 5;
-constexpr float kDegreesPerStep = 0.125f;
 
 // __PRETTY_FUNCTION__ leaves out the class of the class's own types.
 constexpr const char* kGetTemperature =
@@ -46,14 +44,13 @@ Component::HardwareDevice* Max6658::create( const FactoryArgs&, Ham::Ham* ) {
    return new Max6658;
 }
 
-// Unchecked: the chip also measures at the rate it wakes up with.
+// Ignored: the chip also measures at the rate it wakes up with.
 void Max6658::init() {
-   Ham::saveReg( ham(), kConversionRate );
-   ham()->write8( kConversionRate, kOnePerSecond, false, kRegSize );
+   ( void )write8( ham(), kConversionRate, kOnePerSecond );
 }
 
 Component::LogicalDevice::TempSensor* Max6658::newTempSensor( const DriverArgs& args ) {
-   auto channel = static_cast< uint8_t >( LUMEN_REQUIRED_INT_ARG( args, "channel" ) );
+   auto channel = static_cast< uint8_t >( LUMEN_INT_ARGUMENT( args, "channel" ) );
    pl_trace( 5, "Creating Max6658 on channel %d", channel );
    LUMEN_ASSERT( channel <= 1 && "invalid channel number" );
    auto type = static_cast< DiodeType >( channel );
@@ -80,30 +77,17 @@ pl_status Max6658::getTemperature( DiodeType type, float* celsius ) {
       return PL_STATUS_IO_ERROR;
    }
    Ham::saveReg( ham(), extendedRegister( type ) );
-   *celsius = registersToTemperature( degrees, ham()->get8( extendedId ) );
+   *celsius = degreesFromEighths( static_cast< int8_t >( degrees ), ham()->get8( extendedId ) );
    return PL_STATUS_OK;
-}
-
-// The fraction is positive also below zero.
-float Max6658::registersToTemperature( uint8_t degrees, uint8_t extended ) {
-   return static_cast< int8_t >( degrees ) + ( extended >> kFractionShift ) * kDegreesPerStep;
 }
 
 pl_status Max6658::setThreshold( DiodeType type, Threshold threshold, float celsius ) {
    Register reg = limitRegister( type, threshold, kAlertWrite );
-   Ham::saveReg( ham(), reg );
-   return ham()->write8( reg, static_cast< uint8_t >( Utils::truncate( celsius ) ), false,
-                         kRegSize );
+   return write8( ham(), reg, static_cast< uint8_t >( Utils::truncate( celsius ) ) );
 }
 
 pl_status Max6658::getThreshold( DiodeType type, Threshold threshold, float* celsius ) {
-   uint8_t degrees;
-   if ( pl_status status =
-           ham()->read8( limitRegister( type, threshold, kAlertRead ), &degrees, kRegSize ) ) {
-      return status;
-   }
-   *celsius = degrees;
-   return PL_STATUS_OK;
+   return readWholeDegrees( ham(), limitRegister( type, threshold, kAlertRead ), celsius );
 }
 
 void Max6658::TempSensor::alertThresholdIs( float value ) {

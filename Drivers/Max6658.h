@@ -15,19 +15,16 @@ class Max6658 : public Component::HardwareDevice {
 
    static Component::HardwareDevice* create( const FactoryArgs& args, Ham::Ham* ham );
 
-   // Degrees Celsius from a channel's register and its extended bits.
-   static float registersToTemperature( uint8_t degrees, uint8_t extended );
-
    void init() override;
    Component::LogicalDevice::TempSensor* newTempSensor( const DriverArgs& args ) override;
    const Utils::ExpectedValues& expectedValues() override;
 
    // PL_STATUS_IO_ERROR for a faulty diode.
-   pl_status getTemperature( DiodeType type, float* celsius );
+   [[nodiscard]] pl_status getTemperature( DiodeType type, float* celsius );
 
    // Limits are whole degrees, reported without a sign.
-   pl_status setThreshold( DiodeType type, Threshold threshold, float celsius );
-   pl_status getThreshold( DiodeType type, Threshold threshold, float* celsius );
+   [[nodiscard]] pl_status setThreshold( DiodeType type, Threshold threshold, float celsius );
+   [[nodiscard]] pl_status getThreshold( DiodeType type, Threshold threshold, float* celsius );
 };
 
 class Max6658::TempSensor : public Component::LogicalDevice::TempSensor {

@@ -1,21 +1,19 @@
 #include "Drivers/Max6697.h"
 
-#include "Ham/Ham.h"
-#include "Ham/SimHam.h"
+#include "Drivers/Arguments.h"
+#include "Drivers/Degrees.h"
+#include "Drivers/Registers.h"
 #include "Utils/Assert.h"
 
 namespace Drivers {
 
 namespace {
 
-constexpr uint8_t kRegSize = 1;
 constexpr Ham::Ham::Register kExtended = 0x09;  // 8 bits, fraction of channel 1, read only
 constexpr uint8_t kFirstChannel = 1;            // temperature n is register n, 8 bits, read only
 constexpr uint8_t kFineChannel = 1;
 constexpr uint8_t kLocalChannel = 7;
 constexpr uint8_t kInvalid = 0x80;  // never set by a working diode
-constexpr int kFractionShift = 5;
-constexpr float kDegreesPerStep = 0.125f;
 
 bool hasLimit( uint8_t channel, Max6697::Threshold threshold ) {
    if ( threshold != Max6697::Threshold::Overheat || channel == 1 ||
@@ -38,7 +36,7 @@ Component::HardwareDevice* Max6697::create( const FactoryArgs&, Ham::Ham* ) {
 
 // Channels 0 and 7 name the same diode.
 Component::LogicalDevice::TempSensor* Max6697::newTempSensor( const DriverArgs& args ) {
-   auto channel = static_cast< uint8_t >( LUMEN_REQUIRED_INT_ARG( args, "channel" ) );
+   auto channel = static_cast< uint8_t >( LUMEN_INT_ARGUMENT( args, "channel" ) );
    pl_trace( 5, "Creating Max6697 on channel %d", channel );
    LUMEN_ASSERT( channel <= 7 );
    return new TempSensor( this, channel == 0 ? kLocalChannel : channel );
@@ -60,12 +58,8 @@ pl_status Max6697::getTemperature( uint8_t channel, float* celsius ) {
    }
    LUMEN_ASSERT( !( degrees & kInvalid ) );
    Ham::saveReg( ham(), kExtended );
-   *celsius = registersToTemperature( degrees, isFine ? ham()->get8( extendedId ) : 0 );
+   *celsius = degreesFromEighths( degrees, isFine ? ham()->get8( extendedId ) : 0 );
    return PL_STATUS_OK;
-}
-
-float Max6697::registersToTemperature( uint8_t degrees, uint8_t extended ) {
-   return degrees + ( extended >> kFractionShift ) * kDegreesPerStep;
 }
 
 pl_status Max6697::setThreshold( uint8_t channel, Threshold threshold, float celsius ) {
@@ -73,22 +67,14 @@ pl_status Max6697::setThreshold( uint8_t channel, Threshold threshold, float cel
       return PL_STATUS_OK;
    }
    auto reg = limitRegister( channel, threshold );
-   Ham::saveReg( ham(), reg );
-   return ham()->write8( reg, static_cast< uint8_t >( Utils::truncate( celsius ) ), false,
-                         kRegSize );
+   return write8( ham(), reg, static_cast< uint8_t >( Utils::truncate( celsius ) ) );
 }
 
 pl_status Max6697::getThreshold( uint8_t channel, Threshold threshold, float* celsius ) {
    if ( !hasLimit( channel, threshold ) ) {
       return PL_STATUS_UNSUPPORTED;
    }
-   uint8_t degrees;
-   if ( pl_status status =
-           ham()->read8( limitRegister( channel, threshold ), &degrees, kRegSize ) ) {
-      return status;
-   }
-   *celsius = degrees;
-   return PL_STATUS_OK;
+   return readWholeDegrees( ham(), limitRegister( channel, threshold ), celsius );
 }
 
 void Max6697::TempSensor::alertThresholdIs( float value ) {

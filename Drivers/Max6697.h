@@ -15,18 +15,15 @@ class Max6697 : public Component::HardwareDevice {
 
    static Component::HardwareDevice* create( const FactoryArgs& args, Ham::Ham* ham );
 
-   // Degrees Celsius from a channel's register and its extended bits, 0 where it has none.
-   static float registersToTemperature( uint8_t degrees, uint8_t extended );
-
    Component::LogicalDevice::TempSensor* newTempSensor( const DriverArgs& args ) override;
    const Utils::ExpectedValues& expectedValues() override;
 
-   pl_status getTemperature( uint8_t channel, float* celsius );
+   [[nodiscard]] pl_status getTemperature( uint8_t channel, float* celsius );
 
    // Limits are whole degrees. Channels 2, 3 and 7 have no Overheat limit: setting it does nothing,
    // getting it is PL_STATUS_UNSUPPORTED.
-   pl_status setThreshold( uint8_t channel, Threshold threshold, float celsius );
-   pl_status getThreshold( uint8_t channel, Threshold threshold, float* celsius );
+   [[nodiscard]] pl_status setThreshold( uint8_t channel, Threshold threshold, float celsius );
+   [[nodiscard]] pl_status getThreshold( uint8_t channel, Threshold threshold, float* celsius );
 };
 
 class Max6697::TempSensor : public Component::LogicalDevice::TempSensor {

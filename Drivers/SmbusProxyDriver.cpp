@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Components/SmbusProxy.h"
+#include "Drivers/Arguments.h"
 #include "Ham/Ham.h"
 
 namespace Drivers {
@@ -15,10 +16,8 @@ namespace {
 constexpr int kMicrosecondsPerMillisecond = 1000;
 
 int delayInMicroseconds( const DriverArgs& args, const char* key ) {
-   auto it = args.driverArgs.find( key );
-   return it == args.driverArgs.end()
-             ? 0
-             : Utils::truncate( double{ kMicrosecondsPerMillisecond } * Utils::stoi( it->second ) );
+   return Utils::truncate( double{ kMicrosecondsPerMillisecond } *
+                           argumentOr( args.driverArgs, key, Utils::stoi, 0 ) );
 }
 
 pl_status pauseAfter( pl_status status, int microseconds ) {

@@ -1,7 +1,8 @@
 #include "Drivers/TMP46x.h"
 
-#include "Ham/Ham.h"
-#include "Ham/SimHam.h"
+#include "Drivers/Arguments.h"
+#include "Drivers/Degrees.h"
+#include "Drivers/Registers.h"
 #include "Utils/Assert.h"
 
 namespace Drivers {
@@ -9,7 +10,6 @@ namespace Drivers {
 namespace {
 
 // Registers have 16 bits, high byte first. Temperature n is register n, read only.
-constexpr uint8_t kRegSize = 1;
 constexpr uint8_t kLocalLimits = 0x39;
 constexpr uint8_t kRemoteLimits = 0x3A;
 constexpr uint8_t kRemoteLimitsStride = 8;
@@ -25,8 +25,6 @@ constexpr uint16_t kPartMask = 0x0FFF;
 constexpr uint16_t kTMP464 = 0x464;
 constexpr uint16_t kTMP468 = 0x468;
 constexpr uint8_t kMostChannels = 8;
-
-constexpr float kStepsPerDegree = 128;
 
 uint8_t channelsOf( uint16_t deviceId ) {
    switch ( deviceId & kPartMask ) {
@@ -77,8 +75,7 @@ pl_status TMP46x::lockRegister() {
 }
 
 pl_status TMP46x::writeLock( uint16_t code, uint16_t expectedState ) {
-   Ham::saveReg( ham(), kLock );
-   pl_status res = ham()->write16( kLock, Utils::byteSwap( code ), false, kRegSize );
+   pl_status res = write16( ham(), kLock, Utils::byteSwap( code ) );
    LUMEN_ASSERT( res == PL_STATUS_OK );
    uint16_t state;
    res = ham()->read16( kLock, &state, kRegSize );
@@ -89,33 +86,23 @@ pl_status TMP46x::writeLock( uint16_t code, uint16_t expectedState ) {
 }
 
 Component::LogicalDevice::TempSensor* TMP46x::newTempSensor( const DriverArgs& args ) {
-   auto channel = static_cast< unsigned >( LUMEN_REQUIRED_INT_ARG( args, "channel" ) );
+   auto channel = static_cast< unsigned >( LUMEN_INT_ARGUMENT( args, "channel" ) );
    LUMEN_ASSERT( channel <= maxChannel_ );
    return new TempSensor( this, static_cast< uint8_t >( channel ) );
 }
 
 pl_status TMP46x::getTemperature( uint8_t channel, float* celsius ) {
    pl_trace( 6, "%s: %02x", __PRETTY_FUNCTION__, channel );
-   return readDegrees( channel, celsius );
+   return read128ths( ham(), channel, celsius );
 }
 
 pl_status TMP46x::setThreshold( uint8_t channel, Threshold threshold, float celsius ) {
    uint8_t reg = getThresholdRegAddr( channel, threshold );
-   Ham::saveReg( ham(), reg );
-   return ham()->write16( reg, temperatureToRegister( celsius ), false, kRegSize );
+   return write16( ham(), reg, temperatureToRegister( celsius ) );
 }
 
 pl_status TMP46x::getThreshold( uint8_t channel, Threshold threshold, float* celsius ) {
-   return readDegrees( getThresholdRegAddr( channel, threshold ), celsius );
-}
-
-pl_status TMP46x::readDegrees( uint8_t reg, float* celsius ) {
-   uint16_t word;
-   if ( pl_status status = ham()->read16( reg, &word, kRegSize ) ) {
-      return status;
-   }
-   *celsius = registerToTemperature( word );
-   return PL_STATUS_OK;
+   return read128ths( ham(), getThresholdRegAddr( channel, threshold ), celsius );
 }
 
 uint8_t TMP46x::getThresholdRegAddr( uint8_t channel, Threshold threshold ) {
@@ -124,12 +111,11 @@ uint8_t TMP46x::getThresholdRegAddr( uint8_t channel, Threshold threshold ) {
 }
 
 float TMP46x::registerToTemperature( uint16_t word ) {
-   return static_cast< int16_t >( Utils::byteSwap( word ) ) / kStepsPerDegree;
+   return degreesFrom128ths( word );
 }
 
 uint16_t TMP46x::temperatureToRegister( float celsius ) {
-   return Utils::byteSwap(
-      static_cast< uint16_t >( Utils::truncate( celsius * kStepsPerDegree ) ) );
+   return degreesTo128ths( celsius );
 }
 
 void TMP46x::TempSensor::alertThresholdIs( float value ) {

@@ -26,17 +26,16 @@ class TMP46x : public Component::HardwareDevice {
    const Utils::ExpectedValues& expectedValues() override;
 
    // While locked, the chip ignores writes of its configuration and limits.
-   pl_status unlockRegister();
-   pl_status lockRegister();
+   [[nodiscard]] pl_status unlockRegister();
+   [[nodiscard]] pl_status lockRegister();
 
-   pl_status getTemperature( uint8_t channel, float* celsius );
-   pl_status setThreshold( uint8_t channel, Threshold threshold, float celsius );
-   pl_status getThreshold( uint8_t channel, Threshold threshold, float* celsius );
+   [[nodiscard]] pl_status getTemperature( uint8_t channel, float* celsius );
+   [[nodiscard]] pl_status setThreshold( uint8_t channel, Threshold threshold, float celsius );
+   [[nodiscard]] pl_status getThreshold( uint8_t channel, Threshold threshold, float* celsius );
 
  private:
-   pl_status getDeviceId( uint16_t* id );
-   pl_status writeLock( uint16_t code, uint16_t expectedState );
-   pl_status readDegrees( uint8_t reg, float* celsius );
+   [[nodiscard]] pl_status getDeviceId( uint16_t* id );
+   [[nodiscard]] pl_status writeLock( uint16_t code, uint16_t expectedState );
 
    uint8_t maxChannel_ = 0;
 };

@@ -1,19 +1,16 @@
 #include "Drivers/TMP75.h"
 
-#include "Ham/Ham.h"
-#include "Ham/SimHam.h"
+#include "Drivers/Degrees.h"
+#include "Drivers/Registers.h"
 #include "Utils/Assert.h"
 
 namespace Drivers {
 
 namespace {
 
-constexpr uint8_t kRegSize = 1;
 constexpr Ham::Ham::Register kTemperature = 0x00;    // 16 bits, high byte first, read only
 constexpr Ham::Ham::Register kConfiguration = 0x01;  // 8 bits
 constexpr uint8_t k11Bits = 0x40;                    // converter resolution
-constexpr int kFractionShift = 13;
-constexpr double kDegreesPerStep = 0.125;
 
 }  // namespace
 
@@ -22,8 +19,7 @@ Component::HardwareDevice* TMP75::create( const FactoryArgs&, Ham::Ham* ) {
 }
 
 void TMP75::init() {
-   Ham::saveReg( ham(), kConfiguration );
-   pl_status status = ham()->write8( kConfiguration, k11Bits, false, kRegSize );
+   pl_status status = write8( ham(), kConfiguration, k11Bits );
    if ( status != PL_STATUS_OK ) {
       pl_trace( 0, "Error: Failed to set converter resolution for TMP75 device" );
    }
@@ -46,10 +42,9 @@ pl_status TMP75::getTemperature( float* celsius ) {
    return PL_STATUS_OK;
 }
 
-// The fraction is positive also below zero: two's complement makes the sum exact.
 float TMP75::registerToTemperature( uint16_t word ) {
-   return static_cast< float >( static_cast< int8_t >( word & 0xFF ) +
-                                ( word >> kFractionShift ) * kDegreesPerStep );
+   return degreesFromEighths( static_cast< int8_t >( word & 0xFF ),
+                              static_cast< uint8_t >( word >> 8 ) );
 }
 
 const Utils::ExpectedValues& TMP75::expectedValues() {

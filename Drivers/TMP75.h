@@ -19,7 +19,7 @@ class TMP75 : public Component::HardwareDevice {
    Component::LogicalDevice::TempSensor* newTempSensor( const DriverArgs& args ) override;
    const Utils::ExpectedValues& expectedValues() override;
 
-   pl_status getTemperature( float* celsius );
+   [[nodiscard]] pl_status getTemperature( float* celsius );
 };
 
 class TMP75::TempSensor : public Component::LogicalDevice::TempSensor {

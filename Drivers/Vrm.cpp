@@ -1,20 +1,20 @@
 #include "Drivers/Vrm.h"
 
-#include "Ham/Ham.h"
+#include "Drivers/Arguments.h"
+#include "Drivers/Registers.h"
 #include "Utils/Assert.h"
 
 namespace Drivers {
 
 namespace {
 
-constexpr uint8_t kRegSize = 1;
 constexpr uint8_t kReadTemperature1 = 0x8D;  // 16 bits, low byte first, read only
 constexpr uint8_t kReadTemperature2 = 0x8E;  // 16 bits, low byte first, read only
 
 }  // namespace
 
 Component::LogicalDevice::TempSensor* Vrm::newTempSensor( const DriverArgs& args ) {
-   auto channel = static_cast< uint8_t >( LUMEN_REQUIRED_INT_ARG( args, "channel" ) );
+   auto channel = static_cast< uint8_t >( LUMEN_INT_ARGUMENT( args, "channel" ) );
    LUMEN_ASSERT( channelIsValid( channel ) );
    pl_trace( 5, "Creating Vrm temperature sensor on channel %d", channel );
    return new TempSensor( this, temperatureCommand( channel ) );

@@ -14,7 +14,7 @@ class Vrm : public Component::HardwareDevice {
    Component::LogicalDevice::TempSensor* newTempSensor( const DriverArgs& args ) override;
 
    // `celsius` is written also on failure.
-   pl_status readTemperature( uint8_t reg, float* celsius );
+   [[nodiscard]] pl_status readTemperature( uint8_t reg, float* celsius );
 
    virtual bool channelIsValid( uint8_t channel ) = 0;
 

@@ -109,34 +109,27 @@ TEST_F( Expander, WritesTheConfigurationOfEveryBankInOneBatch ) {
    EXPECT_EQ( ham.batches, 1 );
    EXPECT_EQ( expander.outputBankAddr( 0xE0 ), 0x00 );
    EXPECT_EQ( expander.configBankAddr( 1 ), 0xFF );
-   ham.failOn( "W8 ff", PL_STATUS_IO_ERROR );
-   EXPECT_EQ( expander.writeConfig( config ), PL_STATUS_IO_ERROR );
    TestExpander empty( 0, 0, 0, 0, 0 );
    empty.hamIs( &ham );
    EXPECT_EQ( empty.writeConfig( nullptr ), PL_STATUS_OK );
-   EXPECT_EQ( ham.batches, 3 );
+   EXPECT_EQ( ham.batches, 2 );
    EXPECT_EQ( empty.save(), PL_STATUS_OK );
-   EXPECT_EQ( ham.batches, 3 );
+   EXPECT_EQ( ham.batches, 2 );
    EXPECT_THAT( traces.lines, ElementsAre( "5 GPIOExpander::save" ) );
 }
 
-TEST_F( Expander, ReportsFailuresAndReadsAgainAfterThem ) {
+TEST_F( Expander, TracesFailuresAndReadsAgainAfterThem ) {
    ham.failOn( "R8", PL_STATUS_FAILURE );
-   byte = 0x77;
    EXPECT_EQ( expander.readBit( 2, 7, &bit ), PL_STATUS_FAILURE );
-   EXPECT_EQ( expander.getOutBank( 1, &byte ), PL_STATUS_FAILURE );
    EXPECT_EQ( expander.writeBit( 1, 0, true ), PL_STATUS_FAILURE );
-   EXPECT_EQ( byte, 0x77 );
    EXPECT_THAT( traces.take(), ElementsAre( "0 Error: status 6 while reading input bank 2",
                                             "5 Error 6: GPIOExpander::readBit( 2, 7 )",
-                                            "0 Error: status 6 while reading output bank 1",
                                             "0 Error: status 6 while reading output bank 1" ) );
    ham.failNothing();
    ham.log.clear();
    EXPECT_EQ( readIn( 2 ), PL_STATUS_OK );
    EXPECT_EQ( expander.writeBit( 1, 0, true ), PL_STATUS_OK );
    ham.failOn( "W8", PL_STATUS_IO_ERROR );
-   traces.take();
    EXPECT_EQ( expander.save(), PL_STATUS_IO_ERROR );
    EXPECT_EQ( traces.lines.back(), "0 Error: status 4 writing to GPIOExpander" );
    EXPECT_EQ( expander.save(), PL_STATUS_OK ) << "a failed change is forgotten";
@@ -144,11 +137,11 @@ TEST_F( Expander, ReportsFailuresAndReadsAgainAfterThem ) {
 }
 
 TEST_F( Expander, BanksAndBitsThatDoNotExistEndTheProcess ) {
-   EXPECT_DEATH( expander.readBit( 0, 8, &bit ), "Drivers/GPIOExpander.cpp.*`bit <= 7'" );
-   EXPECT_DEATH( expander.writeBit( 0, 8, true ), "`bit <= 7'" );
+   EXPECT_DEATH( ( void )expander.readBit( 0, 8, &bit ), "Drivers/GPIOExpander.cpp.*`bit <= 7'" );
+   EXPECT_DEATH( ( void )expander.writeBit( 0, 8, true ), "`bit <= 7'" );
    EXPECT_DEATH( readIn( 3 ), "`n < numBanks_'" );
-   EXPECT_DEATH( expander.getOutBank( 3, &byte ), "`n < numBanks_'" );
-   EXPECT_DEATH( expander.writeBit( 24, true ), "`n < numBanks_'" );
+   EXPECT_DEATH( ( void )expander.getOutBank( 3, &byte ), "`n < numBanks_'" );
+   EXPECT_DEATH( ( void )expander.writeBit( 24, true ), "`n < numBanks_'" );
 }
 
 class PCA9555 : public testing::Test {
@@ -249,11 +242,8 @@ TEST_F( PCA9555, WorksOnASimulationFile ) {
    Tests::TemporaryDirectory directory;
    setenv( "LUMENLIB_SIMDIR", directory.path().c_str(), 1 );
    Ham::SimHam simulation;
-   Drivers::DriverArgs args =
-      Tests::argumentsOf( { { "bank-io-0", "255" }, { "bank-io-1", "0" } } );
-   args.driver = "BoardPCA9555";
-   args.did = 5000;
-   auto device = Component::HardwareDevice::create( args, &simulation );
+   auto device = Tests::createDevice( "BoardPCA9555", simulation,
+                                      { { "bank-io-0", "255" }, { "bank-io-1", "0" } } );
    EXPECT_EQ( gpioOf( device, "1", "4" )->bitClear(), PL_STATUS_OK );
    EXPECT_EQ( gpioOf( device, "0", "7" )->bitClear(), PL_STATUS_OK );
    const std::pair< uint32_t, uint8_t > rows[] = {

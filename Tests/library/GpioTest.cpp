@@ -63,20 +63,6 @@ TEST_F( RegGpio, WithoutReadingWritesTheOtherBitsAsIdle ) {
    EXPECT_THAT( ham.log, ElementsAre( "W8 01=04", "W8 01=fb" ) );
 }
 
-TEST_F( RegGpio, FailuresAreReturnedAndNothingIsWrittenAfterAFailedRead ) {
-   std::unique_ptr< Component::LogicalDevice::Gpio > gpio( device->newGpio( at( "1", "0" ) ) );
-   ham.failOn( "R8", PL_STATUS_FAILURE );
-   EXPECT_EQ( gpio->bitSet(), PL_STATUS_FAILURE );
-   EXPECT_EQ( gpio->bitClear(), PL_STATUS_FAILURE );
-   EXPECT_EQ( gpio->bitRead( &value ), PL_STATUS_FAILURE );
-   EXPECT_EQ( value, 7u );
-   EXPECT_THAT( ham.log, ElementsAre( "R8 01", "R8 01", "R8 01" ) );
-   ham.failNothing();
-   ham.failOn( "W8", PL_STATUS_IO_ERROR );
-   EXPECT_EQ( gpio->bitSet(), PL_STATUS_IO_ERROR );
-   EXPECT_EQ( gpio->bitClear(), PL_STATUS_IO_ERROR );
-}
-
 TEST_F( RegGpio, NeedsRegisterAndPosition ) {
    for ( const char* key : { "register", "bitpos" } ) {
       Drivers::DriverArgs args = at( "1", "1" );

@@ -13,7 +13,7 @@ using DriverArguments = std::map< std::string, std::string >;
 // A driver of the registry on a fake HAM, created the way the library creates it, init() included.
 // Load the registers that init() reads before.
 inline Component::HardwareDevice* createDevice( const std::string& driver,
-                                                FakeHam& ham,
+                                                Ham::Ham& ham,
                                                 const DriverArguments& driverArgs = {} ) {
    static uint32_t nextDid = 1000;
    Drivers::DriverArgs args;

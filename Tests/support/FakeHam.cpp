@@ -47,6 +47,9 @@ pl_status FakeHam::execute() {
    pl_status status = PL_STATUS_OK;
    for ( Transaction& transaction : batch_ ) {
       log.push_back( transaction.line );
+      if ( log.size() == failingStep_ ) {
+         return stepFailure_;
+      }
       for ( const auto& [ prefix, failure ] : failures_ ) {
          if ( transaction.line.starts_with( prefix ) ) {
             status = failure;

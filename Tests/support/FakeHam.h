@@ -23,6 +23,13 @@ class FakeHam : public Ham::Ham {
    }
    void failNothing() { failures_.clear(); }
 
+   // The `step`th transaction from now on fails; whether it did.
+   void failNth( size_t step, pl_status status ) {
+      failingStep_ = log.size() + step;
+      stepFailure_ = status;
+   }
+   bool hasFailed() const { return failingStep_ != 0 && log.size() >= failingStep_; }
+
    std::vector< std::string > log;
    int batches = 0;  // executed, failed ones included
    std::function< void( uint32_t reg ) > afterWrite;
@@ -64,6 +71,8 @@ class FakeHam : public Ham::Ham {
 
    std::map< uint32_t, std::string > registers_;
    std::map< std::string, pl_status > failures_;
+   size_t failingStep_ = 0;  // as the log counts, 0 for none
+   pl_status stepFailure_ = PL_STATUS_OK;
    std::vector< Transaction > batch_;
 };
 

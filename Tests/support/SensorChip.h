@@ -16,7 +16,7 @@ inline DriverArguments channel( const char* text ) {
 }
 
 // A chip on a fake HAM with one temperature sensor, used as the host uses it. A TMP46x identifies
-// itself as a TMP468 and opens its lock.
+// itself as a TMP468 and opens its lock, an IR357x as an IR3570A.
 class SensorChip {
  public:
    explicit SensorChip( const std::string& driver,
@@ -28,6 +28,8 @@ class SensorChip {
             ham.load( reg, "0000" );
          }
       };
+      ham.load( 0x9A, "0124" );
+      ham.load( 0x9B, "0103" );
       load( registers );
       device = createDevice( driver, ham, driverArgs );
       sensor.reset( device->newTempSensor( argumentsOf( driverArgs ) ) );
