@@ -13,7 +13,7 @@
 //    includes no driver's header: the two sides check each other.
 //  - A chip that is a table of registers derives from RegisterChip (see there for an example);
 //    another protocol derives from Chip.
-//  - The file ends with a factory, `std::unique_ptr< Chip > newXT100() { ... }`, which
+//  - The file ends with a factory, `std::unique_ptr< Chip > newTMP75() { ... }`, which
 //    Models.cpp names in its list of factories and in one row of its table.
 //  - Quantities are named in camelCase and set in engineering units: degrees, volts, rpm.
 //

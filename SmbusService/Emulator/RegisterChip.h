@@ -45,7 +45,7 @@ struct Quantity {
 //      { .name = "temperature", .number = 0x00, .step = 1.0 / 256 },
 //   };
 //
-//   std::unique_ptr< Chip > newXT100() {
+//   std::unique_ptr< Chip > newTMP75() {
 //      return std::make_unique< RegisterChip >( ByteOrder::kHighFirst, kRegisters, kQuantities );
 //   }
 //
