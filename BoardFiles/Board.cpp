@@ -4,8 +4,10 @@
 #include <filesystem>
 #include <system_error>
 
-#include "BoardFiles/Check.h"
 #include "BoardFiles/Documents.h"
+#include "BoardFiles/EmulationCheck.h"
+#include "BoardFiles/ObjectCheck.h"
+#include "BoardFiles/TopologyCheck.h"
 
 namespace BoardFiles {
 
@@ -64,23 +66,25 @@ Board loadBoard( const std::string& directory, Emulation emulation ) {
    if ( hasEmulation ) {
       chips = readEmulation( directory, findings );
    }
+   Wiring wiring;
+   AddressCheck addresses( wiring, findings );
    if ( topology.sound ) {
-      Wires wires( findings );
-      TopologyIndex index = checkTopology( topology, wires, findings );
-      if ( objects.sound ) {
-         checkObjects( objects, index, wires, findings );
-      }
-      if ( objects.sound && chips.sound ) {
-         checkEmulation( chips, index, findings );
-      }
-      wires.compareAddresses();
+      checkTopology( topology, wiring, addresses, findings );
    }
+   if ( topology.sound && objects.sound ) {
+      checkObjects( objects, wiring, addresses, findings );
+   }
+   if ( topology.sound && objects.sound && chips.sound ) {
+      checkEmulation( chips, wiring, findings );
+   }
+   addresses.compare();
    if ( !std::ranges::all_of( findings, &Finding::isWarning ) ) {
       throw BoardError( std::move( findings ) );
    }
 
    Board board{ .directory = directory,
                 .topology = std::move( topology.text ),
+                .wiring = std::move( wiring ),
                 .warnings = std::move( findings ),
                 .hasEmulation = hasEmulation };
    for ( const Value& object : objects.json[ "objects" ].GetArray() ) {

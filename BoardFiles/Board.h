@@ -7,6 +7,7 @@
 
 #include "BoardFiles/Finding.h"
 #include "BoardFiles/Kind.h"
+#include "BoardFiles/Wiring.h"
 
 namespace BoardFiles {
 
@@ -23,6 +24,7 @@ struct ObjectSpec {
 struct Board {
    std::string directory;
    std::string topology;  // topology.json as it stands
+   Wiring wiring = {};
    std::vector< ObjectSpec > objects = {};
    std::vector< Finding > warnings = {};
    bool hasEmulation = false;  // emulation.json was looked at

@@ -1,7 +1,5 @@
 #include "BoardFiles/DeviceArguments.h"
 
-#include "BoardFiles/Schema.h"
-
 namespace BoardFiles {
 
 std::optional< uint32_t > addressOf( const Utils::Json::Value& device ) {
@@ -13,9 +11,13 @@ std::optional< uint32_t > addressOf( const Utils::Json::Value& device ) {
    return device[ "address" ][ "address" ].GetUint();
 }
 
+std::string driverOf( const Utils::Json::Value& device ) {
+   auto driver = device.FindMember( "driver" );
+   return driver != device.MemberEnd() && driver->value.IsString() ? driver->value.GetString() : "";
+}
+
 void checkDriverArguments( const Utils::Json::Value& device,
-                           const std::string& pointer,
-                           const std::string& file,
+                           const Place& place,
                            std::vector< Finding >& findings ) {
    auto arguments = device.FindMember( "driverArgs" );
    if ( arguments == device.MemberEnd() || !arguments->value.IsObject() ) {
@@ -24,8 +26,8 @@ void checkDriverArguments( const Utils::Json::Value& device,
    for ( const auto& member : arguments->value.GetObject() ) {
       const Utils::Json::Value& value = member.value;
       if ( value.IsNumber() && !value.IsDouble() && !value.IsInt() && !value.IsUint() ) {
-         findings.push_back( { file,
-                               pointer + "/driverArgs" + pointerToken( member.name.GetString() ),
+         Place argument = place.member( "driverArgs" ).member( member.name.GetString() );
+         findings.push_back( { argument.file, argument.pointer,
                                "must fit 32 bits: drivers get an empty text instead" } );
       }
    }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "BoardFiles/Finding.h"
+#include "BoardFiles/Place.h"
 #include "Utils/Json.h"
 
 namespace BoardFiles {
@@ -13,10 +14,12 @@ namespace BoardFiles {
 // The address at which the driver speaks to the device; nothing when it does not.
 std::optional< uint32_t > addressOf( const Utils::Json::Value& device );
 
+// Empty when it names none.
+std::string driverOf( const Utils::Json::Value& device );
+
 // Driver arguments that reach the driver as something else than what the document says.
 void checkDriverArguments( const Utils::Json::Value& device,
-                           const std::string& pointer,
-                           const std::string& file,
+                           const Place& place,
                            std::vector< Finding >& findings );
 
 }  // namespace BoardFiles

@@ -1,6 +1,5 @@
 #include "BoardFiles/Documents.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -8,6 +7,7 @@
 #include <iterator>
 #include <system_error>
 
+#include "BoardFiles/Place.h"
 #include "BoardFiles/Schema.h"
 #include "BoardFiles/Schemas.h"
 #include "Utils/Text.h"
@@ -57,13 +57,6 @@ std::string wordsFor( const Utils::Json::ParseError& error, const std::string& t
    return hasMark ? "a byte order mark, which JSON does not have" : error.message;
 }
 
-std::string place( const std::string& text, size_t offset ) {
-   auto end = text.begin() + static_cast< ptrdiff_t >( std::min( offset, text.size() ) );
-   auto line = std::count( text.begin(), end, '\n' ) + 1;
-   auto lineStart = std::find( std::make_reverse_iterator( end ), text.rend(), '\n' ).base();
-   return ":" + std::to_string( line ) + ":" + std::to_string( end - lineStart + 1 );
-}
-
 BoardFile readChecked( const std::string& path,
                        const Schema& schema,
                        std::vector< Finding >& findings ) {
@@ -73,12 +66,12 @@ BoardFile readChecked( const std::string& path,
       return file;
    }
    if ( auto bad = findBadByte( file.text ) ) {
-      findings.push_back( { path + place( file.text, bad->first ), "", bad->second } );
+      findings.push_back( { path + lineAndColumn( file.text, bad->first ), "", bad->second } );
       return file;
    }
    if ( auto error = Utils::Json::parse( file.text.c_str(), file.json ) ) {
       findings.push_back(
-         { path + place( file.text, error->offset ), "", wordsFor( *error, file.text ) } );
+         { path + lineAndColumn( file.text, error->offset ), "", wordsFor( *error, file.text ) } );
       return file;
    }
    auto violations = schema.validate( file.json );

@@ -1,8 +1,7 @@
+#include "BoardFiles/ObjectCheck.h"
+
 #include <fmt/format.h>
 
-#include <set>
-
-#include "BoardFiles/Check.h"
 #include "BoardFiles/DeviceArguments.h"
 
 namespace BoardFiles {
@@ -16,10 +15,10 @@ constexpr uint32_t kNoUid = 0xFFFFFFFF;  // stands for no component
 class ObjectCheck {
  public:
    ObjectCheck( const std::string& file,
-                TopologyIndex& topology,
-                Wires& wires,
+                Wiring& wiring,
+                AddressCheck& addresses,
                 std::vector< Finding >& findings )
-       : file_( file ), topology_( topology ), wires_( wires ), findings_( findings ) {}
+       : file_( file ), wiring_( wiring ), addresses_( addresses ), findings_( findings ) {}
 
    void check( const Value& object, const std::string& pointer );
 
@@ -32,8 +31,8 @@ class ObjectCheck {
    }
 
    const std::string& file_;
-   TopologyIndex& topology_;
-   Wires& wires_;
+   Wiring& wiring_;
+   AddressCheck& addresses_;
    std::vector< Finding >& findings_;
    std::map< std::string, std::string > names_;
 };
@@ -72,14 +71,14 @@ void ObjectCheck::checkEndpoint( const Value& object, const std::string& pointer
 void ObjectCheck::checkLabel( const Value& object, const std::string& pointer ) {
    std::string label =
       fmt::format( "{}<0x{:02x}>", object[ "label" ].GetString(), object[ "address" ].GetUint() );
-   auto it = topology_.labels.find( label );
-   if ( it == topology_.labels.end() ) {
+   auto it = wiring_.labels.find( label );
+   if ( it == wiring_.labels.end() ) {
       report( pointer + "/label",
               fmt::format( "no device of the topology has the label \"{}\"", label ) );
       return;
    }
-   const TopologyIndex::Device& device = topology_.devices.at( it->second );
-   if ( !device.declared ) {
+   const Wiring::Device& device = wiring_.devices.at( it->second );
+   if ( !device.isDeclared ) {
       report( pointer + "/label", fmt::format( "device \"{}\" is not declared inline: {} has no "
                                                "\"driver\"",
                                                label, device.pointer ) );
@@ -87,20 +86,22 @@ void ObjectCheck::checkLabel( const Value& object, const std::string& pointer ) 
 }
 
 void ObjectCheck::checkDevice( const Value& device, const std::string& pointer ) {
-   checkDriverArguments( device, pointer, file_, findings_ );
+   checkDriverArguments( device, { file_, pointer }, findings_ );
+   uint32_t did = device[ "did" ].GetUint();
+   auto place = wiring_.devices.find( did );
+   if ( place != wiring_.devices.end() && place->second.driver.empty() ) {
+      place->second.driver = driverOf( device );
+   }
    auto address = addressOf( device );
    if ( !address ) {
       return;
    }
    uint32_t uid = device.HasMember( "uid" ) ? device[ "uid" ].GetUint() : kNoUid;
-   uint32_t did = device[ "did" ].GetUint();
-   if ( uid != kNoUid && !topology_.components.contains( uid ) ) {
+   if ( uid != kNoUid && !wiring_.components.contains( uid ) ) {
       report( pointer + "/uid", fmt::format( "component {} is not in the topology", uid ) );
    }
-   auto place = topology_.devices.find( did );
-   if ( place != topology_.devices.end() ) {
-      place->second.addressed = true;
-      wires_.addDevice( place->second.wire, did, *address, { file_, pointer } );
+   if ( place != wiring_.devices.end() ) {
+      addresses_.give( did, *address, { file_, pointer } );
    } else if ( uid == kNoUid ) {
       report( pointer + "/did", fmt::format( "device {} is not in the topology", did ) );
    }
@@ -109,39 +110,13 @@ void ObjectCheck::checkDevice( const Value& device, const std::string& pointer )
 }  // namespace
 
 void checkObjects( const BoardFile& objects,
-                   TopologyIndex& topology,
-                   Wires& wires,
+                   Wiring& wiring,
+                   AddressCheck& addresses,
                    std::vector< Finding >& findings ) {
-   ObjectCheck check( objects.path, topology, wires, findings );
+   ObjectCheck check( objects.path, wiring, addresses, findings );
    size_t position = 0;
    for ( const Value& object : objects.json[ "objects" ].GetArray() ) {
       check.check( object, fmt::format( "/objects/{}", position++ ) );
-   }
-}
-
-void checkEmulation( const BoardFile& emulation,
-                     const TopologyIndex& topology,
-                     std::vector< Finding >& findings ) {
-   std::map< uint32_t, std::string > seen;
-   size_t position = 0;
-   for ( const Value& chip : emulation.json[ "chips" ].GetArray() ) {
-      std::string pointer = fmt::format( "/chips/{}", position++ );
-      uint32_t did = chip[ "did" ].GetUint();
-      auto [ it, isNew ] = seen.insert( { did, pointer } );
-      if ( !isNew ) {
-         findings.push_back( { emulation.path, pointer + "/did",
-                               fmt::format( "{} is already the did of {}", did, it->second ) } );
-      }
-      auto device = topology.devices.find( did );
-      if ( device == topology.devices.end() ) {
-         findings.push_back( { emulation.path, pointer + "/did",
-                               fmt::format( "device {} is not in the topology", did ) } );
-      } else if ( !device->second.addressed ) {
-         findings.push_back(
-            { emulation.path, pointer + "/did",
-              fmt::format( "nobody gives device {} an address: {} has no \"driver\"", did,
-                           device->second.pointer ) } );
-      }
    }
 }
 

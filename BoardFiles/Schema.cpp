@@ -7,6 +7,7 @@
 #include <map>
 #include <string_view>
 
+#include "BoardFiles/Place.h"
 #include "BoardFiles/SchemaProblem.h"
 
 namespace BoardFiles {
@@ -78,18 +79,6 @@ Value& definitionsOf( Document& schema ) {
 }
 
 }  // namespace
-
-std::string pointerToken( const std::string& name ) {
-   std::string token = "/";
-   for ( char c : name ) {
-      if ( c == '~' || c == '/' ) {
-         token += c == '~' ? "~0" : "~1";
-      } else {
-         token += c;
-      }
-   }
-   return token;
-}
 
 // The verdict on a value and each of its parts is RapidJSON's, which stops at the first fault; this
 // walks value and schema together and asks again for each part.

@@ -16,9 +16,6 @@ struct Violation {
    std::string problem;
 };
 
-// A part of a JSON pointer, with its '~' and '/' escaped.
-std::string pointerToken( const std::string& name );
-
 class Schema {
  public:
    struct File {

@@ -1,8 +1,12 @@
-#include <set>
+#include "BoardFiles/TopologyCheck.h"
 
-#include "BoardFiles/Check.h"
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+#include <tuple>
+
 #include "BoardFiles/DeviceArguments.h"
-#include "BoardFiles/Schema.h"
 
 namespace BoardFiles {
 
@@ -10,47 +14,61 @@ namespace {
 
 using Utils::Json::Value;
 
+std::string labelOf( const Value& node ) {
+   auto member = node.FindMember( "label" );
+   return member == node.MemberEnd() ? "" : member->value.GetString();
+}
+
 // Walks the tree once, remembers where everything is, and reports what is there twice.
 class TopologyWalk {
  public:
-   TopologyWalk( const std::string& file, Wires& wires, std::vector< Finding >& findings )
-       : file_( file ), wires_( wires ), findings_( findings ) {}
+   TopologyWalk( const std::string& file,
+                 Wiring& wiring,
+                 AddressCheck& addresses,
+                 std::vector< Finding >& findings )
+       : file_( file ), wiring_( wiring ), addresses_( addresses ), findings_( findings ) {}
 
-   void walk( const Value& mediums );
+   void walk( const Value& media );
    void checkMuxes();
 
-   TopologyIndex index;
-
  private:
-   using Seen = std::map< int64_t, std::string >;
+   using Seen = std::map< int64_t, std::string >;  // number to pointer
 
    template < typename Visit >
    void forEach( const Value& node, const char* key, const std::string& pointer, Visit visit );
 
    void medium( const Value& node, const std::string& pointer );
-   void accelerators( const Value& node, Wires::Adapter adapter, const std::string& pointer );
-   void busses( const Value& node, Wires::Adapter adapter, const std::string& pointer );
-   void channels( const Value& node, uint32_t chip, size_t above, const std::string& pointer );
-   void bus( const Value& node, size_t wire, const std::string& pointer );
-   void devices( const Value& node, size_t wire, const std::string& pointer );
-   void mux( const Value& node, size_t wire, const std::string& pointer );
-   void device( const Value& node, size_t wire, const std::string& pointer );
+   void accelerators( const Value& node, Wiring::Adapter adapter, const std::string& pointer );
+   void busses( const Value& node, Wiring::Adapter adapter, const std::string& pointer );
+   void bus( const Value& node, size_t index, const std::string& pointer );
+   void devices( const Value& node, size_t bus, const std::string& pointer );
+   void device( const Value& node, size_t bus, const std::string& pointer );
+   void mux( const Value& node, size_t bus, const std::string& pointer );
+   size_t busAt( const Wiring::Adapter& adapter, const Value& node, const std::string& pointer );
+   size_t busBehind( const Wiring::Bus& channel );
+
+   void label( const Value& node, const std::string& pointer );
+   template < typename Number >
+   bool unique( std::map< Number, std::string >& seen,
+                const Value& node,
+                const char* key,
+                const std::string& pointer );
    void inRange(
       const Value& node, int low, int high, const char* why, const std::string& pointer );
-   void label( const Value& node, const std::string& pointer );
-   bool unique( Seen& seen, const Value& node, const char* key, const std::string& pointer );
    bool reachesItself( uint32_t did, uint32_t through, std::set< uint32_t >& visited ) const;
    void report( const std::string& pointer, const std::string& problem ) {
       findings_.push_back( { file_, pointer, problem } );
    }
 
    const std::string& file_;
-   Wires& wires_;
+   Wiring& wiring_;
+   AddressCheck& addresses_;
    std::vector< Finding >& findings_;
-   std::vector< uint32_t > path_;  // mux chips above the node that is visited
-   Seen dids_, uids_;
+   std::map< std::tuple< Smbus::MasterType, uint32_t, uint32_t, uint32_t >, size_t > atAdapters_;
+   std::map< std::pair< uint32_t, uint32_t >, size_t > behindMuxes_;
+   std::map< uint32_t, std::string > dids_;  // to pointers, as the next
    std::map< std::string, std::string > labels_;
-   std::vector< std::pair< uint32_t, std::string > > muxes_;  // chip and node
+   std::vector< std::pair< uint32_t, std::string > > muxes_;  // chip and pointer
 };
 
 template < typename Visit >
@@ -64,14 +82,14 @@ void TopologyWalk::forEach( const Value& node,
    }
    size_t position = 0;
    for ( const Value& child : member->value.GetArray() ) {
-      visit( child, pointer + "/" + key + "/" + std::to_string( position++ ) );
+      visit( child, fmt::format( "{}/{}/{}", pointer, key, position++ ) );
    }
 }
 
-void TopologyWalk::walk( const Value& mediums ) {
+void TopologyWalk::walk( const Value& media ) {
    size_t position = 0;
-   for ( const Value& child : mediums.GetArray() ) {
-      std::string pointer = "/" + std::to_string( position++ );
+   for ( const Value& child : media.GetArray() ) {
+      std::string pointer = fmt::format( "/{}", position++ );
       label( child, pointer );
       medium( child, pointer );
    }
@@ -79,26 +97,34 @@ void TopologyWalk::walk( const Value& mediums ) {
 
 // What the type does not have, nobody reads.
 void TopologyWalk::medium( const Value& node, const std::string& pointer ) {
-   std::string type = node[ "type" ].GetString();
-   if ( type == "SCD" ) {
-      accelerators( node, { .master = type, .pci = node[ "pci" ].GetUint() }, pointer );
-   } else if ( type == "Celestica" ) {
-      accelerators( node, { .master = type }, pointer );
-   } else if ( type == "FbDomFpga" ) {
-      busses( node, { .master = type, .pci = node[ "pci" ].GetUint() }, pointer );
-   } else if ( type == "LinuxFs" ) {
-      devices( node, Wires::kNone, pointer );
-   } else {
-      bool simulated =
-         type == "I2C" && node.HasMember( "simulated" ) && node[ "simulated" ].GetBool();
-      bus( node,
-           wires_.atAdapter( { .master = simulated ? "simulated" : type }, { file_, pointer } ),
-           pointer );
+   std::string_view type = node[ "type" ].GetString();
+   const Media::Medium& medium = *std::ranges::find( Media::kAll, type, &Media::Medium::type );
+   Wiring::Adapter adapter{ .master = medium.master,
+                            .pci = medium.hasPci ? node[ "pci" ].GetUint() : 0,
+                            .label = labelOf( node ),
+                            .pointer = pointer,
+                            .medium = medium };
+   switch ( medium.shape ) {
+      case Media::Shape::Accelerators:
+         accelerators( node, adapter, pointer );
+         break;
+      case Media::Shape::Busses:
+         busses( node, adapter, pointer );
+         break;
+      case Media::Shape::Devices:
+         devices( node, Wiring::kNone, pointer );
+         break;
+      case Media::Shape::Bus:
+         if ( medium.master == Smbus::MASTER_I2C && node.HasMember( "simulated" ) &&
+              node[ "simulated" ].GetBool() ) {
+            adapter.master = Smbus::MASTER_SIMULATED;
+         }
+         bus( node, busAt( adapter, node, pointer ), pointer );
    }
 }
 
 void TopologyWalk::accelerators( const Value& node,
-                                 Wires::Adapter adapter,
+                                 Wiring::Adapter adapter,
                                  const std::string& pointer ) {
    Seen ids;
    forEach( node, "accelerators", pointer, [ & ]( const Value& child, const auto& place ) {
@@ -109,92 +135,127 @@ void TopologyWalk::accelerators( const Value& node,
    } );
 }
 
-void TopologyWalk::busses( const Value& node, Wires::Adapter adapter, const std::string& pointer ) {
+void TopologyWalk::busses( const Value& node,
+                           Wiring::Adapter adapter,
+                           const std::string& pointer ) {
    Seen ids;
    forEach( node, "busses", pointer, [ & ]( const Value& child, const auto& place ) {
       bool isNew = unique( ids, child, "id", place );
       inRange( child, 0, 127, "the number of a bus travels in 7 bits", place );
       label( child, place );
-      adapter.bus = child[ "id" ].GetInt();
-      bus( child, isNew ? wires_.atAdapter( adapter, { file_, place } ) : Wires::kNone, place );
+      adapter.bus = static_cast< uint32_t >( child[ "id" ].GetInt() );
+      adapter.pointer = place;
+      bus( child, isNew ? busAt( adapter, child, place ) : Wiring::kNone, place );
    } );
 }
 
-void TopologyWalk::channels( const Value& node,
-                             uint32_t chip,
-                             size_t above,
-                             const std::string& pointer ) {
+void TopologyWalk::bus( const Value& node, size_t index, const std::string& pointer ) {
+   devices( node, index, pointer );
+   forEach( node, "muxes", pointer,
+            [ & ]( const Value& child, const auto& place ) { mux( child, index, place ); } );
+}
+
+void TopologyWalk::devices( const Value& node, size_t bus, const std::string& pointer ) {
+   forEach( node, "devices", pointer,
+            [ & ]( const Value& child, const auto& place ) { device( child, bus, place ); } );
+}
+
+void TopologyWalk::device( const Value& node, size_t bus, const std::string& pointer ) {
+   uint32_t did = node[ "did" ].GetUint();
+   bool isDeclared = node.HasMember( "driver" );
+   if ( unique( dids_, node, "did", pointer ) ) {
+      wiring_.devices[ did ] = { .bus = bus,
+                                 .address = {},
+                                 .driver = isDeclared ? driverOf( node ) : "",
+                                 .label = labelOf( node ),
+                                 .pointer = pointer,
+                                 .isDeclared = isDeclared,
+                                 .addressPlace = {} };
+   }
+   label( node, pointer );
+   if ( node.HasMember( "label" ) ) {
+      wiring_.labels[ labelOf( node ) ] = did;
+   }
+   if ( isDeclared ) {
+      checkDriverArguments( node, { file_, pointer }, findings_ );
+      if ( auto address = addressOf( node ) ) {
+         addresses_.give( did, *address, { file_, pointer } );
+      }
+   }
+   forEach( node, "components", pointer, [ & ]( const Value& child, const auto& place ) {
+      unique( wiring_.components, child, "uid", place );
+      label( child, place );
+   } );
+}
+
+// The busses of a mux are its channels.
+void TopologyWalk::mux( const Value& node, size_t above, const std::string& pointer ) {
+   uint32_t chip = node[ "did" ].GetUint();
+   label( node, pointer );
+   muxes_.emplace_back( chip, pointer );
    Seen ids;
    forEach( node, "busses", pointer, [ & ]( const Value& child, const auto& place ) {
       unique( ids, child, "id", place );
       inRange( child, 1, 255, "it is the byte that opens the channel", place );
       label( child, place );
-      bus( child, wires_.behindMux( chip, child[ "id" ].GetInt(), above ), place );
+      bus( child,
+           busBehind( { .adapter = above == Wiring::kNone ? above : wiring_.busses[ above ].adapter,
+                        .above = above,
+                        .mux = chip,
+                        .channel = static_cast< uint32_t >( child[ "id" ].GetInt() ),
+                        .label = labelOf( child ),
+                        .pointer = place } ),
+           place );
    } );
 }
 
-void TopologyWalk::bus( const Value& node, size_t wire, const std::string& pointer ) {
-   devices( node, wire, pointer );
-   forEach( node, "muxes", pointer,
-            [ & ]( const Value& child, const auto& place ) { mux( child, wire, place ); } );
-}
-
-void TopologyWalk::devices( const Value& node, size_t wire, const std::string& pointer ) {
-   forEach( node, "devices", pointer,
-            [ & ]( const Value& child, const auto& place ) { device( child, wire, place ); } );
-}
-
-void TopologyWalk::mux( const Value& node, size_t wire, const std::string& pointer ) {
-   uint32_t chip = node[ "did" ].GetUint();
-   label( node, pointer );
-   muxes_.emplace_back( chip, pointer );
-   path_.push_back( chip );
-   channels( node, chip, wire, pointer );
-   path_.pop_back();
-}
-
-void TopologyWalk::device( const Value& node, size_t wire, const std::string& pointer ) {
-   uint32_t did = node[ "did" ].GetUint();
-   unique( dids_, node, "did", pointer );
-   label( node, pointer );
-   bool declared = node.HasMember( "driver" );
-   index.devices.insert( { did, { pointer, declared, declared, path_, wire } } );
-   if ( node.HasMember( "label" ) ) {
-      index.labels[ node[ "label" ].GetString() ] = did;
+size_t TopologyWalk::busAt( const Wiring::Adapter& adapter,
+                            const Value& node,
+                            const std::string& pointer ) {
+   auto [ entry, isNew ] =
+      atAdapters_.insert( { { adapter.master, adapter.pci, adapter.accelerator, adapter.bus },
+                            wiring_.busses.size() } );
+   if ( isNew ) {
+      wiring_.busses.push_back(
+         { .adapter = wiring_.adapters.size(), .label = labelOf( node ), .pointer = pointer } );
+      wiring_.adapters.push_back( adapter );
+   } else {
+      findings_.push_back(
+         { file_, pointer,
+           "requests cannot tell it from " + wiring_.busses[ entry->second ].pointer, true } );
    }
-   if ( declared ) {
-      checkDriverArguments( node, pointer, file_, findings_ );
-      if ( auto address = addressOf( node ) ) {
-         wires_.addDevice( wire, did, *address, { file_, pointer } );
-      }
+   return entry->second;
+}
+
+size_t TopologyWalk::busBehind( const Wiring::Bus& channel ) {
+   auto [ entry, isNew ] =
+      behindMuxes_.insert( { { channel.mux, channel.channel }, wiring_.busses.size() } );
+   if ( isNew ) {
+      wiring_.busses.push_back( channel );
    }
-   forEach( node, "components", pointer, [ & ]( const Value& child, const auto& place ) {
-      unique( uids_, child, "uid", place );
-      label( child, place );
-      index.components.insert( { child[ "uid" ].GetUint(), place } );
-   } );
+   return entry->second;
 }
 
 void TopologyWalk::label( const Value& node, const std::string& pointer ) {
-   auto member = node.FindMember( "label" );
-   if ( member == node.MemberEnd() ) {
+   if ( !node.HasMember( "label" ) ) {
       return;
    }
-   auto [ it, isNew ] = labels_.insert( { member->value.GetString(), pointer } );
+   auto [ it, isNew ] = labels_.insert( { labelOf( node ), pointer } );
    if ( !isNew ) {
-      report( pointer + "/label", "\"" + it->first + "\" is already the label of " + it->second );
+      report( pointer + "/label",
+              fmt::format( "\"{}\" is already the label of {}", it->first, it->second ) );
    }
 }
 
-bool TopologyWalk::unique( Seen& seen,
+template < typename Number >
+bool TopologyWalk::unique( std::map< Number, std::string >& seen,
                            const Value& node,
                            const char* key,
                            const std::string& pointer ) {
-   int64_t id = node[ key ].GetInt64();
-   auto [ it, isNew ] = seen.insert( { id, pointer } );
+   auto [ it, isNew ] = seen.insert( { static_cast< Number >( node[ key ].GetInt64() ), pointer } );
    if ( !isNew ) {
-      report( pointer + "/" + key,
-              std::to_string( id ) + " is already the " + key + " of " + it->second );
+      report( fmt::format( "{}/{}", pointer, key ),
+              fmt::format( "{} is already the {} of {}", it->first, key, it->second ) );
    }
    return isNew;
 }
@@ -203,8 +264,7 @@ void TopologyWalk::inRange(
    const Value& node, int low, int high, const char* why, const std::string& pointer ) {
    int id = node[ "id" ].GetInt();
    if ( id < low || id > high ) {
-      report( pointer + "/id",
-              "must be " + std::to_string( low ) + " to " + std::to_string( high ) + ": " + why );
+      report( pointer + "/id", fmt::format( "must be {} to {}: {}", low, high, why ) );
    }
 }
 
@@ -212,12 +272,12 @@ void TopologyWalk::inRange(
 bool TopologyWalk::reachesItself( uint32_t did,
                                   uint32_t through,
                                   std::set< uint32_t >& visited ) const {
-   auto it = index.devices.find( through );
-   if ( it == index.devices.end() || !visited.insert( through ).second ) {
+   auto device = wiring_.devices.find( through );
+   if ( device == wiring_.devices.end() || !visited.insert( through ).second ) {
       return false;
    }
-   for ( uint32_t above : it->second.muxes ) {
-      if ( above == did || reachesItself( did, above, visited ) ) {
+   for ( uint32_t mux : wiring_.muxesAbove( device->second.bus ) ) {
+      if ( mux == did || reachesItself( did, mux, visited ) ) {
          return true;
       }
    }
@@ -226,29 +286,32 @@ bool TopologyWalk::reachesItself( uint32_t did,
 
 void TopologyWalk::checkMuxes() {
    for ( const auto& [ did, pointer ] : muxes_ ) {
-      auto chip = index.devices.find( did );
-      std::string name = "mux chip " + std::to_string( did );
+      auto chip = wiring_.devices.find( did );
       std::set< uint32_t > visited;
-      if ( chip == index.devices.end() ) {
-         report( pointer + "/did", name + " is no device of the topology" );
-      } else if ( !chip->second.declared ) {
-         report( pointer + "/did",
-                 name + " is not declared inline: " + chip->second.pointer + " has no \"driver\"" );
+      std::string problem;
+      if ( chip == wiring_.devices.end() ) {
+         problem = "is no device of the topology";
+      } else if ( !chip->second.isDeclared ) {
+         problem =
+            fmt::format( "is not declared inline: {} has no \"driver\"", chip->second.pointer );
       } else if ( reachesItself( did, did, visited ) ) {
-         report( pointer + "/did", name + " is reached through itself" );
+         problem = "is reached through itself";
+      } else {
+         continue;
       }
+      report( pointer + "/did", fmt::format( "mux chip {} {}", did, problem ) );
    }
 }
 
 }  // namespace
 
-TopologyIndex checkTopology( const BoardFile& topology,
-                             Wires& wires,
-                             std::vector< Finding >& findings ) {
-   TopologyWalk walk( topology.path, wires, findings );
+void checkTopology( const BoardFile& topology,
+                    Wiring& wiring,
+                    AddressCheck& addresses,
+                    std::vector< Finding >& findings ) {
+   TopologyWalk walk( topology.path, wiring, addresses, findings );
    walk.walk( topology.json );
    walk.checkMuxes();
-   return std::move( walk.index );
 }
 
 }  // namespace BoardFiles

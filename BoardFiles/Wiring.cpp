@@ -1,0 +1,42 @@
+#include "BoardFiles/Wiring.h"
+
+#include <fmt/format.h>
+
+namespace BoardFiles {
+
+namespace {
+
+std::string nameOfAdapter( const Wiring::Adapter& adapter ) {
+   std::string name = adapter.label.empty() ? std::string( adapter.medium.type ) : adapter.label;
+   if ( adapter.medium.shape == Media::Shape::Bus ) {
+      return name;
+   }
+   if ( adapter.accelerator ) {
+      name += fmt::format( " accelerator {}", adapter.accelerator );
+   }
+   return name + fmt::format( " bus {}", adapter.bus );
+}
+
+}  // namespace
+
+std::vector< uint32_t > Wiring::muxesAbove( size_t bus ) const {
+   std::vector< uint32_t > muxes;
+   for ( size_t i = bus; i != kNone && busses[ i ].above != kNone; i = busses[ i ].above ) {
+      muxes.push_back( busses[ i ].mux );
+   }
+   return muxes;
+}
+
+std::string Wiring::nameOf( size_t bus ) const {
+   if ( bus == kNone ) {
+      return "no bus";
+   }
+   for ( size_t i = bus; i != kNone; i = busses[ i ].above ) {
+      if ( !busses[ i ].label.empty() ) {
+         return busses[ i ].label;
+      }
+   }
+   return nameOfAdapter( adapters[ busses[ bus ].adapter ] );
+}
+
+}  // namespace BoardFiles
