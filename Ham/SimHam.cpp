@@ -22,6 +22,7 @@ constexpr mode_t kDirectoryMode = 0755;
 constexpr mode_t kFileMode = 0644;
 constexpr char kNumberFill = 'f';
 constexpr char kBytesFill = '\xFF';
+constexpr const char* kNotMapped = "mm != ((void *) -1)";  // said of every unusable file
 
 const std::string& simulationDirectory() {
    static const std::string directory = [] {
@@ -31,16 +32,19 @@ const std::string& simulationDirectory() {
    return directory;
 }
 
-// A file under a record lock on the whole of it, released and closed at the end of the scope.
+// A file under a record lock on the whole of it, waited for, and released with the file's closing
+// at the end of the scope.
 class LockedFile {
  public:
-   LockedFile( const std::string& name, int flags, short lockType )
-       : fd_( open( name.c_str(), flags | O_CLOEXEC, kFileMode ) ) {
-      lock( lockType );
+   LockedFile( int fd, short lockType ) : fd_( fd ) {
+      struct flock whole {};
+      whole.l_type = lockType;
+      whole.l_whence = SEEK_SET;
+      while ( fd_ >= 0 && fcntl( fd_, F_SETLKW, &whole ) < 0 && errno == EINTR ) {
+      }
    }
    ~LockedFile() {
       if ( fd_ >= 0 ) {
-         lock( F_UNLCK );
          close( fd_ );
       }
    }
@@ -53,7 +57,7 @@ class LockedFile {
    std::string read( size_t offset, size_t length ) const {
       std::string bytes( length, '\0' );
       ssize_t count = pread( fd_, bytes.data(), length, static_cast< off_t >( offset ) );
-      LUMEN_ASSERT_TEXT( count >= 0, "mm != ((void *) -1)" );
+      LUMEN_ASSERT_TEXT( count >= 0, kNotMapped );
       bytes.resize( static_cast< size_t >( count ) );
       return bytes;
    }
@@ -63,28 +67,33 @@ class LockedFile {
              static_cast< ssize_t >( bytes.size() );
    }
 
-   size_t size() const {
-      struct stat status {};
-      return fstat( fd_, &status ) == 0 ? static_cast< size_t >( status.st_size ) : 0;
-   }
-
    bool truncate() const { return ftruncate( fd_, 0 ) == 0; }
 
  private:
-   void lock( short type ) const {
-      struct flock whole {};
-      whole.l_type = type;
-      whole.l_whence = SEEK_SET;
-      while ( fd_ >= 0 && fcntl( fd_, F_SETLKW, &whole ) < 0 && errno == EINTR ) {
-      }
-   }
-
    int fd_;
 };
 
-// False with errno.
+LockedFile openLocked( const std::string& name, int flags, short lockType ) {
+   return LockedFile( open( name.c_str(), flags | O_CLOEXEC, kFileMode ), lockType );
+}
+
+// Makes the directory, if it is not there, for every process that shares the files.
+void createDirectory( const std::string& name ) {
+   if ( mkdir( name.c_str(), kDirectoryMode ) == 0 ) {
+      chmod( name.c_str(), kDirectoryMode );
+   }
+}
+
+// Empties the file only once nobody else holds its lock. False with errno.
 bool createFile( const std::string& name, const std::string& content ) {
-   LockedFile file( name, O_RDWR | O_CREAT, F_WRLCK );
+   constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC;
+   int fd = open( name.c_str(), kFlags | O_EXCL, kFileMode );
+   if ( fd >= 0 ) {
+      fchmod( fd, kFileMode );
+   } else {
+      fd = open( name.c_str(), kFlags, kFileMode );
+   }
+   LockedFile file( fd, F_WRLCK );
    return file.isOpen() && file.truncate() && file.write( 0, content );
 }
 
@@ -118,10 +127,6 @@ pl_status SimHam::execute() {
    return !simFileExists_ || isAddrSimulated() ? PL_STATUS_OK : PL_STATUS_IO_ERROR;
 }
 
-void SimHam::saveReg( uint32_t reg ) {
-   currentReg = reg;
-}
-
 bool SimHam::isAddrSimulated() const {
    return expected && expected->contains( currentReg );
 }
@@ -129,31 +134,6 @@ bool SimHam::isAddrSimulated() const {
 bool SimHam::isServed() const {
    return simFileExists_ && isAddrSimulated();
 }
-
-Ham::ResponseId SimHam::addRecvByte() {
-   return 0;
-}
-Ham::ResponseId SimHam::addRead8( Register reg, uint8_t ) {
-   saveReg( reg );
-   return 0;
-}
-Ham::ResponseId SimHam::addRead16( Register reg, uint8_t ) {
-   saveReg( reg );
-   return 0;
-}
-Ham::ResponseId SimHam::addRead( Register reg, uint32_t, bool, uint8_t ) {
-   saveReg( reg );
-   return 0;
-}
-Ham::ResponseId SimHam::addReadBlock( Register reg, uint8_t ) {
-   saveReg( reg );
-   return 0;
-}
-Ham::ResponseId SimHam::addProcessCall( Register reg, uint16_t, uint8_t ) {
-   saveReg( reg );
-   return 0;
-}
-void SimHam::addSendByte( uint8_t, bool ) {}
 
 void SimHam::addWrite8( Register, uint8_t value, bool, uint8_t ) {
    writeNumber( value, 1 );
@@ -227,15 +207,12 @@ void SimHam::setExpected( const Utils::ExpectedValues* map ) {
 
 void SimHam::createSimFile() {
    LUMEN_ASSERT( !simFileName_.empty() );
-   mkdir( simulationDirectory().c_str(), kDirectoryMode );  // may well exist
-
+   createDirectory( simulationDirectory() );
    std::string text;
    for ( const auto& [ reg, val ] : *expected ) {
       offsets[ reg ] = text.size();
       text += entryText( val );
    }
-   fileSize = static_cast< uint32_t >( text.size() );
-
    // A file that is not there is met by the first access.
    simFileExists_ = true;
    if ( createFile( simFileName_, text + '\n' ) ) {
@@ -254,8 +231,8 @@ std::string SimHam::readFromFile( size_t length ) const {
    char fill = val.isNumeric ? kNumberFill : kBytesFill;
    std::string text( length - available, fill );
    {
-      LockedFile file( simFileName_, O_RDONLY, F_RDLCK );
-      LUMEN_ASSERT_TEXT( file.isOpen(), "mm != ((void *) -1)" );
+      LockedFile file = openLocked( simFileName_, O_RDONLY, F_RDLCK );
+      LUMEN_ASSERT_TEXT( file.isOpen(), kNotMapped );
       text += file.read( offsets.at( currentReg ), available );
    }
    text.resize( length, fill );
@@ -263,14 +240,18 @@ std::string SimHam::readFromFile( size_t length ) const {
    return text;
 }
 
+// What is not all in the file, because someone cut it short, is not written.
 void SimHam::writeToFile( const std::string& value ) const {
    LUMEN_ASSERT( simFileExists_ );
    LUMEN_ASSERT( isAddrSimulated() );
+   size_t length = entryLength( expected->at( currentReg ) );
+   size_t offset = offsets.at( currentReg );
    bool isWritten = false;
    {
-      LockedFile file( simFileName_, O_RDWR, F_WRLCK );
-      LUMEN_ASSERT_TEXT( file.isOpen(), "mm != ((void *) -1)" );
-      isWritten = file.size() >= fileSize && file.write( offsets.at( currentReg ), value );
+      LockedFile file = openLocked( simFileName_, O_RDWR, F_WRLCK );
+      LUMEN_ASSERT_TEXT( file.isOpen(), kNotMapped );
+      isWritten = file.read( offset, length ).size() == length &&
+                  file.write( offset, value.substr( 0, length ) );
    }
    if ( isWritten ) {
       pl_trace( 5, "%s - Wrote %s to register 0x%x", simFileName_.c_str(), value.c_str(),

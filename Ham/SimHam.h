@@ -19,15 +19,15 @@ class SimHam : public Ham {
 
    void prepare() override {}
    // PL_STATUS_IO_ERROR when the current register has no expected value, once there is a file.
-   pl_status execute() override;
+   [[nodiscard]] pl_status execute() override;
 
-   ResponseId addRecvByte() override;
-   ResponseId addRead8( Register reg, uint8_t regSize ) override;
-   ResponseId addRead16( Register reg, uint8_t regSize ) override;
-   ResponseId addRead( Register reg, uint32_t length, bool flag, uint8_t regSize ) override;
-   ResponseId addReadBlock( Register reg, uint8_t regSize ) override;
-   ResponseId addProcessCall( Register reg, uint16_t value, uint8_t regSize ) override;
-   void addSendByte( uint8_t value, bool flag ) override;
+   ResponseId addRecvByte() override { return kOnlyId; }
+   ResponseId addRead8( Register reg, uint8_t ) override { return current( reg ); }
+   ResponseId addRead16( Register reg, uint8_t ) override { return current( reg ); }
+   ResponseId addRead( Register reg, uint32_t, bool, uint8_t ) override { return current( reg ); }
+   ResponseId addReadBlock( Register reg, uint8_t ) override { return current( reg ); }
+   ResponseId addProcessCall( Register reg, uint16_t, uint8_t ) override { return current( reg ); }
+   void addSendByte( uint8_t, bool ) override {}
    void addWrite8( Register reg, uint8_t value, bool flag, uint8_t regSize ) override;
    void addWrite16( Register reg, uint16_t value, bool flag, uint8_t regSize ) override;
    void addWrite(
@@ -45,10 +45,16 @@ class SimHam : public Ham {
    void setDriverName( std::string driverName, std::string qualifier ) override;
    void setExpected( const Utils::ExpectedValues* map ) override;
 
-   void saveReg( uint32_t reg );
+   void saveReg( uint32_t reg ) { currentReg = reg; }
    bool isAddrSimulated() const;
 
  private:
+   static constexpr ResponseId kOnlyId = 0;  // no getter looks at it
+
+   ResponseId current( Register reg ) {
+      saveReg( reg );
+      return kOnlyId;
+   }
    void createSimFile();
    bool isServed() const;
    std::string readFromFile( size_t length ) const;
@@ -63,7 +69,6 @@ class SimHam : public Ham {
    std::string qualifier_;
    uint32_t currentReg = 0;
    bool simFileExists_ = false;
-   uint32_t fileSize = 0;  // of the entries, without the final newline
    std::string simFileName_;
 };
 
