@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-#include "Topology/Topology.h"
+#include "Topology/HamAddress.h"
 #include "Utils/Assert.h"
 #include "Utils/Lasting.h"
 #include "pl.h"

@@ -14,11 +14,7 @@ Ham* createHam( const Drivers::DriverArgs& args ) {
    LUMEN_ASSERT( topology );
    pl_trace( 0, "looking for component %u of device %u in topology", args.uid, args.did );
    SearchVisitor visitor( args.uid, args.did );
-   if ( args.uid == Drivers::DriverArgs::kNoUid ) {
-      topology->acceptFromDevice( args.did, &visitor );
-   } else {
-      topology->acceptFromComponent( args.uid, &visitor );
-   }
+   topology->acceptFor( args.uid, args.did, &visitor );
    if ( !visitor.found ) {
       pl_trace( 0, "could not find component uid %d in topology",
                 static_cast< int32_t >( args.uid ) );

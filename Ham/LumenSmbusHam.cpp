@@ -36,11 +36,7 @@ class MuxInProgress {
 
 Ham* LumenSmbusHam::create( const Topology::Topology& topology, const Drivers::DriverArgs& args ) {
    LumenSmbusDriverVisitor visitor( args );
-   if ( args.uid == Drivers::DriverArgs::kNoUid ) {
-      topology.acceptFromDevice( args.did, &visitor );
-   } else {
-      topology.acceptFromComponent( args.uid, &visitor );
-   }
+   topology.acceptFor( args.uid, args.did, &visitor );
    return visitor.ham;
 }
 

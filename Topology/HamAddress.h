@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "Utils/Json.h"
+
 // Address of a device on its access path. The eight bytes travel as they are in the service's
 // requests, so the layout is fixed: a command word, then the packed address word.
 struct HamAddress {
@@ -28,3 +30,12 @@ static_assert( sizeof( HamAddress ) == 8 );
 
 // PCI address of an SMBus master; 0 for none.
 using PCIAddress = uint32_t;
+
+namespace Topology {
+
+using Value = Utils::Json::Value;
+
+// Fills the address word from an address object; the command word stays as it is.
+void fillAddressFromJSON( const Value& value, HamAddress& addr );
+
+}  // namespace Topology

@@ -2,6 +2,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "BoardFiles/Media.h"
 #include "Drivers/Drivers.h"
 #include "Topology/Topology.h"
 #include "Utils/Assert.h"
@@ -11,9 +12,7 @@ namespace Topology {
 
 namespace {
 
-void setParent( Node& child, const Node* parent ) {
-   child.parent = parent;
-}
+using Utils::Json::Name;
 
 // Replaced trees and buses are not freed: objects and labels may point into them.
 void keepAlive( std::shared_ptr< const Node > node ) {
@@ -23,61 +22,78 @@ void keepAlive( std::shared_ptr< const Node > node ) {
    }
 }
 
-// Calls `add` with every element of an array, each of which must be an object; the array may be
-// null.
-template < typename Add >
-void forEachObject( const Value* array, Add add ) {
+// A new node with its label.
+template < typename Made >
+std::shared_ptr< Made > makeNode( const Value& json ) {
+   auto node = Utils::makeLasting< Made >();
+   Node::init( node, json );
+   return node;
+}
+
+// The same with the number that the object has to have.
+template < Name kNumber, typename Made >
+std::shared_ptr< Made > makeNode( const Value& json, uint32_t Made::*number ) {
+   LUMEN_ASSERT( json.IsObject() );
+   auto [ value ] = Utils::Json::members< kNumber >( json );
+   LUMEN_ASSERT_TEXT( value,
+                      ( "json.HasMember( \"" + std::string( kNumber.text ) + "\" )" ).c_str() );
+   auto node = makeNode< Made >( json );
+   node.get()->*number = value->GetUint();
+   return node;
+}
+
+// Calls `add` with a node for each object of the array, which may be null.
+template < Name kName, typename Child, typename Add >
+void forEachChild( const Value* array, const Node* parent, Add add ) {
    if ( !array ) {
       return;
    }
-   LUMEN_ASSERT_TEXT( array->IsArray(), "array.IsArray()" );
+   LUMEN_ASSERT_TEXT( array->IsArray(), ( std::string( kName.text ) + ".IsArray()" ).c_str() );
    for ( auto it = array->Begin(); it != array->End(); ++it ) {
       LUMEN_ASSERT( it->IsObject() );
-      add( *it );
+      auto child = Child::fromJSON( *it );
+      child->parent = parent;
+      add( std::move( child ) );
    }
 }
 
-// The same with the optional member of that name.
-template < Utils::Json::Name kName, typename Add >
-void forEachObject( const Value& json, Add add ) {
-   auto [ array ] = Utils::Json::members< kName >( json );
-   forEachObject( array, add );
+template < Name kName, typename Child >
+void readChildren( const Value* array,
+                   const Node* parent,
+                   std::vector< std::shared_ptr< Child > >& children ) {
+   forEachChild< kName, Child >(
+      array, parent, [ & ]( auto child ) { children.push_back( std::move( child ) ); } );
 }
 
-void readDevices( std::vector< std::shared_ptr< Device > >& devices,
-                  const Node* parent,
-                  const Value& json ) {
-   forEachObject< "devices" >( json, [ & ]( const Value& object ) {
-      devices.push_back( Device::fromJSON( object ) );
-      devices.back()->parent = parent;
+// Each id may be there once; `condition` says so.
+template < Name kName, typename Child >
+void readChildren( const Value& json,
+                   const Node* parent,
+                   std::map< uint32_t, std::shared_ptr< Child > >& children,
+                   const char* condition ) {
+   auto [ array ] = Utils::Json::members< kName >( json );
+   forEachChild< kName, Child >( array, parent, [ & ]( auto child ) {
+      bool isFirst = children.emplace( child->id, child ).second;
+      LUMEN_ASSERT_TEXT( isFirst, condition );
    } );
 }
 
 }  // namespace
 
 std::shared_ptr< Component > Component::fromJSON( const Value& json ) {
-   LUMEN_ASSERT( json.IsObject() );
-   LUMEN_ASSERT( json.HasMember( "uid" ) );
-   auto component = Utils::makeLasting< Component >();
-   init( component, json );
-   component->uid = json[ "uid" ].GetUint();
-   return component;
+   return makeNode< "uid" >( json, &Component::uid );
 }
 
 std::shared_ptr< Device > Device::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
    auto [ did, driver, parts ] = Utils::Json::members< "did", "driver", "components" >( json );
    LUMEN_ASSERT_TEXT( did, "json.HasMember( \"did\" )" );
-   auto device = Utils::makeLasting< Device >();
-   init( device, json );
+   auto device = makeNode< Device >( json );
    device->did = did->GetUint();
    if ( driver ) {
       device->args = Drivers::DriverArgs::fromJSON( json );
    }
-   forEachObject( parts, [ & ]( const Value& object ) {
-      device->components.push_back( Component::fromJSON( object ) );
-      device->components.back()->parent = device.get();
-   } );
+   readChildren< "components" >( parts, device.get(), device->components );
    return device;
 }
 
@@ -89,131 +105,79 @@ std::shared_ptr< Bus > Bus::fromJSON( const Value& json ) {
 }
 
 void Bus::init( const std::shared_ptr< Bus >& bus, const Value& json ) {
-   LUMEN_ASSERT( json.HasMember( "id" ) );
+   auto [ number, devices, muxes ] = Utils::Json::members< "id", "devices", "muxes" >( json );
+   LUMEN_ASSERT_TEXT( number, "json.HasMember( \"id\" )" );
    Node::init( bus, json );
-   bus->id = static_cast< uint32_t >( json[ "id" ].GetInt() );
-   readDevices( bus->devices, bus.get(), json );
-   forEachObject< "muxes" >( json, [ & ]( const Value& object ) {
-      bus->muxes.push_back( Mux::fromJSON( object ) );
-      bus->muxes.back()->parent = bus.get();
-   } );
+   bus->id = static_cast< uint32_t >( number->GetInt() );
+   readChildren< "devices" >( devices, bus.get(), bus->devices );
+   readChildren< "muxes" >( muxes, bus.get(), bus->muxes );
 }
 
 std::shared_ptr< Mux > Mux::fromJSON( const Value& json ) {
-   LUMEN_ASSERT( json.IsObject() );
-   LUMEN_ASSERT( json.HasMember( "did" ) );
-   auto mux = Utils::makeLasting< Mux >();
-   init( mux, json );
-   mux->did = json[ "did" ].GetUint();
-   forEachObject< "busses" >( json, [ & ]( const Value& object ) {
-      auto bus = Bus::fromJSON( object );
-      bus->parent = mux.get();
+   auto mux = makeNode< "did" >( json, &Mux::did );
+   auto [ array ] = Utils::Json::members< "busses" >( json );
+   forEachChild< "busses", Bus >( array, mux.get(), [ & ]( auto bus ) {
       std::shared_ptr< Bus >& channel = mux->busses[ bus->id ];
-      keepAlive( std::move( channel ) );
-      channel = std::move( bus );
+      keepAlive( std::exchange( channel, std::move( bus ) ) );
    } );
    return mux;
 }
 
 std::shared_ptr< Accelerator > Accelerator::fromJSON( const Value& json ) {
-   LUMEN_ASSERT( json.IsObject() );
-   LUMEN_ASSERT( json.HasMember( "id" ) );
-   auto accel = Utils::makeLasting< Accelerator >();
-   init( accel, json );
-   accel->id = json[ "id" ].GetUint();
-   if ( json.HasMember( "busses" ) ) {
-      const Value& busses = json[ "busses" ];
-      LUMEN_ASSERT( busses.IsArray() );
-   }
-   forEachObject< "busses" >( json, [ & ]( const Value& object ) {
-      auto bus = Bus::fromJSON( object );
-      LUMEN_ASSERT( accel->busses.find( bus->id ) == accel->busses.end() );
-      bus->parent = accel.get();
-      accel->busses[ bus->id ] = bus;
-   } );
+   auto accel = makeNode< "id" >( json, &Accelerator::id );
+   readChildren< "busses" >( json, accel.get(), accel->busses,
+                             "accel->busses.find( bus->id ) == accel->busses.end()" );
    return accel;
 }
 
 std::shared_ptr< SCD > SCD::fromJSON( const Value& json ) {
-   LUMEN_ASSERT( json.IsObject() );
-   LUMEN_ASSERT( json.HasMember( "pci" ) );
-   auto scd = Utils::makeLasting< SCD >();
-   init( scd, json );
-   scd->pci = json[ "pci" ].GetUint();
-   forEachObject< "accelerators" >( json, [ & ]( const Value& object ) {
-      auto accel = Accelerator::fromJSON( object );
-      LUMEN_ASSERT( scd->accelerators.find( accel->id ) == scd->accelerators.end() );
-      accel->parent = scd.get();
-      scd->accelerators[ accel->id ] = accel;
-   } );
+   auto scd = makeNode< "pci" >( json, &SCD::pci );
+   readChildren< "accelerators" >(
+      json, scd.get(), scd->accelerators,
+      "scd->accelerators.find( accel->id ) == scd->accelerators.end()" );
    return scd;
 }
 
 std::shared_ptr< Celestica > Celestica::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   auto cel = Utils::makeLasting< Celestica >();
-   init( cel, json );
-   forEachObject< "accelerators" >( json, [ & ]( const Value& object ) {
-      auto accel = Accelerator::fromJSON( object );
-      LUMEN_ASSERT( cel->accelerators.find( accel->id ) == cel->accelerators.end() );
-      accel->parent = cel.get();
-      cel->accelerators[ accel->id ] = accel;
-   } );
+   auto cel = makeNode< Celestica >( json );
+   readChildren< "accelerators" >(
+      json, cel.get(), cel->accelerators,
+      "cel->accelerators.find( accel->id ) == cel->accelerators.end()" );
    return cel;
 }
 
 std::shared_ptr< FbDomFpga > FbDomFpga::fromJSON( const Value& json ) {
-   LUMEN_ASSERT( json.IsObject() );
-   LUMEN_ASSERT( json.HasMember( "pci" ) );
-   auto fbdomfpga = Utils::makeLasting< FbDomFpga >();
-   init( fbdomfpga, json );
-   fbdomfpga->pci = json[ "pci" ].GetUint();
-   forEachObject< "busses" >( json, [ & ]( const Value& object ) {
-      auto bus = Bus::fromJSON( object );
-      LUMEN_ASSERT( fbdomfpga->busses.find( bus->id ) == fbdomfpga->busses.end() );
-      bus->parent = fbdomfpga.get();
-      fbdomfpga->busses[ bus->id ] = bus;
-   } );
+   auto fbdomfpga = makeNode< "pci" >( json, &FbDomFpga::pci );
+   readChildren< "busses" >( json, fbdomfpga.get(), fbdomfpga->busses,
+                             "fbdomfpga->busses.find( bus->id ) == fbdomfpga->busses.end()" );
    return fbdomfpga;
 }
 
 std::shared_ptr< LinuxFs > LinuxFs::fromJSON( const Value& json ) {
    LUMEN_ASSERT( json.IsObject() );
-   auto linuxFs = Utils::makeLasting< LinuxFs >();
-   init( linuxFs, json );
-   readDevices( linuxFs->devices, linuxFs.get(), json );
+   auto linuxFs = makeNode< LinuxFs >( json );
+   auto [ array ] = Utils::Json::members< "devices" >( json );
+   readChildren< "devices" >( array, linuxFs.get(), linuxFs->devices );
    return linuxFs;
 }
 
+template < typename Self >
+std::shared_ptr< Self > BusMedium< Self >::fromJSON( const Value& json ) {
+   LUMEN_ASSERT( json.IsObject() );
+   auto medium = Utils::makeLasting< Self >();
+   Bus::init( medium, json );
+   return medium;
+}
+template class BusMedium< IOPort >;
+template class BusMedium< PLM >;
+template class BusMedium< SccSpi >;
+
 std::shared_ptr< I2C > I2C::fromJSON( const Value& json ) {
-   LUMEN_ASSERT( json.IsObject() );
-   auto i2c = Utils::makeLasting< I2C >();
-   if ( json.HasMember( "simulated" ) ) {
-      i2c->simulated = json[ "simulated" ].GetBool();
-   }
-   Bus::init( i2c, json );
+   auto i2c = BusMedium< I2C >::fromJSON( json );
+   auto [ simulated ] = Utils::Json::members< "simulated" >( json );
+   i2c->simulated = simulated && simulated->GetBool();
    return i2c;
-}
-
-std::shared_ptr< IOPort > IOPort::fromJSON( const Value& json ) {
-   LUMEN_ASSERT( json.IsObject() );
-   auto ioPort = Utils::makeLasting< IOPort >();
-   Bus::init( ioPort, json );
-   return ioPort;
-}
-
-std::shared_ptr< PLM > PLM::fromJSON( const Value& json ) {
-   LUMEN_ASSERT( json.IsObject() );
-   auto plm = Utils::makeLasting< PLM >();
-   Bus::init( plm, json );
-   return plm;
-}
-
-std::shared_ptr< SccSpi > SccSpi::fromJSON( const Value& json ) {
-   LUMEN_ASSERT( json.IsObject() );
-   auto sccSpi = Utils::makeLasting< SccSpi >();
-   Bus::init( sccSpi, json );
-   return sccSpi;
 }
 
 namespace {
@@ -222,31 +186,33 @@ namespace {
 template < typename Medium >
 std::shared_ptr< MediumNode > readMedium( const Value& json, const Node* root ) {
    std::shared_ptr< Medium > medium = Medium::fromJSON( json );
-   setParent( static_cast< MediumNode& >( *medium ), root );
+   static_cast< MediumNode& >( *medium ).parent = root;
    if constexpr ( std::is_base_of_v< Bus, Medium > ) {
-      setParent( static_cast< Bus& >( *medium ), root );
+      static_cast< Bus& >( *medium ).parent = root;
    }
    return medium;
 }
 
-struct MediumType {
-   std::string_view name;
+constexpr struct {
+   std::string_view type;
    std::shared_ptr< MediumNode > ( *read )( const Value&, const Node* );
-};
-
-constexpr MediumType kMediumTypes[] = {
-   { "SCD", readMedium< SCD > },         { "I2C", readMedium< I2C > },
-   { "IOPort", readMedium< IOPort > },   { "Celestica", readMedium< Celestica > },
-   { "PLM", readMedium< PLM > },         { "SccSpi", readMedium< SccSpi > },
-   { "LinuxFs", readMedium< LinuxFs > }, { "FbDomFpga", readMedium< FbDomFpga > },
+} kReaders[] = {
+   { Media::kScd.type, readMedium< SCD > },
+   { Media::kI2c.type, readMedium< I2C > },
+   { Media::kIoPort.type, readMedium< IOPort > },
+   { Media::kCelestica.type, readMedium< Celestica > },
+   { Media::kPlm.type, readMedium< PLM > },
+   { Media::kSccSpi.type, readMedium< SccSpi > },
+   { Media::kLinuxFs.type, readMedium< LinuxFs > },
+   { Media::kFbDomFpga.type, readMedium< FbDomFpga > },
 };
 
 std::shared_ptr< MediumNode > readMediumOfType( std::string_view type,
                                                 const Value& json,
                                                 const Node* root ) {
-   for ( const MediumType& row : kMediumTypes ) {
-      if ( row.name == type ) {
-         return row.read( json, root );
+   for ( const auto& [ name, read ] : kReaders ) {
+      if ( name == type ) {
+         return read( json, root );
       }
    }
    LUMEN_ASSERT( false && "Unknown type" );
@@ -266,7 +232,7 @@ Topology* Topology::fromJSON( const Value& json ) try {
       medium->ham = ( *it )[ "ham" ].GetString();
       topology->mediums.push_back( std::move( medium ) );
    }
-   topology->buildIndex();
+   topology->index_.build( *topology );
    return topology.release();
 } catch ( const std::bad_alloc& ) {
    return nullptr;
@@ -295,41 +261,6 @@ pl_status loadTopology( const char* json ) {
    _topology = topology;
    _topology_json = json;
    return PL_STATUS_OK;
-}
-
-void fillAddressFromJSON( const Value& value, HamAddress& addr ) {
-   LUMEN_ASSERT( value.IsObject() );
-   auto [ address, writeDelay, readDelay, busTimeout, extraDelay, addrSize, accel, noStop ] =
-      Utils::Json::members< "address", "writeDelay", "readDelay", "busTimeout", "extraDelay",
-                            "addrSize", "accel", "writeNoStopReadCurrent" >( value );
-   LUMEN_ASSERT_TEXT( address, "value.HasMember( \"address\" )" );
-   uint32_t command = addr.command;
-   addr = HamAddress{ .command = command, .addrSize = 1 };
-   addr.address = address->GetUint();
-   if ( writeDelay ) {
-      addr.writeDelay = writeDelay->GetUint();
-   }
-   if ( readDelay ) {
-      addr.readDelay = readDelay->GetUint();
-   }
-   if ( busTimeout ) {
-      addr.busTimeout = busTimeout->GetUint();
-   }
-   if ( extraDelay ) {
-      addr.extraDelay = extraDelay->GetUint();
-   }
-   if ( addrSize ) {
-      addr.addrSize = addrSize->GetUint();
-      // Two bits hold the code, so that a 4 reads back as 0 and is refused as well.
-      LUMEN_ASSERT_TEXT( addr.addrSize == 1 || addr.addrSize == 2,
-                         "addr.addrSize == 1 || addr.addrSize == 2 || addr.addrSize == 4" );
-   }
-   if ( accel ) {
-      addr.accelerator = accel->GetUint();
-   }
-   if ( noStop ) {
-      addr.writeNoStopReadCurrent = noStop->GetBool();
-   }
 }
 
 }  // namespace Topology
