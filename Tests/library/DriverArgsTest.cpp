@@ -43,78 +43,50 @@ TEST( DriverArgs, ReadsTheRecordAndItsDefaults ) {
 }
 
 TEST( DriverArgs, HoldsEveryArgumentAsText ) {
-   EXPECT_THAT( parsed( R"( "driver": "", "driverArgs":
-                   { "bus": 3, "name": "x", "on": true, "f": 2.5, "n": null } )" )
-                   .driverArgs,
-                ElementsAre( Pair( "bus", "3" ), Pair( "f", "2.5" ), Pair( "name", "x" ),
-                             Pair( "on", "true" ) ) );
-   const std::pair< const char*, const char* > rows[] = {
-      { "-7", "-7" },
-      { "3000000000", "3000000000" },
-      { "5000000000", "" },
-      { "-3000000000", "" },
-      { "1e20", "1e+20" },
-      { "10000000.0", "1e+07" },
-      { "1.5", "1.5" },
-      { "0.123456789", "0.123457" },
-      { "100000.0", "100000" },
-      { "false", "false" },
-      { "{}", "" },
-      { "[ 1 ]", "" },
-      { R"("a\u0062")", "ab" },
-   };
    setlocale( LC_ALL, "" );
-   for ( const auto& [ json, text ] : rows ) {
-      auto map =
-         parsed( std::string( R"( "driver": "", "driverArgs": { "k": 0, "k": )" ) + json + " }" )
-            .driverArgs;
-      EXPECT_THAT( map, ElementsAre( Pair( "k", text ) ) ) << json;
-   }
+   auto text = parsed( R"( "driver": "", "driverArgs": { "null": null,
+      "a": -7, "b": 3000000000, "c": 5000000000, "d": -3000000000, "e": 1e20, "f": 10000000.0,
+      "g": 2.5, "h": 0.123456789, "i": false, "j": true, "k": {}, "l": [ 1 ], "m": "a\u0062",
+      "twice": 1, "twice": 2 } )" )
+                  .driverArgs;
+   EXPECT_THAT( text, ElementsAre( Pair( "a", "-7" ), Pair( "b", "3000000000" ), Pair( "c", "" ),
+                                   Pair( "d", "" ), Pair( "e", "1e+20" ), Pair( "f", "1e+07" ),
+                                   Pair( "g", "2.5" ), Pair( "h", "0.123457" ),
+                                   Pair( "i", "false" ), Pair( "j", "true" ), Pair( "k", "" ),
+                                   Pair( "l", "" ), Pair( "m", "ab" ), Pair( "twice", "2" ) ) );
 }
 
 TEST( DriverArgs, ReportsMalformedTextWithItsOffset ) {
-   const std::tuple< const char*, const char*, int > rows[] = {
-      { "", "The document is empty.", 0 },
-      { " \t\r\n", "The document is empty.", 4 },
-      { "{} x", "The document root must not be followed by other values.", 3 },
-      { "{ 1 }", "Missing a name for object member.", 2 },
-      { R"({ "a" 1 })", "Missing a colon after a name of object member.", 6 },
-      { R"({ "a": 1e })", "Miss exponent in number.", 9 },
-   };
-   for ( const auto& [ text, message, offset ] : rows ) {
+   for ( const auto& [ text, failure ] : std::map< std::string, std::string >{
+            { " \t\r\n", "The document is empty. offset 4" },
+            { "{} x", "The document root must not be followed by other values. offset 3" } } ) {
       Tests::TraceLog traces;
-      Drivers::DriverArgs args;
-      EXPECT_FALSE( args.parseJSON( text ) );
-      EXPECT_THAT( traces.lines,
-                   ElementsAre( "0 failed to load device from json: " + std::string( message ) +
-                                " offset " + std::to_string( offset ) ) );
+      EXPECT_FALSE( Drivers::DriverArgs().parseJSON( text.c_str() ) );
+      EXPECT_THAT( traces.lines, ElementsAre( "0 failed to load device from json: " + failure ) );
    }
 }
 
 TEST( DriverArgsDeathTest, RefusesDocumentsOfTheWrongShape ) {
-   const std::pair< const char*, const char* > rows[] = {
-      { R"( { "driver": "x", "address": { "address": 1 } } )", R"(json\.HasMember\( "did" \))" },
-      { R"( { "did": 1, "address": { "address": 1 } } )", R"(json\.HasMember\( "driver" \))" },
-      { R"( { "did": 1, "driver": "x" } )", R"(json\.HasMember\( "address" \))" },
-      { R"( { "did": 1, "driver": "x", "isMultiDevice": true } )",
-        R"(json\.HasMember\( "multiDeviceArgs" \))" },
-      { R"( { "did": "1", "driver": "x", "address": { "address": 1 } } )", "kUintFlag" },
-      { R"( { "did": 1, "driver": 2, "address": { "address": 1 } } )", "IsString" },
-      { R"( { "did": 1, "driver": "x", "address": { "address": 1 }, "provideHam": true } )",
-        "kUintFlag" },
-      { R"( { "did": 1, "driver": "x", "isMultiDevice": 1 } )", "IsBool" },
-      { R"( { "did": 1, "driver": "x", "isMultiDevice": true, "multiDeviceArgs": { "a": 1 } } )",
-        "IsString" },
+   const std::pair< std::string, const char* > rows[] = {
       { "[]", R"(json\.IsObject\(\))" },
+      { R"({"driver":"x"})", R"(json\.HasMember\( "did" \))" },
+      { R"({"did":1})", R"(json\.HasMember\( "driver" \))" },
+      { R"({"did":1,"driver":"x"})", R"(json\.HasMember\( "address" \))" },
+      { R"({"did":1,"driver":"x","isMultiDevice":1})", "IsBool" },
+      { R"({"did":1,"driver":"x","isMultiDevice":true})",
+        R"(json\.HasMember\( "multiDeviceArgs" \))" },
+      { R"({"did":1,"driver":"x","isMultiDevice":true,"multiDeviceArgs":{"a":1}})", "IsString" },
+      { R"({"did":"1","driver":"x","address":{"address":1}})", "kUintFlag" },
+      { R"({"did":1,"driver":2,"address":{"address":1}})", "IsString" },
+      { R"({"did":1,"driver":"x","address":{"address":1},"provideHam":true})", "kUintFlag" },
+      { "{}",
+        "Drivers/Drivers.cpp:[0-9]+: void "
+        "Drivers::DriverArgs::parseJSON\\(const Value&\\): " },
    };
    for ( const auto& [ document, condition ] : rows ) {
       Drivers::DriverArgs args;
-      EXPECT_DEATH( args.parseJSON( document ), condition ) << document;
+      EXPECT_DEATH( args.parseJSON( document.c_str() ), condition ) << document;
    }
-   Drivers::DriverArgs args;
-   EXPECT_DEATH( args.parseJSON( "{}" ),
-                 "Drivers/Drivers.cpp:[0-9]+: void "
-                 "Drivers::DriverArgs::parseJSON\\(const Value&\\): " );
 }
 
 }  // namespace
