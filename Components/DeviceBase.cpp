@@ -2,7 +2,7 @@
 
 #include "Components/HardwareDevice.h"
 #include "Components/MultiDevice.h"
-#include "Components/NotImplementedException.h"
+#include "Utils/NotImplementedException.h"
 #include "pl.h"
 
 namespace Component {

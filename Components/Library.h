@@ -1,14 +1,7 @@
 #pragma once
 
+#include "Ham/ServiceSocket.h"
 #include "pl.h"
-
-namespace PlatformLibrary {
-class PLSocket;
-}
-
-// The process's one connection to the SMBus service; null until the first successful
-// initialisation.
-extern __attribute__( ( visibility( "default" ) ) ) PlatformLibrary::PLSocket* _plSock;
 
 // What every init entry point does: connects to the service, unless the process is connected, with
 // `tries` attempts a second apart, then loads the topology.

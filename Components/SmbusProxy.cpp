@@ -5,8 +5,8 @@
 
 #include "Components/EntryPoint.h"
 #include "Components/HardwareDevice.h"
-#include "Components/NotImplementedException.h"
 #include "Topology/Topology.h"
+#include "Utils/NotImplementedException.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Components/HardwareDevice.h"
-#include "Components/Mux.h"
+#include "Ham/Mux.h"
 
 namespace Drivers {
 

@@ -1,10 +1,10 @@
 #include "Ham/Ham.h"
 
-#include "Components/NotImplementedException.h"
 #include "Drivers/Drivers.h"
 #include "Ham/SearchVisitor.h"
 #include "Topology/Topology.h"
 #include "Utils/Assert.h"
+#include "Utils/NotImplementedException.h"
 #include "Utils/Simulation.h"
 
 namespace Ham {
@@ -52,57 +52,29 @@ Ham* Ham::create( const std::string& name,
 
 void Ham::init() {}
 
-Ham::ResponseId Ham::addRecvByte() {
-   throw NotImplementedException( "addRecvByte" );
-}
-Ham::ResponseId Ham::addRead8( Register, uint8_t ) {
-   throw NotImplementedException( "addRead8" );
-}
-Ham::ResponseId Ham::addRead16( Register, uint8_t ) {
-   throw NotImplementedException( "addRead16" );
-}
-Ham::ResponseId Ham::addRead32( Register, uint8_t ) {
-   throw NotImplementedException( "addRead32" );
-}
-Ham::ResponseId Ham::addRead( Register, uint32_t, bool, uint8_t ) {
-   throw NotImplementedException( "addRead" );
-}
-Ham::ResponseId Ham::addReadBlock( Register, uint8_t ) {
-   throw NotImplementedException( "addReadBlock" );
-}
-void Ham::addSendByte( uint8_t, bool ) {
-   throw NotImplementedException( "addSendByte" );
-}
-void Ham::addWrite8( Register, uint8_t, bool, uint8_t ) {
-   throw NotImplementedException( "addWrite8" );
-}
-void Ham::addWrite16( Register, uint16_t, bool, uint8_t ) {
-   throw NotImplementedException( "addWrite16" );
-}
-void Ham::addWrite32( Register, uint32_t, bool, uint8_t ) {
-   throw NotImplementedException( "addWrite32" );
-}
-void Ham::addWrite( Register, const void*, uint32_t, bool, uint8_t ) {
-   throw NotImplementedException( "addWrite" );
-}
-void Ham::addWriteBlock( Register, const void*, uint32_t, bool, uint8_t ) {
-   throw NotImplementedException( "addWriteBlock" );
-}
-Ham::ResponseId Ham::addProcessCall( Register, uint16_t, uint8_t ) {
-   throw NotImplementedException( "addProcessCall" );
-}
-uint8_t Ham::get8( ResponseId ) {
-   throw NotImplementedException( "get8" );
-}
-uint16_t Ham::get16( ResponseId ) {
-   throw NotImplementedException( "get16" );
-}
-uint32_t Ham::get32( ResponseId ) {
-   throw NotImplementedException( "get32" );
-}
-std::string Ham::getBlock( ResponseId, uint32_t ) {
-   throw NotImplementedException( "getBlock" );
-}
+// Takes the operation's result, its name and its parameters.
+#define LUMEN_NOT_IMPLEMENTED( Result, name, ... ) \
+   Result Ham::name( __VA_ARGS__ ) {               \
+      throw NotImplementedException( #name );      \
+   }
+LUMEN_NOT_IMPLEMENTED( Ham::ResponseId, addRecvByte )
+LUMEN_NOT_IMPLEMENTED( Ham::ResponseId, addRead8, Register, uint8_t )
+LUMEN_NOT_IMPLEMENTED( Ham::ResponseId, addRead16, Register, uint8_t )
+LUMEN_NOT_IMPLEMENTED( Ham::ResponseId, addRead32, Register, uint8_t )
+LUMEN_NOT_IMPLEMENTED( Ham::ResponseId, addRead, Register, uint32_t, bool, uint8_t )
+LUMEN_NOT_IMPLEMENTED( Ham::ResponseId, addReadBlock, Register, uint8_t )
+LUMEN_NOT_IMPLEMENTED( void, addSendByte, uint8_t, bool )
+LUMEN_NOT_IMPLEMENTED( void, addWrite8, Register, uint8_t, bool, uint8_t )
+LUMEN_NOT_IMPLEMENTED( void, addWrite16, Register, uint16_t, bool, uint8_t )
+LUMEN_NOT_IMPLEMENTED( void, addWrite32, Register, uint32_t, bool, uint8_t )
+LUMEN_NOT_IMPLEMENTED( void, addWrite, Register, const void*, uint32_t, bool, uint8_t )
+LUMEN_NOT_IMPLEMENTED( void, addWriteBlock, Register, const void*, uint32_t, bool, uint8_t )
+LUMEN_NOT_IMPLEMENTED( Ham::ResponseId, addProcessCall, Register, uint16_t, uint8_t )
+LUMEN_NOT_IMPLEMENTED( uint8_t, get8, ResponseId )
+LUMEN_NOT_IMPLEMENTED( uint16_t, get16, ResponseId )
+LUMEN_NOT_IMPLEMENTED( uint32_t, get32, ResponseId )
+LUMEN_NOT_IMPLEMENTED( std::string, getBlock, ResponseId, uint32_t )
+#undef LUMEN_NOT_IMPLEMENTED
 
 void Ham::setExpected( const Utils::ExpectedValues* ) {
    pl_trace( 0, "virtual Ham::setExpected() invoked!!!" );
@@ -116,112 +88,98 @@ void Ham::retryCountIs( uint32_t count ) {
    retryCountSet = true;
 }
 
-pl_status Ham::recvByte( uint8_t* out ) {
-   prepare();
-   ResponseId id = addRecvByte();
-   pl_status status = execute();
+namespace {
+
+// The batch of one transaction that every wrapper is: what `queue` adds, and `store` for the
+// identifier that it returns, when the batch went well.
+template < typename Queue, typename Store >
+pl_status transact( Ham& ham, Queue queue, Store store ) {
+   ham.prepare();
+   Ham::ResponseId id = queue();
+   pl_status status = ham.execute();
    if ( status == PL_STATUS_OK ) {
-      *out = get8( id );
+      store( id );
    }
    return status;
+}
+
+// For what brings nothing back.
+template < typename Queue >
+pl_status transact( Ham& ham, Queue queue ) {
+   auto queueAlone = [ & ] {
+      queue();
+      return Ham::INVALID_RESPONSE_ID;
+   };
+   return transact( ham, queueAlone, []( Ham::ResponseId ) {} );
+}
+
+}  // namespace
+
+pl_status Ham::recvByte( uint8_t* out ) {
+   return transact(
+      *this, [ & ] { return addRecvByte(); }, [ & ]( ResponseId id ) { *out = get8( id ); } );
 }
 
 pl_status Ham::read8( Register reg, uint8_t* out, uint8_t regSize ) {
-   prepare();
-   ResponseId id = addRead8( reg, regSize );
-   pl_status status = execute();
-   if ( status == PL_STATUS_OK ) {
-      *out = get8( id );
-   }
-   return status;
+   return transact(
+      *this, [ & ] { return addRead8( reg, regSize ); },
+      [ & ]( ResponseId id ) { *out = get8( id ); } );
 }
 
 pl_status Ham::read16( Register reg, uint16_t* out, uint8_t regSize ) {
-   prepare();
-   ResponseId id = addRead16( reg, regSize );
-   pl_status status = execute();
-   if ( status == PL_STATUS_OK ) {
-      *out = get16( id );
-   }
-   return status;
+   return transact(
+      *this, [ & ] { return addRead16( reg, regSize ); },
+      [ & ]( ResponseId id ) { *out = get16( id ); } );
 }
 
 pl_status Ham::read32( Register reg, uint32_t* out, uint8_t regSize ) {
-   prepare();
-   ResponseId id = addRead32( reg, regSize );
-   pl_status status = execute();
-   if ( status == PL_STATUS_OK ) {
-      *out = get32( id );
-   }
-   return status;
+   return transact(
+      *this, [ & ] { return addRead32( reg, regSize ); },
+      [ & ]( ResponseId id ) { *out = get32( id ); } );
 }
 
 pl_status Ham::read( Register reg, uint32_t length, std::string* out, bool flag, uint8_t regSize ) {
-   prepare();
-   ResponseId id = addRead( reg, length, flag, regSize );
-   pl_status status = execute();
-   if ( status == PL_STATUS_OK ) {
-      getBlock( id, length ).swap( *out );
-   }
-   return status;
+   return transact(
+      *this, [ & ] { return addRead( reg, length, flag, regSize ); },
+      [ & ]( ResponseId id ) { getBlock( id, length ).swap( *out ); } );
 }
 
 pl_status Ham::readBlock( Register reg, std::string* out, uint8_t regSize ) {
-   prepare();
-   ResponseId id = addReadBlock( reg, regSize );
-   pl_status status = execute();
-   if ( status == PL_STATUS_OK ) {
-      getBlock( id, 0 ).swap( *out );
-   }
-   return status;
+   return transact(
+      *this, [ & ] { return addReadBlock( reg, regSize ); },
+      [ & ]( ResponseId id ) { getBlock( id, 0 ).swap( *out ); } );
 }
 
 pl_status Ham::processCall( Register reg, uint16_t value, uint16_t* out, uint8_t regSize ) {
-   prepare();
-   ResponseId id = addProcessCall( reg, value, regSize );
-   pl_status status = execute();
-   if ( status == PL_STATUS_OK ) {
-      *out = get16( id );
-   }
-   return status;
+   return transact(
+      *this, [ & ] { return addProcessCall( reg, value, regSize ); },
+      [ & ]( ResponseId id ) { *out = get16( id ); } );
 }
 
 pl_status Ham::sendByte( uint8_t value, bool flag ) {
-   prepare();
-   addSendByte( value, flag );
-   return execute();
+   return transact( *this, [ & ] { addSendByte( value, flag ); } );
 }
 
 pl_status Ham::write8( Register reg, uint8_t value, bool flag, uint8_t regSize ) {
-   prepare();
-   addWrite8( reg, value, flag, regSize );
-   return execute();
+   return transact( *this, [ & ] { addWrite8( reg, value, flag, regSize ); } );
 }
 
 pl_status Ham::write16( Register reg, uint16_t value, bool flag, uint8_t regSize ) {
-   prepare();
-   addWrite16( reg, value, flag, regSize );
-   return execute();
+   return transact( *this, [ & ] { addWrite16( reg, value, flag, regSize ); } );
 }
 
 pl_status Ham::write32( Register reg, uint32_t value, bool flag, uint8_t regSize ) {
-   prepare();
-   addWrite32( reg, value, flag, regSize );
-   return execute();
+   return transact( *this, [ & ] { addWrite32( reg, value, flag, regSize ); } );
 }
 
 pl_status Ham::write(
    Register reg, const void* data, uint32_t length, bool flag, uint8_t regSize ) {
-   prepare();
-   addWrite( reg, data, length, flag, regSize );
-   return execute();
+   return transact( *this, [ & ] { addWrite( reg, data, length, flag, regSize ); } );
 }
 
 pl_status Ham::writeBlock(
    Register reg, const void* data, uint32_t length, bool flag, uint8_t regSize ) {
-   prepare();
-   addWriteBlock( reg, data, length, flag, regSize );
-   return execute();
+   return transact( *this, [ & ] { addWriteBlock( reg, data, length, flag, regSize ); } );
 }
 
 }  // namespace Ham

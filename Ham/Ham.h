@@ -24,9 +24,10 @@ namespace Ham {
 // number of times, until the next prepare(). init() runs once, before the first batch.
 //
 // Words travel low byte first; `regSize` is the number of bytes (1, 2 or 4) in which the register
-// number is sent; `flag` is an option of the transport that this interface only carries. An
-// operation that a HAM does not have throws NotImplementedException naming it. An identifier that
-// is not of the batch is an assertion.
+// number is sent. `flag` asks the transport, on a read, for a combined transfer without a stop in
+// between, for this one and all that the HAM queues later; on a write, to take a missing
+// acknowledge for success. An operation that a HAM does not have throws NotImplementedException
+// naming it. An identifier that is not of the batch is an assertion.
 class Ham {
  public:
    using Register = uint32_t;
@@ -36,7 +37,7 @@ class Ham {
 
    virtual void init();
    virtual void prepare() = 0;
-   virtual pl_status execute() = 0;
+   [[nodiscard]] virtual pl_status execute() = 0;
 
    virtual ResponseId addRecvByte();
    virtual ResponseId addRead8( Register reg, uint8_t regSize );
@@ -69,19 +70,24 @@ class Ham {
    void retryCountIs( uint32_t count );
 
    // One-transaction batches. The output is written only when the status is PL_STATUS_OK.
-   pl_status recvByte( uint8_t* out );
-   pl_status read8( Register reg, uint8_t* out, uint8_t regSize );
-   pl_status read16( Register reg, uint16_t* out, uint8_t regSize );
-   pl_status read32( Register reg, uint32_t* out, uint8_t regSize );
-   pl_status read( Register reg, uint32_t length, std::string* out, bool flag, uint8_t regSize );
-   pl_status readBlock( Register reg, std::string* out, uint8_t regSize );
-   pl_status processCall( Register reg, uint16_t value, uint16_t* out, uint8_t regSize );
-   pl_status sendByte( uint8_t value, bool flag );
-   pl_status write8( Register reg, uint8_t value, bool flag, uint8_t regSize );
-   pl_status write16( Register reg, uint16_t value, bool flag, uint8_t regSize );
-   pl_status write32( Register reg, uint32_t value, bool flag, uint8_t regSize );
-   pl_status write( Register reg, const void* data, uint32_t length, bool flag, uint8_t regSize );
-   pl_status writeBlock(
+   [[nodiscard]] pl_status recvByte( uint8_t* out );
+   [[nodiscard]] pl_status read8( Register reg, uint8_t* out, uint8_t regSize );
+   [[nodiscard]] pl_status read16( Register reg, uint16_t* out, uint8_t regSize );
+   [[nodiscard]] pl_status read32( Register reg, uint32_t* out, uint8_t regSize );
+   [[nodiscard]] pl_status read(
+      Register reg, uint32_t length, std::string* out, bool flag, uint8_t regSize );
+   [[nodiscard]] pl_status readBlock( Register reg, std::string* out, uint8_t regSize );
+   [[nodiscard]] pl_status processCall( Register reg,
+                                        uint16_t value,
+                                        uint16_t* out,
+                                        uint8_t regSize );
+   [[nodiscard]] pl_status sendByte( uint8_t value, bool flag );
+   [[nodiscard]] pl_status write8( Register reg, uint8_t value, bool flag, uint8_t regSize );
+   [[nodiscard]] pl_status write16( Register reg, uint16_t value, bool flag, uint8_t regSize );
+   [[nodiscard]] pl_status write32( Register reg, uint32_t value, bool flag, uint8_t regSize );
+   [[nodiscard]] pl_status write(
+      Register reg, const void* data, uint32_t length, bool flag, uint8_t regSize );
+   [[nodiscard]] pl_status writeBlock(
       Register reg, const void* data, uint32_t length, bool flag, uint8_t regSize );
 
    // The HAM registered under `name`, made for the device and initialised; null after a trace.

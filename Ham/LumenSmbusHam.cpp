@@ -1,14 +1,15 @@
 #include "Ham/LumenSmbusHam.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <memory>
 #include <ranges>
+#include <utility>
 
-#include "Components/HardwareDevice.h"
-#include "Components/Library.h"
 #include "Ham/LumenSmbusVisitor.h"
+#include "Ham/ServiceSocket.h"
 #include "PlatformLibrary/PLSocket.h"
 #include "Utils/Assert.h"
 
@@ -31,6 +32,10 @@ class MuxInProgress {
  private:
    static inline std::vector< uint32_t > chips;
 };
+
+std::array< uint8_t, 2 > lowByteFirst( uint16_t word ) {
+   return { static_cast< uint8_t >( word ), static_cast< uint8_t >( word >> 8 ) };
+}
 
 }  // namespace
 
@@ -71,7 +76,7 @@ void LumenSmbusHam::init() {
    request_.Clear();
    response_.Clear();
    for ( Component::LogicalDevice::Mux* mux : muxes ) {
-      prepareRequestCount_ += atMuxChip( mux, [ & ] { return mux->selectRequest( this ); } );
+      atMuxChip( mux, [ & ] { prepareRequestCount_ += mux->selectRequest( this ); } );
    }
 }
 
@@ -83,21 +88,18 @@ void LumenSmbusHam::addMux( uint32_t did, uint32_t channel ) {
    }
    LUMEN_ASSERT_TEXT( topoDev && topoDev->args, "topoDev->args" );
    MuxInProgress guard( did );
-   Drivers::DriverArgs args = *topoDev->args;
-   Component::HardwareDevice* muxDevice = Component::HardwareDevice::create( args, nullptr );
-   LUMEN_ASSERT( muxDevice );
-   muxes.insert( muxes.begin(), muxDevice->newMux( args, channel ) );
+   Component::LogicalDevice::Mux* mux = newMux( *topoDev->args, channel );
+   LUMEN_ASSERT_TEXT( mux, "muxDevice" );
+   muxes.insert( muxes.begin(), mux );
 }
 
 template < typename Queue >
-uint32_t LumenSmbusHam::atMuxChip( const Component::LogicalDevice::Mux* mux, Queue queue ) {
-   auto muxHam = dynamic_cast< const LumenSmbusHam* >( mux->device()->ham() );
+void LumenSmbusHam::atMuxChip( const Component::LogicalDevice::Mux* mux, Queue queue ) {
+   auto muxHam = dynamic_cast< const LumenSmbusHam* >( hamOf( mux ) );
    LUMEN_ASSERT( muxHam );
-   HamAddress ownAddress = address;
-   address = muxHam->address;
-   uint32_t count = queue();
+   HamAddress ownAddress = std::exchange( address, muxHam->address );
+   queue();
    address = ownAddress;
-   return count;
 }
 
 void LumenSmbusHam::prepare() {
@@ -140,108 +142,87 @@ pl_status LumenSmbusHam::execute() {
    return PL_STATUS_OK;
 }
 
-void LumenSmbusHam::requestInit( Smbus::Request* request,
-                                 Register reg,
-                                 Smbus::RequestType type,
-                                 uint32_t size,
-                                 bool flag,
-                                 bool readFlag,
-                                 uint8_t regSize ) {
-   address.command = reg;
-   if ( readFlag ) {
+void LumenSmbusHam::requestInit( Smbus::Request* request, const Transaction& transaction ) {
+   address.command = transaction.reg;
+   if ( transaction.readFlag ) {
       // Never cleared again: every later request of this HAM carries the bit.
       address.writeNoStopReadCurrent = 1;
    }
+   uint8_t regSize = transaction.regSize;
    LUMEN_ASSERT( regSize <= sizeof( Register ) );
    address.addrSize = regSize % 4;
    request->set_reg( address.command );
    request->set_address( address.word() );
-   request->set_type( type );
-   request->set_size( size );
-   request->set_flag( flag );
+   request->set_type( transaction.type );
+   request->set_size( transaction.size );
+   request->set_flag( transaction.flag );
    request->set_pci( pci );
    request->set_mastertype( mastertype );
    ++lastResponseId;
 }
 
-Smbus::Request* LumenSmbusHam::addRequest( Register reg,
-                                           Smbus::RequestType type,
-                                           uint32_t size,
-                                           bool flag,
-                                           bool readFlag,
-                                           uint8_t regSize ) {
+Ham::ResponseId LumenSmbusHam::addRequest( const Transaction& transaction, const void* data ) {
    Smbus::Request* request = request_.add_request();
-   requestInit( request, reg, type, size, flag, readFlag, regSize );
-   return request;
+   requestInit( request, transaction );
+   if ( data ) {
+      request->set_data( data, transaction.size );
+   }
+   return lastResponseId;
 }
 
 Ham::ResponseId LumenSmbusHam::addRecvByte() {
-   addRequest( 0, Smbus::REQUEST_READ, 0, false, false, 1 );
-   return lastResponseId;
+   return addRequest( { 0, Smbus::REQUEST_READ, 0, 1 } );
 }
 
 Ham::ResponseId LumenSmbusHam::addRead8( Register reg, uint8_t regSize ) {
-   addRequest( reg, Smbus::REQUEST_READ, 1, false, false, regSize );
-   return lastResponseId;
+   return addRequest( { reg, Smbus::REQUEST_READ, 1, regSize } );
 }
 
 Ham::ResponseId LumenSmbusHam::addRead16( Register reg, uint8_t regSize ) {
-   addRequest( reg, Smbus::REQUEST_READ, 2, false, false, regSize );
-   return lastResponseId;
+   return addRequest( { reg, Smbus::REQUEST_READ, 2, regSize } );
 }
 
 Ham::ResponseId LumenSmbusHam::addRead( Register reg,
                                         uint32_t length,
                                         bool flag,
                                         uint8_t regSize ) {
-   addRequest( reg, Smbus::REQUEST_READ, length, false, flag, regSize );
-   return lastResponseId;
+   return addRequest( { .reg = reg,
+                        .type = Smbus::REQUEST_READ,
+                        .size = length,
+                        .regSize = regSize,
+                        .readFlag = flag } );
 }
 
 Ham::ResponseId LumenSmbusHam::addReadBlock( Register reg, uint8_t regSize ) {
-   addRequest( reg, Smbus::REQUEST_BLOCK_READ, 0, false, false, regSize );
-   return lastResponseId;
+   return addRequest( { reg, Smbus::REQUEST_BLOCK_READ, 0, regSize } );
 }
 
 void LumenSmbusHam::addSendByte( uint8_t value, bool flag ) {
-   addRequest( value, Smbus::REQUEST_WRITE, 0, flag, false, 1 );
+   addRequest( { value, Smbus::REQUEST_WRITE, 0, 1, flag } );
 }
 
 void LumenSmbusHam::addWrite8( Register reg, uint8_t value, bool flag, uint8_t regSize ) {
-   addRequest( reg, Smbus::REQUEST_WRITE, 1, flag, false, regSize )->set_data( &value, 1 );
+   addRequest( { reg, Smbus::REQUEST_WRITE, sizeof value, regSize, flag }, &value );
 }
 
-namespace {
-
-struct LittleEndian16 {
-   explicit LittleEndian16( uint16_t word )
-       : bytes{ static_cast< uint8_t >( word ), static_cast< uint8_t >( word >> 8 ) } {}
-
-   uint8_t bytes[ 2 ];
-};
-
-}  // namespace
-
 void LumenSmbusHam::addWrite16( Register reg, uint16_t value, bool flag, uint8_t regSize ) {
-   addRequest( reg, Smbus::REQUEST_WRITE, 2, flag, false, regSize )
-      ->set_data( LittleEndian16( value ).bytes, 2 );
+   addRequest( { reg, Smbus::REQUEST_WRITE, sizeof value, regSize, flag },
+               lowByteFirst( value ).data() );
 }
 
 void LumenSmbusHam::addWrite(
    Register reg, const void* data, uint32_t length, bool flag, uint8_t regSize ) {
-   addRequest( reg, Smbus::REQUEST_WRITE, length, flag, false, regSize )->set_data( data, length );
+   addRequest( { reg, Smbus::REQUEST_WRITE, length, regSize, flag }, data );
 }
 
 void LumenSmbusHam::addWriteBlock(
    Register reg, const void* data, uint32_t length, bool flag, uint8_t regSize ) {
-   addRequest( reg, Smbus::REQUEST_BLOCK_WRITE, length, flag, false, regSize )
-      ->set_data( data, length );
+   addRequest( { reg, Smbus::REQUEST_BLOCK_WRITE, length, regSize, flag }, data );
 }
 
 Ham::ResponseId LumenSmbusHam::addProcessCall( Register reg, uint16_t value, uint8_t regSize ) {
-   addRequest( reg, Smbus::REQUEST_PROCESS_CALL, 2, false, false, regSize )
-      ->set_data( LittleEndian16( value ).bytes, 2 );
-   return lastResponseId;
+   return addRequest( { reg, Smbus::REQUEST_PROCESS_CALL, 2, regSize },
+                      lowByteFirst( value ).data() );
 }
 
 const std::string& LumenSmbusHam::responseData( ResponseId idx ) const {

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "Components/Mux.h"
 #include "Ham/Ham.h"
+#include "Ham/Mux.h"
 #include "Topology/Topology.h"
 #include "smbus.pb.h"
 
@@ -31,7 +31,7 @@ class LumenSmbusHam : public Ham {
 
    void init() override;
    void prepare() override;
-   pl_status execute() override;
+   [[nodiscard]] pl_status execute() override;
 
    ResponseId addRecvByte() override;
    ResponseId addRead8( Register reg, uint8_t regSize ) override;
@@ -60,24 +60,23 @@ class LumenSmbusHam : public Ham {
  private:
    friend class LumenSmbusVisitor;
 
+   struct Transaction {
+      Register reg;
+      Smbus::RequestType type;
+      uint32_t size;  // bytes
+      uint8_t regSize;
+      bool flag = false;      // a write's
+      bool readFlag = false;  // a read's
+   };
+
    // Puts the channel of this mux chip in front of the path.
    void addMux( uint32_t did, uint32_t channel );
-   Smbus::Request* addRequest( Register reg,
-                               Smbus::RequestType type,
-                               uint32_t size,
-                               bool flag,
-                               bool readFlag,
-                               uint8_t regSize );
-   void requestInit( Smbus::Request* request,
-                     Register reg,
-                     Smbus::RequestType type,
-                     uint32_t size,
-                     bool flag,
-                     bool readFlag,
-                     uint8_t regSize );
+   // Queues it with the `size` bytes of `data`, when there are any.
+   ResponseId addRequest( const Transaction& transaction, const void* data = nullptr );
+   void requestInit( Smbus::Request* request, const Transaction& transaction );
    // Runs `queue` while this HAM speaks to the mux's chip.
    template < typename Queue >
-   uint32_t atMuxChip( const Component::LogicalDevice::Mux* mux, Queue queue );
+   void atMuxChip( const Component::LogicalDevice::Mux* mux, Queue queue );
    const std::string& responseData( ResponseId idx ) const;
 
    uint32_t prepareRequestCount_ = 0;

@@ -1,5 +1,8 @@
 #include "Ham/LumenSmbusVisitor.h"
 
+#include "BoardFiles/Media.h"
+#include "Components/HardwareDevice.h"
+
 namespace Ham {
 
 namespace {
@@ -7,6 +10,15 @@ namespace {
 constexpr uint8_t kOneByteRegisters = 1;  // addrSize code
 
 }  // namespace
+
+Component::LogicalDevice::Mux* newMux( Drivers::DriverArgs args, uint32_t channel ) {
+   auto chip = Component::HardwareDevice::create( args, nullptr );
+   return chip ? chip->newMux( args, channel ) : nullptr;
+}
+
+const Ham* hamOf( const Component::LogicalDevice::Mux* mux ) {
+   return mux->device()->ham();
+}
 
 void LumenSmbusVisitor::createHam( const HamAddress& address ) {
    ham = new LumenSmbusHam;
@@ -37,39 +49,33 @@ bool LumenSmbusVisitor::visit( const Topology::Accelerator* accelerator ) {
 }
 
 bool LumenSmbusVisitor::visit( const Topology::SCD* medium ) {
-   return masterIs( Smbus::MASTER_SCD, medium->pci );
+   return masterIs( Media::kScd.master, medium->pci );
 }
 bool LumenSmbusVisitor::visit( const Topology::FbDomFpga* medium ) {
-   return masterIs( Smbus::MASTER_FB_DOM_FPGA, medium->pci );
+   return masterIs( Media::kFbDomFpga.master, medium->pci );
 }
 bool LumenSmbusVisitor::visit( const Topology::I2C* medium ) {
-   return masterIs( medium->simulated ? Smbus::MASTER_SIMULATED : Smbus::MASTER_I2C );
+   return masterIs( medium->simulated ? Smbus::MASTER_SIMULATED : Media::kI2c.master );
 }
 bool LumenSmbusVisitor::visit( const Topology::IOPort* ) {
-   return masterIs( Smbus::MASTER_IO_PORT );
+   return masterIs( Media::kIoPort.master );
 }
 bool LumenSmbusVisitor::visit( const Topology::Celestica* ) {
-   return masterIs( Smbus::MASTER_CELESTICA );
+   return masterIs( Media::kCelestica.master );
 }
 bool LumenSmbusVisitor::visit( const Topology::PLM* ) {
-   return masterIs( Smbus::MASTER_PLM );
+   return masterIs( Media::kPlm.master );
 }
 bool LumenSmbusVisitor::visit( const Topology::SccSpi* ) {
-   return masterIs( Smbus::MASTER_SCC_SPI );
+   return masterIs( Media::kSccSpi.master );
 }
 
-bool LumenSmbusVisitor::masterIs( Smbus::MasterType type ) {
+bool LumenSmbusVisitor::masterIs( Smbus::MasterType type, std::optional< PCIAddress > pci ) {
    if ( found ) {
       ham->mastertype = type;
+      ham->pci = pci.value_or( ham->pci );
    }
    return true;
-}
-
-bool LumenSmbusVisitor::masterIs( Smbus::MasterType type, PCIAddress pci ) {
-   if ( found ) {
-      ham->pci = pci;
-   }
-   return masterIs( type );
 }
 
 bool LumenSmbusDriverVisitor::visit( const Topology::Component* component ) {

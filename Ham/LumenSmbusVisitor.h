@@ -1,10 +1,19 @@
 #pragma once
 
+#include <optional>
+
 #include "Drivers/Drivers.h"
 #include "Ham/LumenSmbusHam.h"
 #include "Topology/Topology.h"
 
 namespace Ham {
+
+// A channel of the mux chip that the arguments describe; null, after a trace, when the chip's
+// driver cannot be created. The chip is created with its own HAM.
+Component::LogicalDevice::Mux* newMux( Drivers::DriverArgs args, uint32_t channel );
+
+// The HAM of the mux's chip.
+const Ham* hamOf( const Component::LogicalDevice::Mux* mux );
 
 // Collects the addressing facts on the way up from the find.
 class LumenSmbusVisitor : public Topology::TopologyVisitor {
@@ -31,8 +40,7 @@ class LumenSmbusVisitor : public Topology::TopologyVisitor {
    void createHam( const HamAddress& address );
 
  private:
-   bool masterIs( Smbus::MasterType type, PCIAddress pci );
-   bool masterIs( Smbus::MasterType type );
+   bool masterIs( Smbus::MasterType type, std::optional< PCIAddress > pci = {} );
 };
 
 // For a device, or one of its components.

@@ -62,25 +62,25 @@ bool SearchVisitor::visit( const Topology::I2C* medium ) {
 }
 
 bool SearchVisitor::visit( const Topology::IOPort* medium ) {
-   return takeHam( medium, "IOPort" );
+   return takeHam( medium, Media::kIoPort );
 }
 bool SearchVisitor::visit( const Topology::Celestica* medium ) {
-   return takeHam( medium, "Celestica" );
+   return takeHam( medium, Media::kCelestica );
 }
 bool SearchVisitor::visit( const Topology::PLM* medium ) {
-   return takeHam( medium, "PLM" );
+   return takeHam( medium, Media::kPlm );
 }
 bool SearchVisitor::visit( const Topology::SccSpi* medium ) {
-   return takeHam( medium, "SccSpi" );
+   return takeHam( medium, Media::kSccSpi );
 }
 bool SearchVisitor::visit( const Topology::FbDomFpga* medium ) {
-   return takeHam( medium, "FbDomFpga" );
+   return takeHam( medium, Media::kFbDomFpga );
 }
 
-bool SearchVisitor::takeHam( const Topology::MediumNode* medium, const char* name ) {
+bool SearchVisitor::takeHam( const Topology::MediumNode* node, const Media::Medium& medium ) {
    if ( found ) {
-      ham = medium->ham;
-      pl_trace( 2, "%s", name );
+      ham = node->ham;
+      pl_trace( 2, "%s", medium.type.data() );
    }
    return true;
 }

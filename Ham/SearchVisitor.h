@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "BoardFiles/Media.h"
 #include "Topology/Topology.h"
 
 namespace Ham {
@@ -32,7 +33,7 @@ class SearchVisitor final : public Topology::TopologyVisitor {
    std::string ham;
 
  private:
-   bool takeHam( const Topology::MediumNode* medium, const char* name );
+   bool takeHam( const Topology::MediumNode* node, const Media::Medium& medium );
 };
 
 }  // namespace Ham

@@ -1,8 +1,8 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 
-#include "Components/NotImplementedException.h"
 #include "Drivers/Helpers.h"
+#include "Utils/NotImplementedException.h"
 #include "pl.h"
 
 namespace PlatformLibrary {

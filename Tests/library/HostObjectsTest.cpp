@@ -13,7 +13,6 @@
 #include "Components/HardwareDevice.h"
 #include "Components/Led.h"
 #include "Components/MultiDevice.h"
-#include "Components/NotImplementedException.h"
 #include "Components/PoePort.h"
 #include "Components/Psu.h"
 #include "Components/Slot.h"
@@ -23,6 +22,7 @@
 #include "Tests/support/ObjectImage.h"
 #include "Tests/support/TraceLog.h"
 #include "Topology/Topology.h"
+#include "Utils/NotImplementedException.h"
 
 using namespace Component;
 using namespace Component::LogicalDevice;

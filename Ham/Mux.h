@@ -22,7 +22,7 @@ class Mux {
    virtual uint32_t resetRequest( Ham::Ham* ham ) = 0;
 
    // Selects the channel in a batch of its own.
-   virtual pl_status executeMuxRequest() = 0;
+   [[nodiscard]] virtual pl_status executeMuxRequest() = 0;
 
    // The device of the mux chip.
    virtual HardwareDevice* device() const = 0;
