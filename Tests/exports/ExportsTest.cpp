@@ -1,6 +1,8 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 
+#include <string>
+
 #include "Drivers/Helpers.h"
 #include "Utils/NotImplementedException.h"
 #include "pl.h"
@@ -21,40 +23,28 @@ void* address( Function* function ) {
 }
 
 TEST( Exports, EntryPointsHelpersAndTheConnection ) {
-   Component::LogicalDevice::Gpio* ( *ofDevice )( Component::HardwareDevice*, uint32_t, uint32_t ) =
-      Drivers::getRegGpioForDevice;
-   Component::LogicalDevice::Gpio* ( *ofLabel )( const char*, uint32_t, uint32_t ) =
-      Drivers::getRegGpioForDevice;
-   void* const exported[] = { address( pl_system_init ),
-                              address( pl_system_add ),
-                              address( pl_slot_init ),
-                              address( pl_slot_add ),
-                              address( pl_led_init ),
-                              address( pl_led_add ),
-                              address( pl_poe_port_init ),
-                              address( pl_poe_port_add ),
-                              address( pl_temp_sensor_init ),
-                              address( pl_temp_sensor_add ),
-                              address( pl_fan_init ),
-                              address( pl_fan_add ),
-                              address( pl_xcvr_init ),
-                              address( pl_xcvr_add ),
-                              address( pl_psu_init ),
-                              address( pl_psu_add ),
-                              address( pl_gpio_init ),
-                              address( pl_gpio_add ),
-                              address( pl_smbus_init ),
-                              address( pl_smbus_add ),
-                              address( Drivers::runCmd ),
-                              address( Drivers::insertDriverArg ),
-                              address( Drivers::getHardwareDeviceByLabel ),
-                              address( Drivers::trim ),
-                              address( Drivers::zeroChecksum ),
-                              address( ofDevice ),
-                              address( ofLabel ) };
-   EXPECT_THAT( exported, Each( NotNull() ) );
+   for ( const char* kind : { "system", "slot", "led", "poe_port", "temp_sensor", "fan", "xcvr",
+                              "psu", "gpio", "smbus" } ) {
+      for ( const char* step : { "init", "add" } ) {
+         std::string name = std::string( "pl_" ) + kind + "_" + step;
+         EXPECT_NE( dlsym( RTLD_DEFAULT, name.c_str() ), nullptr ) << name;
+      }
+   }
    EXPECT_EQ( _plSock, nullptr ) << "nothing has been initialised";
 
+   using Gpio = Component::LogicalDevice::Gpio;
+   Gpio* ( *ofDevice )( Component::HardwareDevice*, uint32_t, uint32_t ) =
+      Drivers::getRegGpioForDevice;
+   Gpio* ( *ofLabel )( const char*, uint32_t, uint32_t ) = Drivers::getRegGpioForDevice;
+   // That this links is the check.
+   void* const helpers[] = { address( Drivers::runCmd ),
+                             address( Drivers::insertDriverArg ),
+                             address( Drivers::getHardwareDeviceByLabel ),
+                             address( Drivers::trim ),
+                             address( Drivers::zeroChecksum ),
+                             address( ofDevice ),
+                             address( ofLabel ) };
+   EXPECT_THAT( helpers, Each( NotNull() ) );
    Drivers::FormatFdl fdl( "{a}-{b}" );
    fdl.start();
    fdl.set( "a", "1" );

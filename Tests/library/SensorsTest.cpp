@@ -22,10 +22,7 @@ using ::testing::HasSubstr;
 using ::testing::IsSupersetOf;
 using ::testing::Message;
 using ::testing::ThrowsMessage;
-using Tests::channel;
-using Tests::DriverArguments;
 using Tests::kUntouched;
-using Tests::Registers;
 using Tests::SensorChip;
 using Lines = std::vector< std::string >;
 
@@ -34,24 +31,32 @@ namespace {
 constexpr float kInfinity = std::numeric_limits< float >::infinity();
 constexpr float kNaN = std::numeric_limits< float >::quiet_NaN();
 
+std::string joined( const Lines& log ) {
+   std::string text;
+   for ( const std::string& line : log ) {
+      text += ( text.empty() ? "" : "; " ) + line;
+   }
+   return text;
+}
+
 // Registers hold bytes in bus order.
 TEST( Sensors, ReadTheirRegistersAsDegrees ) {
-   const std::tuple< const char*, DriverArguments, Registers, float, Lines > rows[] = {
-      { "TMP75", {}, { { 0, "1980" } }, 25.5f, { "R16 00" } },
-      { "TMP75", {}, { { 0, "ffff" } }, -0.125f, { "R16 00" } },
-      { "LM73", {}, { { 0, "fffc" } }, -0.03125f, { "R16 00" } },
-      { "TMP46x", channel( "0" ), { { 0, "0cc8" } }, 25.5625f, { "R16 00" } },
-      { "TMP46x", channel( "8" ), { { 8, "ec00" } }, -40.0f, { "R16 08" } },
-      { "Max6697", channel( "1" ), { { 1, "2a" }, { 9, "e0" } }, 42.875f, { "R8 01", "R8 09" } },
-      { "Max6697", channel( "2" ), { { 2, "2a" }, { 9, "e0" } }, 42.0f, { "R8 02" } },
-      { "Max6697", channel( "0" ), { { 7, "7f" } }, 127.0f, { "R8 07" } },
-      { "Max6697", channel( "263" ), { { 7, "00" } }, 0.0f, { "R8 07" } },
-      { "Max6658", channel( "0" ), { { 0, "19" }, { 0x11, "20" } }, 25.125f, { "R8 00", "R8 11" } },
-      { "Max6658", channel( "1" ), { { 1, "f6" }, { 0x10, "60" } }, -9.625f, { "R8 01", "R8 10" } },
-      { "IR357x", channel( "0" ), { { 0x00, "0001" } }, 256.0f, { "R16 00" } },
-      { "IR357x", channel( "1" ), { { 0x8D, "3700" } }, 55.0f, { "R16 8d" } },
-      { "IR357x", channel( "2" ), { { 0x8E, "ffff" } }, 65535.0f, { "R16 8e" } },
-      { "MpsVrm", channel( "257" ), { { 0x8D, "3700" } }, 55.0f, { "R16 8d" } },
+   const std::tuple< const char*, std::string, std::string, float, std::string > rows[] = {
+      { "TMP75", "", "00=1980", 25.5f, "R16 00" },
+      { "TMP75", "", "00=ffff", -0.125f, "R16 00" },
+      { "LM73", "", "00=fffc", -0.03125f, "R16 00" },
+      { "TMP46x", "channel=0", "00=0cc8", 25.5625f, "R16 00" },
+      { "TMP46x", "channel=8", "08=ec00", -40.0f, "R16 08" },
+      { "Max6697", "channel=1", "01=2a; 09=e0", 42.875f, "R8 01; R8 09" },
+      { "Max6697", "channel=2", "02=2a; 09=e0", 42.0f, "R8 02" },
+      { "Max6697", "channel=0", "07=7f", 127.0f, "R8 07" },
+      { "Max6697", "channel=263", "07=00", 0.0f, "R8 07" },
+      { "Max6658", "channel=0", "00=19; 11=20", 25.125f, "R8 00; R8 11" },
+      { "Max6658", "channel=1", "01=f6; 10=60", -9.625f, "R8 01; R8 10" },
+      { "IR357x", "channel=0", "00=0001", 256.0f, "R16 00" },
+      { "IR357x", "channel=1", "8d=3700", 55.0f, "R16 8d" },
+      { "IR357x", "channel=2", "8e=ffff", 65535.0f, "R16 8e" },
+      { "MpsVrm", "channel=257", "8d=3700", 55.0f, "R16 8d" },
    };
    for ( const auto& [ driver, args, registers, celsius, traffic ] : rows ) {
       SCOPED_TRACE( Message() << driver << " " << celsius );
@@ -61,7 +66,7 @@ TEST( Sensors, ReadTheirRegistersAsDegrees ) {
       float reading = kUntouched;
       EXPECT_EQ( chip.getTemperature( &reading ), PL_STATUS_OK );
       EXPECT_EQ( reading, celsius );
-      EXPECT_EQ( chip.ham.log, traffic );
+      EXPECT_EQ( joined( chip.ham.log ), traffic );
       EXPECT_EQ( chip.ham.batches, 1 );
    }
 }
@@ -97,39 +102,36 @@ TEST( Degrees, CoverTheWholeRangeAndEveryFraction ) {
 }
 
 TEST( Sensors, ProgramTheirLimitsAlertFirst ) {
-   const std::tuple< const char*, DriverArguments, float, float, Lines > rows[] = {
-      { "TMP75", {}, 80, 90, {} },
-      { "MpsVrm", channel( "1" ), 80, 90, {} },
-      { "LM73", {}, 80, 100, { "W16 02=3200", "W16 03=2f80" } },
-      { "LM73", {}, 80, -10.1f, { "W16 02=fae0", "W16 03=fb20" } },
-      { "TMP46x", channel( "0" ), 85, 95.5f, { "W16 3a=2a80", "W16 39=2fc0" } },
-      { "TMP46x", channel( "1" ), -5.5f, -0.001f, { "W16 43=fd40", "W16 42=0000" } },
-      { "TMP46x", channel( "8" ), kNaN, kInfinity, { "W16 7b=0000", "W16 7a=ffff" } },
-      { "Max6697", channel( "1" ), 95.9f, -5.5f, { "W8 11=5f", "W8 21=fb" } },
-      { "Max6697", channel( "4" ), kNaN, 300, { "W8 14=00", "W8 24=2c" } },
-      { "Max6697", channel( "6" ), kInfinity, -kInfinity, { "W8 16=ff", "W8 26=00" } },
-      { "Max6697", channel( "3" ), 70, 80, { "W8 13=46" } },
-      { "Max6697", channel( "0" ), 70, 80, { "W8 17=46" } },
-      { "Max6658", channel( "0" ), 95.9f, -5.5f, { "W8 0b=5f", "W8 20=fb" } },
-      { "Max6658", channel( "1" ), 70, 0.9f, { "W8 0d=46", "W8 1f=00" } },
-      { "Isl6812x", {}, 105.7f, -5.5f, { "W8 00=00", "W16 51=6900", "W8 00=00", "W16 4f=fbff" } },
-      { "Isl6812x",
-        { { "localId", "257" } },
-        70000,
-        kInfinity,
-        { "W8 00=01", "W16 51=7011", "W8 00=01", "W16 4f=ffff" } },
+   const std::tuple< const char*, std::string, float, float, std::string > rows[] = {
+      { "TMP75", "", 80, 90, {} },
+      { "MpsVrm", "channel=1", 80, 90, {} },
+      { "LM73", "", 80, 100, "W16 02=3200; W16 03=2f80" },
+      { "LM73", "", 80, -10.1f, "W16 02=fae0; W16 03=fb20" },
+      { "TMP46x", "channel=0", 85, 95.5f, "W16 3a=2a80; W16 39=2fc0" },
+      { "TMP46x", "channel=1", -5.5f, -0.001f, "W16 43=fd40; W16 42=0000" },
+      { "TMP46x", "channel=8", kNaN, kInfinity, "W16 7b=0000; W16 7a=ffff" },
+      { "Max6697", "channel=1", 95.9f, -5.5f, "W8 11=5f; W8 21=fb" },
+      { "Max6697", "channel=4", kNaN, 300, "W8 14=00; W8 24=2c" },
+      { "Max6697", "channel=6", kInfinity, -kInfinity, "W8 16=ff; W8 26=00" },
+      { "Max6697", "channel=3", 70, 80, "W8 13=46" },
+      { "Max6697", "channel=0", 70, 80, "W8 17=46" },
+      { "Max6658", "channel=0", 95.9f, -5.5f, "W8 0b=5f; W8 20=fb" },
+      { "Max6658", "channel=1", 70, 0.9f, "W8 0d=46; W8 1f=00" },
+      { "Isl6812x", "", 105.7f, -5.5f, "W8 00=00; W16 51=6900; W8 00=00; W16 4f=fbff" },
+      { "Isl6812x", "localId=257", 70000, kInfinity,
+        "W8 00=01; W16 51=7011; W8 00=01; W16 4f=ffff" },
    };
    for ( const auto& [ driver, args, alert, critical, traffic ] : rows ) {
       SensorChip chip( driver, args );
       chip.sensor->alertThresholdIs( alert );
       chip.sensor->criticalThresholdIs( critical );
-      EXPECT_EQ( chip.ham.log, traffic ) << driver << alert << critical;
+      EXPECT_EQ( joined( chip.ham.log ), traffic ) << driver << alert << critical;
    }
 }
 
 TEST( Sensors, ReadTheirLimitsBack ) {
    float celsius = kUntouched;
-   SensorChip remote( "Max6658", channel( "1" ), { { 0x07, "46" }, { 0x1F, "fb" } } );
+   SensorChip remote( "Max6658", "channel=1", "07=46; 1f=fb" );
    auto& max6658 = remote.as< Max6658 >();
    using Diode = Max6658::DiodeType;
    EXPECT_EQ( max6658.getThreshold( Diode::remote, Max6658::Threshold::Alert, &celsius ), 0 );
@@ -139,7 +141,7 @@ TEST( Sensors, ReadTheirLimitsBack ) {
    EXPECT_EQ( max6658.getThreshold( Diode::local, Max6658::Threshold::Alert, &celsius ), 0 );
    EXPECT_THAT( remote.ham.log, ElementsAre( "R8 07", "R8 1f", "R8 05" ) );
 
-   SensorChip seven( "Max6697", channel( "7" ), { { 0x17, "5a" } } );
+   SensorChip seven( "Max6697", "channel=7", "17=5a" );
    auto& max6697 = seven.as< Max6697 >();
    EXPECT_EQ( max6697.getThreshold( 7, Max6697::Threshold::Alert, &celsius ), 0 );
    EXPECT_EQ( celsius, 90 );
@@ -150,13 +152,13 @@ TEST( Sensors, ReadTheirLimitsBack ) {
    EXPECT_THAT( traces.take(), ElementsAre( "5 Overheat register not available for 7",
                                             "5 Overheat register not available for 7" ) );
 
-   SensorChip lm73( "LM73", {}, { { 0x02, "3200" } } );
+   SensorChip lm73( "LM73", {}, "02=3200" );
    EXPECT_EQ( lm73.as< LM73 >().getThreshold( &celsius ), 0 );
    EXPECT_EQ( celsius, 100 );
-   SensorChip tmp( "TMP46x", channel( "2" ), { { 0x4B, "fd40" } } );
+   SensorChip tmp( "TMP46x", "channel=2", "4b=fd40" );
    EXPECT_EQ( tmp.as< TMP46x >().getThreshold( 2, TMP46x::Threshold::Alert, &celsius ), 0 );
    EXPECT_EQ( celsius, -5.5f );
-   SensorChip paged( "Isl6812x", { { "localId", "1" } }, { { 0x4F, "7d00" }, { 0x8D, "3700" } } );
+   SensorChip paged( "Isl6812x", "localId=1", "4f=7d00; 8d=3700" );
    EXPECT_EQ( paged.as< Isl6812x >().getThreshold( Isl6812x::Threshold::Critical, &celsius ), 0 );
    EXPECT_EQ( celsius, 125 );
    EXPECT_EQ( paged.getTemperature( &celsius ), 0 );
@@ -165,53 +167,49 @@ TEST( Sensors, ReadTheirLimitsBack ) {
 }
 
 TEST( Sensors, StartInOrderAndTraceWhatTheyDo ) {
-   const std::tuple< const char*, DriverArguments, Lines, Lines, std::string > rows[] = {
-      { "TMP75", {}, { "W8 01=40" }, { "5 Creating TMP75" }, "TMP75::getTemperature(float*)" },
+   const std::tuple< const char*, std::string, std::string, Lines, std::string > rows[] = {
+      { "TMP75", "", "W8 01=40", { "5 Creating TMP75" }, "TMP75::getTemperature(float*)" },
+      { "LM73", "", "W8 04=08; W8 01=40", { "5 Creating LM73" }, "LM73::getTemperature(float*)" },
       { "LM73",
-        {},
-        { "W8 04=08", "W8 01=40" },
-        { "5 Creating LM73" },
-        "LM73::getTemperature(float*)" },
-      { "LM73",
-        { { "invertAlertPolarity", "-3" }, { "resolution", "0.03125" } },
-        { "W8 04=08", "W8 01=50" },
+        "invertAlertPolarity=-3; resolution=0.03125",
+        "W8 04=08; W8 01=50",
         {},
         "LM73::getTemperature(float*)" },
       { "TMP46x",
-        channel( "4" ),
-        { "R16 ff", "W16 c4=eb19", "R16 c4" },
+        "channel=4",
+        "R16 ff; W16 c4=eb19; R16 c4",
         { "0 creating TMP468", "0 TMP468 registers unlocked for write" },
         "TMP46x::getTemperature(uint8_t, float*): 04" },
       { "Max6697",
-        channel( "263" ),
+        "channel=263",
         {},
         { "5 Creating Max6697 on channel 7" },
         "Max6697::getTemperature(uint8_t, float*): 07" },
       { "Max6658",
-        channel( "0" ),
-        { "W8 0a=04" },
+        "channel=0",
+        "W8 0a=04",
         { "5 Creating Max6658 on channel 0",
           "0 WARNING: the internal diode of the Max6658 has a 3 degree error in its "
           "measurements\n" },
         "Max6658::getTemperature(Drivers::Max6658::DiodeType, float*): 00" },
       { "IR357x",
-        channel( "1" ),
-        { "R2 9a", "R2 9b" },
+        "channel=1",
+        "R2 9a; R2 9b",
         { "5 Creating IR357x device",
           "5 virtual void Drivers::IR357x::init(): block read to get model information",
           "5 Creating Vrm temperature sensor on channel 1" },
         "Vrm::readTemperature(uint8_t, float*): 0x8d" },
       { "MpsVrm",
-        channel( "1" ),
+        "channel=1",
         {},
         { "5 Creating MPS VRM device" },
         "Vrm::readTemperature(uint8_t, float*): 0x8d" },
-      { "Isl6812x", {}, {}, { "5 Creating Isl6812x" }, "Isl6812x::getTemperature(float*)" },
+      { "Isl6812x", "", {}, { "5 Creating Isl6812x" }, "Isl6812x::getTemperature(float*)" },
    };
    Tests::TraceLog traces;
    for ( const auto& [ driver, args, traffic, creation, access ] : rows ) {
       SensorChip chip( driver, args );
-      EXPECT_EQ( chip.initLog, traffic ) << driver;
+      EXPECT_EQ( joined( chip.initLog ), traffic ) << driver;
       EXPECT_THAT( traces.take(), IsSupersetOf( creation ) );
       float celsius;
       EXPECT_EQ( chip.getTemperature( &celsius ), PL_STATUS_OK );
@@ -227,9 +225,9 @@ TEST( Sensors, StartInOrderAndTraceWhatTheyDo ) {
 }
 
 TEST( Sensors, TraceFailuresOfTheirOwn ) {
-   const std::tuple< const char*, DriverArguments, const char*, float, const char* > rows[] = {
-      { "TMP75", {}, "R16", kUntouched, "0 Error: Failed to read temperature for TMP75 device" },
-      { "MpsVrm", channel( "1" ), "R16", 0, "7 Error: 6 reading the temperature register" },
+   const std::tuple< const char*, std::string, const char*, float, const char* > rows[] = {
+      { "TMP75", "", "R16", kUntouched, "0 Error: Failed to read temperature for TMP75 device" },
+      { "MpsVrm", "channel=1", "R16", 0, "7 Error: 6 reading the temperature register" },
    };
    Tests::TraceLog traces;
    for ( const auto& [ driver, args, step, celsius, trace ] : rows ) {
@@ -242,12 +240,12 @@ TEST( Sensors, TraceFailuresOfTheirOwn ) {
    }
 
    float reading = kUntouched;
-   SensorChip diode( "Max6658", channel( "1" ), { { 0x01, "80" }, { 0x10, "e0" } } );
+   SensorChip diode( "Max6658", "channel=1", "01=80; 10=e0" );
    EXPECT_EQ( diode.getTemperature( &reading ), PL_STATUS_IO_ERROR );
    EXPECT_EQ( reading, kUntouched );
    EXPECT_EQ( traces.lines.back(), "0 Diode 1 is in fault status" );
 
-   SensorChip isl( "Isl6812x", {}, { { 0x8D, "3700" } } );
+   SensorChip isl( "Isl6812x", {}, "8d=3700" );
    isl.ham.failOn( "W8 00", PL_STATUS_FAILURE );
    EXPECT_EQ( isl.getTemperature( &reading ), PL_STATUS_OK );
    EXPECT_EQ( reading, 55 );
@@ -270,7 +268,7 @@ TEST( Sensors, ThatMayStartWithoutTheirChip ) {
 }
 
 TEST( Sensors, AnIR357xTellsItsModel ) {
-   const std::tuple< const char*, const char*, std::string, std::string > rows[] = {
+   const std::tuple< std::string, std::string, std::string, std::string > rows[] = {
       { "0120", "0103", "5 VRM model is IR3567", "0x03" },
       { "0121", "0100", "5 VRM model is IR3563", "0x00" },
       { "0122", "017f", "5 VRM model is IR3565", "0x7f" },
@@ -281,7 +279,7 @@ TEST( Sensors, AnIR357xTellsItsModel ) {
    };
    for ( const auto& [ model, revision, name, traced ] : rows ) {
       Tests::TraceLog traces;
-      SensorChip chip( "IR357x", channel( "1" ), { { 0x9A, model }, { 0x9B, revision } } );
+      SensorChip chip( "IR357x", "channel=1", "9a=" + model + "; 9b=" + revision );
       EXPECT_THAT( traces.lines, IsSupersetOf( { name, "5 VRM revision is " + traced } ) );
    }
 }
@@ -300,9 +298,9 @@ TEST( Sensors, ALM73KeepsItsResolutionWhenTheChangeFails ) {
 
 TEST( Sensors, ATMP46xIsKnownByTheLowBitsOfItsIdAndCanBeLocked ) {
    Tests::TraceLog traces;
-   SensorChip( "TMP46x", channel( "8" ), { { 0xFF, "1468" } } );
+   SensorChip( "TMP46x", "channel=8", "ff=1468" );
    EXPECT_THAT( traces.lines, Contains( "0 creating TMP1468" ) );
-   SensorChip chip( "TMP46x", channel( "4" ), { { 0xFF, "0464" } } );
+   SensorChip chip( "TMP46x", "channel=4", "ff=0464" );
    EXPECT_THAT( traces.lines, Contains( "0 TMP464 registers unlocked for write" ) );
    chip.ham.afterWrite = [ & ]( uint32_t ) { chip.ham.load( 0xC4, "8000" ); };
    EXPECT_EQ( chip.as< TMP46x >().lockRegister(), PL_STATUS_OK );
@@ -313,20 +311,20 @@ TEST( Sensors, AcceptWhatTheirArgumentsAllow ) {
    for ( const auto& [ text, steps ] :
          { std::pair( "0.25", 0 ), std::pair( "0.125", 1 ), std::pair( "0.0625", 2 ),
            std::pair( "0.03125", 3 ), std::pair( "0.06 K", 2 ) } ) {
-      SensorChip chip( "LM73", { { "resolution", text } } );
+      SensorChip chip( "LM73", std::string( "resolution=" ) + text );
       EXPECT_EQ( static_cast< int >( chip.as< LM73 >().resolution() ), steps ) << text;
    }
-   const std::tuple< const char*, DriverArguments, std::string > invalid[] = {
-      { "LM73", { { "resolution", "0.3" } }, "Resolution 0.3 invalid" },
-      { "LM73", { { "resolution", "0" } }, "Resolution 0 invalid" },
-      { "LM73", { { "resolution", "nan" } }, "Resolution nan invalid" },
-      { "LM73", { { "resolution", "1e99" } }, "stof" },
-      { "LM73", { { "invertAlertPolarity", "true" } }, "stoi" },
-      { "TMP46x", channel( "9999999999" ), "stoi" },
-      { "Max6697", channel( "" ), "stoi" },
-      { "Max6658", channel( "x" ), "stoi" },
-      { "MpsVrm", channel( "one" ), "stoi" },
-      { "Isl6812x", { { "localId", "" } }, "stoi" },
+   const std::tuple< const char*, std::string, std::string > invalid[] = {
+      { "LM73", "resolution=0.3", "Resolution 0.3 invalid" },
+      { "LM73", "resolution=0", "Resolution 0 invalid" },
+      { "LM73", "resolution=nan", "Resolution nan invalid" },
+      { "LM73", "resolution=1e99", "stof" },
+      { "LM73", "invertAlertPolarity=true", "stoi" },
+      { "TMP46x", "channel=9999999999", "stoi" },
+      { "Max6697", "channel=", "stoi" },
+      { "Max6658", "channel=x", "stoi" },
+      { "MpsVrm", "channel=one", "stoi" },
+      { "Isl6812x", "localId=", "stoi" },
    };
    for ( const auto& [ driver, args, message ] : invalid ) {
       EXPECT_THAT( [ & ] { SensorChip( driver, args ); },
@@ -337,33 +335,31 @@ TEST( Sensors, AcceptWhatTheirArgumentsAllow ) {
 
 TEST( SensorsDeathTest, RefuseWhatTheyDoNotHave ) {
    const std::string missing = R"(args.driverArgs.find( "channel" ) != args.driverArgs.end())";
-   const std::tuple< const char*, DriverArguments, Registers, std::string > rows[] = {
-      { "Max6697", {}, {}, missing },
-      { "Max6658", {}, {}, missing },
-      { "TMP46x", {}, {}, missing },
-      { "MpsVrm", {}, {}, missing },
-      { "Max6697", channel( "8" ), {}, "`channel <= 7'" },
-      { "Max6697", channel( "-1" ), {}, "`channel <= 7'" },
-      { "Max6658", channel( "2" ), {}, R"(`channel <= 1 && "invalid channel number"')" },
-      { "TMP46x", channel( "9" ), {}, "`channel <= maxChannel_'" },
-      { "TMP46x", channel( "256" ), {}, "`channel <= maxChannel_'" },
-      { "TMP46x", channel( "5" ), { { 0xFF, "1464" } }, "`channel <= maxChannel_'" },
-      { "TMP46x",
-        channel( "0" ),
-        { { 0xFF, "0469" } },
+   const std::tuple< const char*, std::string, std::string, std::string > rows[] = {
+      { "Max6697", "", {}, missing },
+      { "Max6658", "", {}, missing },
+      { "TMP46x", "", {}, missing },
+      { "MpsVrm", "", {}, missing },
+      { "Max6697", "channel=8", {}, "`channel <= 7'" },
+      { "Max6697", "channel=-1", {}, "`channel <= 7'" },
+      { "Max6658", "channel=2", {}, R"(`channel <= 1 && "invalid channel number"')" },
+      { "TMP46x", "channel=9", {}, "`channel <= maxChannel_'" },
+      { "TMP46x", "channel=256", {}, "`channel <= maxChannel_'" },
+      { "TMP46x", "channel=5", "ff=1464", "`channel <= maxChannel_'" },
+      { "TMP46x", "channel=0", "ff=0469",
         "virtual void Drivers::TMP46x::init() failed, Unknown deviceId: 469" },
-      { "IR357x", channel( "3" ), {}, "`channelIsValid( channel )'" },
-      { "MpsVrm", channel( "0" ), {}, "`channelIsValid( channel )'" },
-      { "MpsVrm", channel( "2" ), {}, "`channelIsValid( channel )'" },
-      { "IR357x", {}, { { 0x9A, "0224" } }, "init(): Assertion `model[ 0 ] == 0x01'" },
-      { "IR357x", {}, { { 0x9B, "0003" } }, "`revision[ 0 ] == 0x01'" },
+      { "IR357x", "channel=3", {}, "`channelIsValid( channel )'" },
+      { "MpsVrm", "channel=0", {}, "`channelIsValid( channel )'" },
+      { "MpsVrm", "channel=2", {}, "`channelIsValid( channel )'" },
+      { "IR357x", "", "9a=0224", "init(): Assertion `model[ 0 ] == 0x01'" },
+      { "IR357x", "", "9b=0003", "`revision[ 0 ] == 0x01'" },
    };
    for ( const auto& [ driver, args, registers, text ] : rows ) {
       EXPECT_DEATH( SensorChip( driver, args, registers ), HasSubstr( text ) ) << driver;
    }
    SensorChip lm73( "LM73" );
    EXPECT_DEATH( lm73.device->newTempSensor( {} ), HasSubstr( "`instance_ == __null'" ) );
-   SensorChip chip( "Max6697", channel( "5" ), { { 5, "ff" } } );
+   SensorChip chip( "Max6697", "channel=5", "05=ff" );
    float celsius;
    EXPECT_DEATH( chip.getTemperature( &celsius ), HasSubstr( "Incorrect diode5 value ff" ) );
 }
@@ -389,15 +385,13 @@ TEST( SensorsDeathTest, AChipThatDoesNotStartStopsTheProcess ) {
 }
 
 TEST( SensorsDeathTest, ALimitThatCannotBeSetStopsTheProcess ) {
-   const std::tuple< const char*, DriverArguments, std::string, std::string > rows[] = {
-      { "LM73", {}, "", "value" },
-      { "TMP46x", channel( "3" ), "id_, Threshold::Alert, value",
-        "id_, Threshold::Overheat, value" },
-      { "Max6697", channel( "1" ), "id_, Threshold::Alert, value",
-        "id_, Threshold::Overheat, value" },
-      { "Max6658", channel( "1" ), "type_, Threshold::Alert, value",
+   const std::tuple< const char*, std::string, std::string, std::string > rows[] = {
+      { "LM73", "", "", "value" },
+      { "TMP46x", "channel=3", "id_, Threshold::Alert, value", "id_, Threshold::Overheat, value" },
+      { "Max6697", "channel=1", "id_, Threshold::Alert, value", "id_, Threshold::Overheat, value" },
+      { "Max6658", "channel=1", "type_, Threshold::Alert, value",
         "type_, Threshold::Overtemp1, value" },
-      { "Isl6812x", {}, "Threshold::Alert, value", "Threshold::Critical, value" },
+      { "Isl6812x", "", "Threshold::Alert, value", "Threshold::Critical, value" },
    };
    auto refused = []( const std::string& arguments ) {
       return HasSubstr( "`device_->setThreshold( " + arguments + " ) == PL_STATUS_OK'" );
@@ -414,25 +408,20 @@ TEST( SensorsDeathTest, ALimitThatCannotBeSetStopsTheProcess ) {
 
 // One simulated register of each chip is changed, which must show in that reading alone.
 TEST( Sensors, AllWorkOnSimulationFiles ) {
-   const std::tuple< const char*, DriverArguments, uint8_t, std::string, float > rows[] = {
-      { "TMP75", {}, 0x00, "f6e0", -9.125f },
-      { "LM73", {}, 0x00, "fffc", -0.03125f },
-      { "TMP46x", channel( "5" ), 0x05, "ec00", -40 },
-      { "Max6697", channel( "1" ), 0x09, "e0", 25.875f },
-      { "Max6697", channel( "7" ), 0x07, "2a", 42 },
-      { "Max6658", channel( "0" ), 0x11, "60", 25.375f },
-      { "Max6658", channel( "1" ), 0x01, "f6", -10 },
-      { "IR357x", channel( "1" ), 0x8D, "3700", 55 },
-      { "MpsVrm", channel( "1" ), 0x8D, "3700", 55 },
-      { "Isl6812x", { { "localId", "1" } }, 0x8D, "3700", 55 },
+   const std::tuple< const char*, std::string, uint8_t, std::string, float > rows[] = {
+      { "TMP75", "", 0x00, "f6e0", -9.125f },       { "LM73", "", 0x00, "fffc", -0.03125f },
+      { "TMP46x", "channel=5", 0x05, "ec00", -40 }, { "Max6697", "channel=1", 0x09, "e0", 25.875f },
+      { "Max6697", "channel=7", 0x07, "2a", 42 },   { "Max6658", "channel=0", 0x11, "60", 25.375f },
+      { "Max6658", "channel=1", 0x01, "f6", -10 },  { "IR357x", "channel=1", 0x8D, "3700", 55 },
+      { "MpsVrm", "channel=1", 0x8D, "3700", 55 },  { "Isl6812x", "localId=1", 0x8D, "3700", 55 },
    };
    Tests::TemporaryDirectory directory;
    setenv( "LUMENLIB_SIMDIR", directory.path().c_str(), 1 );
    for ( const auto& [ driver, args, reg, bytes, celsius ] : rows ) {
       Ham::SimHam ham;
-      auto device = Tests::createDevice( driver, ham, args );
+      auto device = Tests::createDevice( driver, ham, Tests::pairsOf( args ) );
       std::unique_ptr< Component::LogicalDevice::TempSensor > sensor(
-         device->newTempSensor( Tests::argumentsOf( args ) ) );
+         device->newTempSensor( Tests::argumentsOf( Tests::pairsOf( args ) ) ) );
       float reading = kUntouched;
       EXPECT_EQ( sensor->getTemperature( &reading ), PL_STATUS_OK ) << driver;
       EXPECT_EQ( reading, 25 ) << driver;

@@ -1,27 +1,36 @@
 #pragma once
 
+#include <map>
 #include <memory>
+#include <sstream>
+#include <string>
 
 #include "Components/TempSensor.h"
 #include "Tests/support/FakeDevice.h"
 
 namespace Tests {
 
-using Registers = std::map< uint32_t, std::string >;
-
 constexpr float kUntouched = -1000;  // in an output that must stay as it is
 
-inline DriverArguments channel( const char* text ) {
-   return { { "channel", text } };
+// "channel=1; page=2" as a map.
+inline std::map< std::string, std::string > pairsOf( const std::string& text ) {
+   std::map< std::string, std::string > pairs;
+   std::istringstream items( text );
+   for ( std::string item; std::getline( items >> std::ws, item, ';' ); ) {
+      size_t equals = item.find( '=' );
+      pairs[ item.substr( 0, equals ) ] = item.substr( equals + 1 );
+   }
+   return pairs;
 }
 
 // A chip on a fake HAM with one temperature sensor, used as the host uses it. A TMP46x identifies
-// itself as a TMP468 and opens its lock, an IR357x as an IR3570A.
+// itself as a TMP468 and opens its lock, an IR357x as an IR3570A. Arguments and registers (both
+// hexadecimal) are given as pairs: "channel=1", "09=e0; 01=2a".
 class SensorChip {
  public:
    explicit SensorChip( const std::string& driver,
-                        const DriverArguments& driverArgs = {},
-                        const Registers& registers = {} ) {
+                        const std::string& arguments = "",
+                        const std::string& registers = "" ) {
       ham.load( 0xFF, "0468" );
       ham.afterWrite = [ this ]( uint32_t reg ) {
          if ( reg == 0xC4 ) {
@@ -31,14 +40,15 @@ class SensorChip {
       ham.load( 0x9A, "0124" );
       ham.load( 0x9B, "0103" );
       load( registers );
+      DriverArguments driverArgs = pairsOf( arguments );
       device = createDevice( driver, ham, driverArgs );
       sensor.reset( device->newTempSensor( argumentsOf( driverArgs ) ) );
       initLog.swap( ham.log );
    }
 
-   void load( const Registers& registers ) {
-      for ( const auto& [ reg, bytes ] : registers ) {
-         ham.load( reg, bytes );
+   void load( const std::string& registers ) {
+      for ( const auto& [ reg, bytes ] : pairsOf( registers ) ) {
+         ham.load( static_cast< uint32_t >( std::stoul( reg, nullptr, 16 ) ), bytes );
       }
    }
 
