@@ -9,41 +9,8 @@ namespace Component {
 
 std::map< uint32_t, DeviceBase* > DeviceBase::devices;
 
-LogicalDevice::PoePort* DeviceBase::newPoePort( const DriverArgs& ) {
-   throw NotImplementedException( "newPoePort" );
-}
-LogicalDevice::TempSensor* DeviceBase::newTempSensor( const DriverArgs& ) {
-   throw NotImplementedException( "newTempSensor" );
-}
-LogicalDevice::Slot* DeviceBase::newSlot( const DriverArgs& ) {
-   throw NotImplementedException( "newSlot" );
-}
-LogicalDevice::SfpXcvr* DeviceBase::newSfpXcvr( unsigned int, const DriverArgs& ) {
-   throw NotImplementedException( "newSfpXcvr" );
-}
-LogicalDevice::QsfpXcvr* DeviceBase::newQsfpXcvr( unsigned int, const DriverArgs& ) {
-   throw NotImplementedException( "newQsfpXcvr" );
-}
-LogicalDevice::CmisXcvr* DeviceBase::newCmisXcvr( unsigned int, const DriverArgs& ) {
-   throw NotImplementedException( "newCmisXcvr" );
-}
-LogicalDevice::Led* DeviceBase::newLed( const DriverArgs& ) {
-   throw NotImplementedException( "newLed" );
-}
-LogicalDevice::Fan* DeviceBase::newFan( const DriverArgs& ) {
-   throw NotImplementedException( "newFan" );
-}
-LogicalDevice::Mux* DeviceBase::newMux( const DriverArgs&, unsigned int ) {
-   throw NotImplementedException( "newMux" );
-}
-LogicalDevice::Psu* DeviceBase::newPsu( const DriverArgs& ) {
-   throw NotImplementedException( "newPsu" );
-}
-LogicalDevice::SmbusProxy* DeviceBase::newSmbusProxy( const DriverArgs& ) {
-   throw NotImplementedException( "newSmbusProxy" );
-}
-LogicalDevice::Gpio* DeviceBase::newGpio( const DriverArgs& ) {
-   throw NotImplementedException( "newGpio" );
+void DeviceBase::refuse( const char* operation ) {
+   throw NotImplementedException( operation );
 }
 
 DeviceBase* DeviceBase::create( const char* json, DriverArgs& args ) {

@@ -31,22 +31,33 @@ class DeviceBase {
    virtual void init() {}
 
    // Each makes a logical device, or returns null after a trace. Those that a driver does not
-   // provide throw NotImplementedException.
-   virtual LogicalDevice::PoePort* newPoePort( const DriverArgs& args );
-   virtual LogicalDevice::TempSensor* newTempSensor( const DriverArgs& args );
-   virtual LogicalDevice::Slot* newSlot( const DriverArgs& args );
-   virtual LogicalDevice::SfpXcvr* newSfpXcvr( unsigned int id, const DriverArgs& args );
-   virtual LogicalDevice::QsfpXcvr* newQsfpXcvr( unsigned int id, const DriverArgs& args );
-   virtual LogicalDevice::CmisXcvr* newCmisXcvr( unsigned int id, const DriverArgs& args );
-   virtual LogicalDevice::Led* newLed( const DriverArgs& args );
-   virtual LogicalDevice::Fan* newFan( const DriverArgs& args );
-   virtual LogicalDevice::Mux* newMux( const DriverArgs& args, unsigned int channel );
-   virtual LogicalDevice::Psu* newPsu( const DriverArgs& args );
-   virtual LogicalDevice::SmbusProxy* newSmbusProxy( const DriverArgs& args );
+   // provide throw NotImplementedException. The numbers are a transceiver's port id and what
+   // selects a mux's channel.
+   virtual LogicalDevice::PoePort* newPoePort( const DriverArgs& ) { refuse( "newPoePort" ); }
+   virtual LogicalDevice::TempSensor* newTempSensor( const DriverArgs& ) {
+      refuse( "newTempSensor" );
+   }
+   virtual LogicalDevice::Slot* newSlot( const DriverArgs& ) { refuse( "newSlot" ); }
+   virtual LogicalDevice::SfpXcvr* newSfpXcvr( unsigned int, const DriverArgs& ) {
+      refuse( "newSfpXcvr" );
+   }
+   virtual LogicalDevice::QsfpXcvr* newQsfpXcvr( unsigned int, const DriverArgs& ) {
+      refuse( "newQsfpXcvr" );
+   }
+   virtual LogicalDevice::CmisXcvr* newCmisXcvr( unsigned int, const DriverArgs& ) {
+      refuse( "newCmisXcvr" );
+   }
+   virtual LogicalDevice::Led* newLed( const DriverArgs& ) { refuse( "newLed" ); }
+   virtual LogicalDevice::Fan* newFan( const DriverArgs& ) { refuse( "newFan" ); }
+   virtual LogicalDevice::Mux* newMux( const DriverArgs&, unsigned int ) { refuse( "newMux" ); }
+   virtual LogicalDevice::Psu* newPsu( const DriverArgs& ) { refuse( "newPsu" ); }
+   virtual LogicalDevice::SmbusProxy* newSmbusProxy( const DriverArgs& ) {
+      refuse( "newSmbusProxy" );
+   }
 
    virtual ~DeviceBase() = default;
 
-   virtual LogicalDevice::Gpio* newGpio( const DriverArgs& args );
+   virtual LogicalDevice::Gpio* newGpio( const DriverArgs& ) { refuse( "newGpio" ); }
 
    DeviceBase() = default;
    DeviceBase( const DeviceBase& ) = delete;
@@ -58,6 +69,9 @@ class DeviceBase {
 
    static DeviceBase* findDevice( DriverArgs& args );
    static DeviceBase* callDriverFactoryFunc( DriverArgs& args, Ham::Ham* ham );
+
+ private:
+   [[noreturn]] static void refuse( const char* operation );
 
  protected:
    static std::map< uint32_t, DeviceBase* > devices;  // by device id

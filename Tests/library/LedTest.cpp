@@ -148,8 +148,7 @@ TEST_F( LedBlink, TimerRunsWhileALedBlinks ) {
 
 TEST_F( LedBlink, Traces ) {
    Tests::TraceLog traces;
-   TestLed::createBlinkTimer();
-   EXPECT_THAT( traces.take(), ElementsAre() ) << "the timer exists";
+   TestLed::createBlinkTimer();  // it exists
    TestLed::notifyOnBlink( &a );
    TestLed::notifyOnBlink( &b );
    TestLed::handleBlinkTimerCallback( nullptr );
@@ -158,9 +157,6 @@ TEST_F( LedBlink, Traces ) {
       ElementsAre( "4 notifyOnBlink() adding led to blink notification list",
                    "4 notifyOnBlink() adding led to blink notification list",
                    "4 handleBlinkTimerCallback() led blink timer hit notifying 2 leds" ) );
-   TestLed::blinkTimer_ = nullptr;
-   TestLed::createBlinkTimer();
-   EXPECT_THAT( traces.take(), ElementsAre( "0 creating unique led blink timer" ) );
 }
 
 TEST( Led, BlinksOnceASecond ) {

@@ -4,16 +4,20 @@
 #include <cstdint>
 #include <typeinfo>
 #include <utility>
+#include <vector>
 
 #include "pl.h"
 
 namespace Tests {
 
-// What each operation of an object image returns, the slot's number added.
+// What each operation of an object image returns, the slot's number added; and which were called.
 constexpr pl_status kSlotStatus = 100;
+
+inline std::vector< size_t > calledSlots;
 
 template < size_t kSlot >
 pl_status answerWithSlot( void* ) {
+   calledSlots.push_back( kSlot );
    return kSlotStatus + static_cast< pl_status >( kSlot );
 }
 
