@@ -41,7 +41,7 @@ int fail( int error ) {
    return -1;
 }
 
-// Those that have been set up.
+// Those that have connected.
 std::vector< PLSocket* >& sockets() {
    static auto& list = *new std::vector< PLSocket* >;
    return list;
@@ -55,9 +55,6 @@ PLSocket::~PLSocket() {
 }
 
 int PLSocket::setup() {
-   [[maybe_unused]] static int atFork = pthread_atfork( nullptr, nullptr, separateChild );
-   std::erase( sockets(), this );
-   sockets().push_back( this );
    reconnects_ = 0;
    reconnect_ = !getenv( "SIMULATION_VMID" );
    return reconnect_ ? noted( connectToService() ) : 0;
@@ -80,6 +77,9 @@ void PLSocket::cleanup() {
 }
 
 int PLSocket::connectToService() {
+   [[maybe_unused]] static int atFork = pthread_atfork( nullptr, nullptr, separateChild );
+   std::erase( sockets(), this );
+   sockets().push_back( this );
    cleanup();
    const char* path = servicePath();
    sockaddr_un address{};
