@@ -63,15 +63,16 @@ void Batch::execute( const Smbus::TransactionRequest& batch, Smbus::TransactionR
    }
 }
 
+void Batch::refuseLong( size_t count, Smbus::TransactionResponse& reply ) {
+   reply.Clear();
+   count_ = count;
+   refuse( E2BIG, fmt::format( "{} requests in a batch, at most {}", count, kMaxRequests ), reply );
+}
+
 // Decodes and checks all requests before the first is executed.
 bool Batch::prepare( const Smbus::TransactionRequest& batch, Smbus::TransactionResponse& reply ) {
    steps_.clear();
    count_ = static_cast< size_t >( batch.request_size() );
-   if ( batch.request_size() > kMaxRequests ) {
-      refuse( E2BIG, fmt::format( "{} requests in a batch, at most {}", count_, kMaxRequests ),
-              reply );
-      return false;
-   }
    size_t answerLimit = 0;
    for ( const Smbus::Request& request : batch.request() ) {
       steps_.push_back( { decode( request ), nullptr } );

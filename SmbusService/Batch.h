@@ -17,10 +17,10 @@ constexpr std::chrono::seconds kBatchLimit( 5 );
 
 // Executes batches for one client. The object keeps its memory from batch to batch.
 //
-// A batch is refused whole when one of its requests is malformed; otherwise its requests run in
-// order, with every adapter that it names locked from the first to the last. A request that fails
-// ends the batch, but the batch's trailing run of mux resets (send-byte 0) is executed to its end
-// in any case, so that no failure leaves a channel open.
+// A batch has at most kMaxRequests. It is refused whole when one of its requests is malformed;
+// otherwise its requests run in order, with every adapter that it names locked from the first to
+// the last. A request that fails ends the batch, but the batch's trailing run of mux resets
+// (send-byte 0) is executed to its end in any case, so that no failure leaves a channel open.
 class Batch {
  public:
    explicit Batch( Backend& backend, std::chrono::milliseconds limit = kBatchLimit )
@@ -28,6 +28,9 @@ class Batch {
 
    // Replaces the reply: one response per request, or `failure` and `error`.
    void execute( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
+
+   // The reply to a batch of more than kMaxRequests.
+   void refuseLong( size_t count, Smbus::TransactionResponse& );
 
  private:
    struct Step {

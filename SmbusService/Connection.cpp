@@ -1,5 +1,7 @@
 #include "SmbusService/Connection.h"
 
+#include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/wire_format_lite.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -7,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
 #include "Platform/Frame.h"
 
@@ -17,7 +20,38 @@ namespace {
 namespace Frame = PlatformLibrary::Frame;
 
 constexpr size_t kReceiveSize = 4096;  // most batches fit, so that one call receives them whole
+constexpr uint32_t kRequestTag = Smbus::TransactionRequest::kRequestFieldNumber << 3 | 2;
+constexpr uint32_t kIdTag = Smbus::TransactionRequest::kIdFieldNumber << 3 | 5;
+constexpr size_t kKeptSize = 65536;              // buffers that have grown beyond are given back
 constexpr std::chrono::seconds kTimeLimit( 5 );  // for the rest of a frame, and for a reply
+
+// What is known of a batch before there are messages for it. A frame has room for half a million
+// empty requests, which would take gigabytes.
+struct Outline {
+   size_t requests = 0;
+   std::optional< uint32_t > id;
+};
+
+// Nothing when the payload is malformed.
+std::optional< Outline > outlineOf( const char* payload, size_t size ) {
+   using google::protobuf::internal::WireFormatLite;
+   google::protobuf::io::CodedInputStream input( reinterpret_cast< const uint8_t* >( payload ),
+                                                 static_cast< int >( size ) );
+   Outline outline;
+   while ( uint32_t tag = input.ReadTag() ) {
+      uint32_t id;
+      if ( tag == kIdTag ) {
+         if ( !input.ReadLittleEndian32( &id ) ) {
+            return std::nullopt;
+         }
+         outline.id = id;
+      } else if ( !WireFormatLite::SkipField( &input, tag ) ) {
+         return std::nullopt;
+      }
+      outline.requests += tag == kRequestTag;
+   }
+   return input.ConsumedEntireMessage() ? std::optional( outline ) : std::nullopt;
+}
 
 bool isTransient( int error ) {
    return error == EINTR || error == EAGAIN;
@@ -45,16 +79,46 @@ Connection::Connection( int descriptor, Backend& backend )
 
 void Connection::serve() {
    while ( !finishing_ && receiveFrame() ) {
-      const char* payload = input_.data() + begin_ + Frame::kHeaderSize;
-      if ( !request_.ParseFromArray( payload, static_cast< int >( payload_ ) ) ) {
+      if ( !execute( input_.data() + begin_ + Frame::kHeaderSize, payload_ ) || !sendReply() ) {
          break;
       }
       begin_ += Frame::kHeaderSize + payload_;
-      batch_.execute( request_, reply_ );
-      if ( !sendReply() ) {
-         break;
-      }
+      giveBack();
    }
+}
+
+// False when the payload is malformed.
+bool Connection::execute( const char* payload, size_t size ) {
+   auto outline = outlineOf( payload, size );
+   if ( !outline ) {
+      return false;
+   }
+   if ( outline->requests > kMaxRequests ) {
+      batch_.refuseLong( outline->requests, reply_ );
+   } else if ( request_.ParseFromArray( payload, static_cast< int >( size ) ) ) {
+      batch_.execute( request_, reply_ );
+   } else {
+      return false;
+   }
+   if ( outline->id ) {
+      reply_.set_id( *outline->id );
+   }
+   return true;
+}
+
+// What a large batch took.
+void Connection::giveBack() {
+   if ( input_.size() <= kKeptSize && output_.size() <= kKeptSize ) {
+      return;
+   }
+   std::vector< char > input( std::max( kReceiveSize, end_ - begin_ ) );
+   std::copy( input_.begin() + begin_, input_.begin() + end_, input.begin() );
+   input_ = std::move( input );
+   end_ -= begin_;
+   begin_ = 0;
+   std::string().swap( output_ );
+   Smbus::TransactionRequest().Swap( &request_ );
+   Smbus::TransactionResponse().Swap( &reply_ );
 }
 
 void Connection::finish() {

@@ -26,6 +26,8 @@ class Connection {
  private:
    using Clock = std::chrono::steady_clock;
 
+   bool execute( const char* payload, size_t size );
+   void giveBack();
    bool receiveFrame();
    bool receiveMore( size_t wanted, Clock::time_point& due );
    void makeRoom( size_t wanted );

@@ -65,9 +65,10 @@ void serve( Backend& backend, const std::string& path, pid_t owner, int report )
       return;
    }
    settleSignals();
+   Log log( STDERR_FILENO );
    asio::io_context context( 1 );
    asio::signal_set signals( context, SIGTERM );
-   Server server( context, backend, path );
+   Server server( context, backend, path, log );
    signals.async_wait( [ & ]( asio::error_code, int ) { server.stop(); } );
    unblockSignals();
    if ( write( report, "", 1 ) == 1 ) {

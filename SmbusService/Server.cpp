@@ -1,16 +1,26 @@
 #include "SmbusService/Server.h"
 
 #include <fmt/format.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <cerrno>
 #include <exception>
 #include <system_error>
+#include <thread>
+
+#include "Platform/Frame.h"
 
 namespace SmbusService {
 
-Server::Server( asio::io_context& context, Backend& backend, const std::string& path )
-    : backend_( backend ), listener_( context, path ) {
+namespace {
+
+constexpr size_t kMaxTurnedAway = 64;  // clients that still may read why
+
+}  // namespace
+
+Server::Server( asio::io_context& context, Backend& backend, const std::string& path, Log& log )
+    : context_( context ), backend_( backend ), log_( log ), listener_( context, path ) {
    // Registered with the context, a client would wake the accepting thread with every message.
    listener_.accept( [ this ]( int descriptor ) { start( descriptor ); } );
 }
@@ -21,61 +31,69 @@ Server::~Server() {
 
 void Server::stop() {
    listener_.close();
-   {
-      std::lock_guard lock( mutex_ );
-      for ( Client& client : clients_ ) {
-         if ( client.descriptor >= 0 ) {
-            client.connection.finish();
-         }
-      }
+   for ( auto& socket : turnedAway_ ) {
+      socket->close();
    }
+   turnedAway_.clear();
+   std::unique_lock lock( mutex_ );
    for ( Client& client : clients_ ) {
-      client.thread.join();
+      client.connection.finish();
    }
-   clients_.clear();
+   changed_.wait( lock, [ this ] { return clients_.empty(); } );
 }
 
 void Server::start( int descriptor ) {
-   joinFinished();
+   std::unique_lock lock( mutex_ );
    if ( clients_.size() >= kMaxConnections ) {
-      fmt::print( stderr, "lumen-smbusd: {} clients already, another is turned away\n",
-                  kMaxConnections );
+      lock.unlock();
+      turnAway( descriptor, fmt::format( "there are {} clients already", kMaxConnections ) );
+      return;
+   }
+   auto client = clients_.emplace( clients_.end(), descriptor, backend_ );
+   try {
+      std::thread( [ this, client ] { serve( client ); } ).detach();
+   } catch ( const std::system_error& error ) {
+      clients_.erase( client );
+      lock.unlock();
+      turnAway( descriptor, error.what() );
+   }
+}
+
+void Server::serve( Clients::iterator client ) {
+   try {
+      client->connection.serve();
+   } catch ( const std::exception& error ) {
+      log_.write( fmt::format( "a client's connection is closed: {}", error.what() ) );
+   }
+   std::lock_guard lock( mutex_ );
+   close( client->descriptor );
+   clients_.erase( client );
+   changed_.notify_all();  // nothing of the server is touched once the lock is gone
+}
+
+// The answer waits for the client's first request. If the connection ended before that, the client
+// would learn no more than that it is broken.
+void Server::turnAway( int descriptor, const std::string& why ) {
+   log_.write( "a client is turned away: " + why );
+   Smbus::TransactionResponse answer;
+   answer.set_failure( EUSERS );
+   answer.set_error( "the service turns the client away: " + why );
+   std::string frame;
+   PlatformLibrary::Frame::encode( answer, frame );
+   send( descriptor, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL );
+
+   auto socket = std::make_shared< Socket >( context_ );
+   asio::error_code error;
+   socket->assign( asio::local::stream_protocol(), descriptor, error );
+   if ( error ) {
       close( descriptor );
       return;
    }
-   Client& client = clients_.emplace_back( descriptor, backend_ );
-   try {
-      client.thread = std::thread( [ this, &client ] { serve( client ); } );
-   } catch ( const std::system_error& error ) {
-      fmt::print( stderr, "lumen-smbusd: cannot serve a client: {}\n", error.what() );
-      close( descriptor );
-      clients_.pop_back();
-   }
-}
-
-void Server::serve( Client& client ) {
-   try {
-      client.connection.serve();
-   } catch ( const std::exception& error ) {
-      fmt::print( stderr, "lumen-smbusd: a client's connection is closed: {}\n", error.what() );
-   }
-   std::lock_guard lock( mutex_ );
-   close( client.descriptor );
-   client.descriptor = -1;
-}
-
-void Server::joinFinished() {
-   auto isDone = [ this ]( const Client& client ) {
-      std::lock_guard lock( mutex_ );
-      return client.descriptor < 0;
-   };
-   for ( auto client = clients_.begin(); client != clients_.end(); ) {
-      if ( isDone( *client ) ) {
-         client->thread.join();
-         client = clients_.erase( client );
-      } else {
-         ++client;
-      }
+   socket->async_wait( Socket::wait_read, [ socket ]( asio::error_code ) { socket->close(); } );
+   turnedAway_.push_back( std::move( socket ) );
+   if ( turnedAway_.size() > kMaxTurnedAway ) {
+      turnedAway_.front()->close();
+      turnedAway_.pop_front();
    }
 }
 

@@ -1,13 +1,17 @@
 #pragma once
 
 #include <asio/io_context.hpp>
+#include <asio/local/stream_protocol.hpp>
+#include <condition_variable>
+#include <deque>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 
 #include "SmbusService/Connection.h"
 #include "SmbusService/Listener.h"
+#include "SmbusService/Log.h"
 
 namespace SmbusService {
 
@@ -18,7 +22,7 @@ constexpr size_t kMaxConnections = 64;
 class Server {
  public:
    // Listens; throws std::runtime_error with a text for people.
-   Server( asio::io_context&, Backend&, const std::string& path );
+   Server( asio::io_context&, Backend&, const std::string& path, Log& );
    ~Server();
 
    // Removes the socket and returns once the batches in hand are executed and answered. To be
@@ -30,19 +34,24 @@ class Server {
       Client( int socket, Backend& backend )
           : descriptor( socket ), connection( socket, backend ) {}
 
-      int descriptor;  // -1 when done
+      int descriptor;
       Connection connection;
-      std::thread thread;
    };
+   using Clients = std::list< Client >;
+   using Socket = asio::local::stream_protocol::socket;
 
    void start( int descriptor );
-   void serve( Client& );
-   void joinFinished();
+   void serve( Clients::iterator );
+   void turnAway( int descriptor, const std::string& why );
 
+   asio::io_context& context_;
    Backend& backend_;
+   Log& log_;
    Listener listener_;
+   std::deque< std::shared_ptr< Socket > > turnedAway_;
    std::mutex mutex_;
-   std::list< Client > clients_;  // the list is the context thread's, `descriptor` under mutex_
+   std::condition_variable changed_;
+   Clients clients_;  // under mutex_; the thread of each removes its own
 };
 
 }  // namespace SmbusService

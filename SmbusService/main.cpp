@@ -1,21 +1,21 @@
 #include <fmt/format.h>
+#include <signal.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <asio/signal_set.hpp>
-#include <cstdlib>
 #include <optional>
 
+#include "Platform/ServicePath.h"
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "SmbusService/Emulator/Control.h"
 #include "SmbusService/Server.h"
 #include "Utils/StandardStreams.h"
-#include "Utils/Text.h"
 
 namespace {
 
 using namespace SmbusService;
 
-constexpr const char* kDefaultSocket = "/run/lumen/smbus.sock";
 constexpr int kFailed = 1;
 constexpr int kWrongUse = 2;
 
@@ -25,23 +25,18 @@ struct Options {
    std::string control;
 };
 
-std::string defaultSocket() {
-   const char* path = getenv( "PL_SMBUS_SOCKET" );
-   return path && *path ? path : kDefaultSocket;
-}
-
-void serveBoard( const Options& options ) {
+void serveBoard( const Options& options, Log& log ) {
    auto board = Emulator::loadBoard( options.board );
    asio::io_context context( 1 );
    asio::signal_set signals( context, SIGTERM, SIGINT );
-   Server server( context, *board, options.socket );
+   Server server( context, *board, options.socket, log );
    std::optional< Emulator::Control > control;
    if ( !options.control.empty() ) {
       control.emplace( *board, options.control );
    }
    signals.async_wait( [ & ]( asio::error_code, int ) { server.stop(); } );
-   fmt::print( "lumen-smbusd: serving {} at {}\n", options.board, options.socket );
-   fflush( stdout );
+   Log announcements( STDOUT_FILENO );
+   announcements.write( fmt::format( "serving {} at {}", options.board, options.socket ) );
    context.run();
 }
 
@@ -49,7 +44,8 @@ void serveBoard( const Options& options ) {
 
 int main( int argc, char** argv ) {
    Utils::openStandardStreams();
-   Options options{ .board = {}, .socket = defaultSocket(), .control = {} };
+   signal( SIGPIPE, SIG_IGN );
+   Options options{ .board = {}, .socket = PlatformLibrary::servicePath(), .control = {} };
    CLI::App app( "SMBus service: executes batches of SMBus transfers for its clients." );
    app.add_option( "--emulate", options.board, "serve the emulated board of this folder" )
       ->type_name( "BOARD" );
@@ -65,15 +61,15 @@ int main( int argc, char** argv ) {
    } catch ( const CLI::ParseError& error ) {
       return app.exit( error ) ? kWrongUse : 0;
    }
+   Log log( STDERR_FILENO );
    if ( options.board.empty() ) {
-      fmt::print( stderr,
-                  "lumen-smbusd: nothing to serve: name a board's folder with --emulate BOARD\n" );
+      log.write( "nothing to serve: name a board's folder with --emulate BOARD" );
       return kWrongUse;
    }
    try {
-      serveBoard( options );
+      serveBoard( options, log );
    } catch ( const std::exception& error ) {
-      fmt::print( stderr, "lumen-smbusd: {}\n", Utils::printable( error.what() ) );
+      log.write( error.what() );
       return kFailed;
    }
    return 0;

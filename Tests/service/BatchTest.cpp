@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <latch>
 #include <map>
 #include <thread>
 
@@ -12,7 +13,7 @@
 using namespace Tests;
 using namespace SmbusService;
 using std::chrono::milliseconds;
-using testing::ElementsAre;
+using testing::HasSubstr;
 
 namespace {
 
@@ -64,6 +65,7 @@ class BatchTest : public testing::Test {
 };
 
 constexpr int kForever = 1000000;
+const std::string kReading = "read 2 bytes, register 0x00, device 0x48";
 
 }  // namespace
 
@@ -79,28 +81,22 @@ TEST_F( BatchTest, FailureEndsTheBatchButNotItsMuxResets ) {
    auto batch = batchOf( { sendByte( 0x70, 1 ), sendByte( 0x71, 2 ), writeBytes( 0x48, 1, "x" ),
                            sendByte( 0x48, 0 ), readBytes( 0x48, 0, 2 ), sendByte( 0x71, 0 ),
                            sendByte( 0x70, 0 ) } );
-   const std::string outer = "send byte 0x01, device 0x70";
-   const std::string inner = "send byte 0x02, device 0x71";
-   const std::string writing = "write 1 byte, register 0x01, device 0x48";
-   const std::string zero = "send byte 0x00, device 0x48";
-   const std::string reading = "read 2 bytes, register 0x00, device 0x48";
-   const std::string innerReset = "send byte 0x00, device 0x71";
-   const std::string outerReset = "send byte 0x00, device 0x70";
-   const std::vector< std::string > all{ outer,   inner,      writing,   zero,
-                                         reading, innerReset, outerReset };
-
+   const std::vector< std::string > all{ "send byte 0x01, device 0x70",
+                                         "send byte 0x02, device 0x71",
+                                         "write 1 byte, register 0x01, device 0x48",
+                                         "send byte 0x00, device 0x48",
+                                         kReading,
+                                         "send byte 0x00, device 0x71",
+                                         "send byte 0x00, device 0x70" };
    constexpr size_t kFirstReset = 5;
    for ( size_t failing = 0; failing < all.size(); ++failing ) {
-      std::vector< std::string > expected;
-      for ( size_t i = 0; i < all.size(); ++i ) {
-         if ( i <= failing || i >= kFirstReset ) {
-            expected.push_back( all[ i ] );
-         }
-      }
+      std::vector< std::string > expected( all.begin(), all.begin() + failing + 1 );
+      expected.insert( expected.end(), all.begin() + std::max( failing + 1, kFirstReset ),
+                       all.end() );
       adapter.log.clear();
       adapter.errors = { { all[ failing ], { ENXIO } } };
       if ( failing < kFirstReset ) {
-         adapter.errors[ innerReset ] = { EIO };  // neither stops the outer one nor is reported
+         adapter.errors[ all[ kFirstReset ] ] = { EIO };  // neither stops the outer one nor is told
       }
       EXPECT_EQ( execute( backend, batch ), "request " + std::to_string( failing + 1 ) + " of 7: " +
                                                all[ failing ] + ", bus 0: no acknowledge" );
@@ -113,46 +109,42 @@ TEST_F( BatchTest, FailureHasErrnoAndWords ) {
          { std::pair( ENXIO, "no acknowledge" ), std::pair( ETIMEDOUT, "timed out" ),
            std::pair( EIO, "short answer" ), std::pair( EPROTO, "corrupt answer" ),
            std::pair( EACCES, "Permission denied" ) } ) {
-      adapter.errors = { { "read 2 bytes, register 0x00, device 0x48", { error } } };
+      adapter.errors = { { kReading, { error } } };
       Smbus::TransactionResponse reply;
-      Batch( backend ).execute( batchOf( { sendByte( 0x70, 1 ), readBytes( 0x48, 0, 2 ) } ),
-                                reply );
+      Batch( backend ).execute( batchOf( { readBytes( 0x48, 0, 2 ) } ), reply );
       EXPECT_EQ( reply.failure(), error );
-      EXPECT_EQ(
-         reply.error(),
-         std::string( "request 2 of 2: read 2 bytes, register 0x00, device 0x48, bus 0: " ) +
-            words );
+      EXPECT_EQ( reply.details().reason(), words );
+      EXPECT_EQ( reply.error(), "request 1 of 1: " + kReading + ", bus 0: " + words );
    }
 }
 
 TEST_F( BatchTest, FailingRequestIsRepeatedAsOftenAsAsked ) {
    auto batch = batchOf( { sendByte( 0x70, 1 ), readBytes( 0x48, 0, 2 ) }, 3 );
-   adapter.errors = { { "read 2 bytes, register 0x00, device 0x48", { ENXIO, 3 } } };
+   adapter.errors = { { kReading, { ENXIO, 3 } } };
    EXPECT_EQ( execute( backend, batch ), "- 1111" );
    EXPECT_EQ( adapter.log.size(), 1 + 4u );
-   adapter.errors.begin()->second.count = 4;
-   EXPECT_THAT( execute( backend, batch ), testing::HasSubstr( "no acknowledge" ) );
+   adapter.errors[ kReading ].count = 4;
+   EXPECT_THAT( execute( backend, batch ), HasSubstr( "no acknowledge" ) );
    EXPECT_EQ( adapter.log.size(), 2 * ( 1 + 4u ) );
 
    adapter.log.clear();
-   adapter.errors.begin()->second.count = kForever;
+   adapter.errors[ kReading ].count = kForever;
    EXPECT_NE( execute( backend, batchOf( { readBytes( 0x48, 0, 2 ) }, 0xffffffff ) ), "" );
    EXPECT_EQ( adapter.log.size(), 1 + kMaxRetries );
 }
 
 TEST_F( BatchTest, FlaggedWriteNeedsNoAcknowledge ) {
-   Smbus::Request flagged = writeBytes( 0x48, 1, "x" );
-   flagged.set_flag( true );
-   Smbus::Request flaggedRead = readBytes( 0x49, 0, 2 );
-   flaggedRead.set_flag( true );
    const std::string writing = "write 1 byte, register 0x01, device 0x48";
-   adapter.errors = { { writing, { ENXIO, kForever } },
-                      { "read 2 bytes, register 0x00, device 0x49", { ENXIO, kForever } } };
-   EXPECT_EQ( execute( backend, batchOf( { flagged, readBytes( 0x48, 0, 1 ) }, 5 ) ), "- 11" );
+   auto batch = batchOf( { writeBytes( 0x48, 1, "x" ), readBytes( 0x48, 0, 2 ) }, 5 );
+   batch.mutable_request( 0 )->set_flag( true );
+   batch.mutable_request( 1 )->set_flag( true );
+   adapter.errors = { { writing, { ENXIO, kForever } } };
+   EXPECT_EQ( execute( backend, batch ), "- 1111" );
    EXPECT_EQ( adapter.log.size(), 2u ) << "and is not repeated";
-   EXPECT_NE( execute( backend, batchOf( { flaggedRead } ) ), "1111" );
    adapter.errors[ writing ].error = ETIMEDOUT;
-   EXPECT_THAT( execute( backend, batchOf( { flagged } ) ), testing::HasSubstr( "timed out" ) );
+   EXPECT_THAT( execute( backend, batch ), HasSubstr( "timed out" ) );
+   adapter.errors = { { kReading, { ENXIO, kForever } } };
+   EXPECT_THAT( execute( backend, batch ), HasSubstr( "no acknowledge" ) ) << "a read needs one";
 }
 
 TEST_F( BatchTest, PausesAsTheAddressWordAsks ) {
@@ -171,15 +163,6 @@ TEST_F( BatchTest, PausesAsTheAddressWordAsks ) {
 }
 
 TEST_F( BatchTest, RefusedBatchTouchesNothing ) {
-   Smbus::TransactionRequest tooMany;
-   for ( int i = 0; i < kMaxRequests; ++i ) {
-      *tooMany.add_request() = sendByte( 0x70, 0 );
-   }
-   EXPECT_EQ( execute( backend, tooMany ).size(), 2u * kMaxRequests - 1 );
-   adapter.log.clear();
-   *tooMany.add_request() = sendByte( 0x70, 0 );
-   EXPECT_EQ( execute( backend, tooMany ), "257 requests in a batch, at most 256" );
-
    EXPECT_EQ(
       execute( backend, batchOf( { sendByte( 0x70, 1 ), onBus( 9, readBytes( 0x48, 0, 1 ) ) } ) ),
       "request 2 of 2: read 1 byte, register 0x00, device 0x48, bus 9: no such adapter" );
@@ -191,7 +174,7 @@ TEST_F( BatchTest, RefusedBatchTouchesNothing ) {
       *tooLong.add_request() = readBytes( 0x48, 0, kMaxTransferSize );
    }
    EXPECT_EQ( execute( backend, tooLong ), "the answers are too long for one reply" );
-   EXPECT_THAT( adapter.log, ElementsAre() );
+   EXPECT_TRUE( adapter.log.empty() );
 }
 
 TEST_F( BatchTest, KeepsItsAdaptersToItself ) {
@@ -245,20 +228,18 @@ TEST_F( BatchTest, LongBatchFailsAndStillClosesTheMuxes ) {
    Smbus::TransactionResponse reply;
    Batch( backend, milliseconds( 80 ) )
       .execute( batchOf( { readBytes( 0x48, 0, 2 ), readBytes( 0x48, 1, 2 ),
-                           readBytes( 0x48, 2, 2 ), sendByte( 0x70, 0 ) } ),
+                           readBytes( 0x48, 0, 2 ), sendByte( 0x70, 0 ) } ),
                 reply );
    EXPECT_EQ( reply.error(),
-              "request 3 of 4: read 2 bytes, register 0x02, device 0x48, bus 0: "
-              "the batch takes longer than 80ms" );
+              "request 3 of 4: " + kReading + ", bus 0: the batch takes longer than 80ms" );
    EXPECT_EQ( reply.failure(), ETIMEDOUT );
    EXPECT_EQ( adapter.log.back(), "send byte 0x00, device 0x70" );
 }
 
 TEST_F( BatchTest, AbsentChipKeepsNobodyWaitingForItsRetries ) {
    adapter.inTransfer = [] { std::this_thread::sleep_for( milliseconds( 5 ) ); };
-   adapter.errors[ "send byte 0x00, device 0x70" ] = { ENXIO, 1'000'000 };
-   Smbus::TransactionRequest batch;
-   batch.set_retry_count( kMaxRetries );
+   adapter.errors[ "send byte 0x00, device 0x70" ] = { ENXIO, kForever };
+   auto batch = batchOf( {}, kMaxRetries );
    for ( int i = 0; i < kMaxRequests; ++i ) {
       *batch.add_request() = onBus( 0, sendByte( 0x70, 0 ) );
    }
@@ -269,20 +250,12 @@ TEST_F( BatchTest, AbsentChipKeepsNobodyWaitingForItsRetries ) {
 }
 
 TEST_F( BatchTest, DifferentAdaptersWorkAtTheSameTime ) {
-   std::atomic< int > inside = 0;
-   auto meet = [ & ] {
-      ++inside;
-      auto due = std::chrono::steady_clock::now() + std::chrono::seconds( 10 );
-      while ( inside < 2 && std::chrono::steady_clock::now() < due ) {
-         std::this_thread::yield();
-      }
-   };
+   std::latch both( 2 );
+   auto meet = [ & ] { both.arrive_and_wait(); };
    backend.adapters[ 1 ].inTransfer = meet;
    backend.adapters[ 2 ].inTransfer = meet;
    std::thread other(
       [ & ] { execute( backend, batchOf( { onBus( 1, readBytes( 0x48, 0, 1 ) ) } ) ); } );
-   auto start = std::chrono::steady_clock::now();
    execute( backend, batchOf( { onBus( 2, readBytes( 0x48, 0, 1 ) ) } ) );
    other.join();
-   EXPECT_LT( std::chrono::steady_clock::now() - start, std::chrono::seconds( 10 ) );
 }

@@ -1,11 +1,11 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <atomic>
-#include <condition_variable>
 #include <filesystem>
+#include <semaphore>
 
 #include "PlatformLibrary/PLSocket.h"
 #include "SmbusService/Server.h"
@@ -36,42 +36,26 @@ class ServerTest : public testing::Test {
    }
 };
 
-std::string frameOf( const Smbus::TransactionRequest& batch ) {
-   std::string frame;
-   PlatformLibrary::Frame::encode( batch, frame );
-   return frame;
+// A frame of the greatest size that ends with as many of the fields as it takes.
+std::string fullFrame( std::string payload, const std::string& field ) {
+   while ( payload.size() < PlatformLibrary::Frame::kMaxPayload ) {
+      payload += field;
+   }
+   return std::string( "\0\x10\0\0", 4 ) + payload;
 }
 
 // Lets the test hold a transfer for as long as it likes.
 class Gate : public Adapter, public Backend {
  public:
    Adapter* findAdapter( const AdapterId& ) override { return this; }
-
    int transfer( const Transfer&, std::string& answer ) override {
-      std::unique_lock lock( gate_ );
-      ++waiting_;
-      changed_.notify_all();
-      changed_.wait( lock, [ this ] { return isOpen_; } );
+      entered.release();
+      opened.acquire();
       answer = "\x11\x22";
       return 0;
    }
-
-   void waitForTransfer() {
-      std::unique_lock lock( gate_ );
-      changed_.wait( lock, [ this ] { return waiting_ > 0; } );
-   }
-
-   void open() {
-      std::lock_guard lock( gate_ );
-      isOpen_ = true;
-      changed_.notify_all();
-   }
-
- private:
-   std::mutex gate_;
-   std::condition_variable changed_;
-   int waiting_ = 0;
-   bool isOpen_ = false;
+   std::counting_semaphore<> entered{ 0 };
+   std::counting_semaphore<> opened{ 0 };
 };
 
 }  // namespace
@@ -82,18 +66,12 @@ TEST_F( ServerTest, AnswersFramesHoweverTheyArrive ) {
       ASSERT_TRUE( client.send( std::string( 1, byte ) ) );
    }
    EXPECT_EQ( client.receive(), kReadingReply );
-   EXPECT_TRUE( client.send( frame + frame + frame.substr( 0, 7 ) ) );
+   EXPECT_TRUE( client.send( frame + std::string( 4, '\0' ) + frame + frame.substr( 0, 7 ) ) );
    EXPECT_EQ( client.receive(), kReadingReply );
+   EXPECT_EQ( client.receive(), "" ) << "an empty batch";
    EXPECT_EQ( client.receive(), kReadingReply );
    EXPECT_EQ( client.receive( 20 ), "silence" );
    EXPECT_TRUE( client.send( frame.substr( 7 ) ) );
-   EXPECT_EQ( client.receive(), kReadingReply );
-}
-
-TEST_F( ServerTest, EmptyFrameIsAnEmptyBatch ) {
-   EXPECT_TRUE( client.send( std::string( 4, '\0' ) ) );
-   EXPECT_EQ( client.receive(), "" );
-   EXPECT_TRUE( client.send( kReading ) );
    EXPECT_EQ( client.receive(), kReadingReply );
 }
 
@@ -112,16 +90,40 @@ TEST_F( ServerTest, BrokenFramesCloseTheConnectionOnly ) {
 }
 
 TEST_F( ServerTest, GreatestFrameIsServed ) {
-   // Fields that nobody knows fill the frame.
-   std::string payload = frameOf( kReading ).substr( 4 );
-   std::string filler( PlatformLibrary::Frame::kMaxPayload - payload.size() - 5, 'x' );
-   payload += std::string( "\xfa\x01" ) + static_cast< char >( 0x80 | ( filler.size() & 0x7f ) ) +
-              static_cast< char >( 0x80 | ( filler.size() >> 7 & 0x7f ) ) +
-              static_cast< char >( filler.size() >> 14 ) + filler;
-   ASSERT_EQ( payload.size(), 1048576u );
-   std::thread sender( [ & ] { client.send( std::string( "\0\x10\0\0", 4 ) + payload ); } );
+   std::string start = frameOf( kReading ).substr( 4 );
+   std::string wideNumber( "\x10\x80\0", 3 );
+   std::string frame = fullFrame( start.size() % 2 ? start + wideNumber : start, { 0x10, 0 } );
+   ASSERT_EQ( frame.size(), 4 + 1048576u );
+   std::thread sender( [ & ] { client.send( frame ); } );
    EXPECT_EQ( client.receive(), kReadingReply );
    sender.join();
+}
+
+TEST_F( ServerTest, BatchOfTooManyRequestsCostsNoMemory ) {
+   auto batchOfSize = []( size_t count ) {
+      Smbus::TransactionRequest batch;
+      for ( size_t i = 0; i < count; ++i ) {
+         *batch.add_request() = sendByte( 0x48, 0 );
+      }
+      batch.set_id( 7 );
+      return frameOf( batch );
+   };
+   client.send( batchOfSize( 256 ) );
+   EXPECT_EQ( client.receive().size(), 3 + 2 * 256 - 1u );
+   client.send( batchOfSize( 257 ) );
+   EXPECT_EQ( client.receive(), "#7 257 requests in a batch, at most 256" );
+
+   auto peakMegabytes = [] {
+      rusage usage{};
+      getrusage( RUSAGE_SELF, &usage );
+      return usage.ru_maxrss / 1024;
+   };
+   std::string frame = fullFrame( "", { 0x0a, 0 } );
+   long before = peakMegabytes();
+   std::thread sender( [ & ] { client.send( frame ); } );
+   EXPECT_EQ( client.receive(), "524288 requests in a batch, at most 256" );
+   sender.join();
+   EXPECT_LT( peakMegabytes(), before + 50 );
 }
 
 TEST_F( ServerTest, TakesSixtyFourClients ) {
@@ -136,13 +138,16 @@ TEST_F( ServerTest, TakesSixtyFourClients ) {
       EXPECT_EQ( each->receive(), kReadingReply );
    }
    RawClient oneTooMany( server.path() );
+   EXPECT_TRUE( oneTooMany.send( kReading ) ) << "the connection lasts until the answer is read";
+   EXPECT_EQ( oneTooMany.receive(),
+              "the service turns the client away: there are 64 clients already" );
    EXPECT_EQ( oneTooMany.receive(), "closed" );
    EXPECT_TRUE( client.send( kReading ) );
    EXPECT_EQ( client.receive(), kReadingReply );
 
    clients.clear();
-   std::string reply = "closed";
-   for ( int tries = 0; reply == "closed" && tries < 1000; ++tries ) {
+   std::string reply;
+   for ( int tries = 0; reply != kReadingReply && tries < 1000; ++tries ) {
       RawClient next( server.path() );
       next.send( kReading );
       reply = next.receive();
@@ -166,7 +171,7 @@ TEST_F( ServerTest, ServesTheClientOfThePlatformLibrary ) {
    ASSERT_EQ( socket.setup(), 0 );
    Smbus::TransactionResponse* reply = nullptr;
    ASSERT_EQ( socket.sendRequestWait( &kReading, &reply ), 0 );
-   EXPECT_EQ( summary( *std::unique_ptr< Smbus::TransactionResponse >( reply ) ), kReadingReply );
+   EXPECT_EQ( summary( *std::unique_ptr< Smbus::TransactionResponse >( reply ) ), "#1 2a80" );
 
    Smbus::Request elsewhere = request( Smbus::REQUEST_BLOCK_WRITE, 0x49, 0xab, 3, "xyz" );
    elsewhere.set_address( elsewhere.address() | 2 << 7 | 4 << 14 );
@@ -196,12 +201,12 @@ TEST( ServerStopTest, FinishesTheBatchInHand ) {
    RawClient working( server.path() );
    RawClient idle( server.path() );
    working.send( frameOf( kReading ) + frameOf( kReading ) );
-   gate.waitForTransfer();
+   gate.entered.acquire();
    std::thread stopper( [ & ] { server.stop(); } );
    EXPECT_EQ( idle.receive(), "closed" );
    EXPECT_FALSE( std::filesystem::exists( server.path() ) );
    EXPECT_EQ( working.receive( 20 ), "silence" );
-   gate.open();
+   gate.opened.release( 2 );
    EXPECT_EQ( working.receive(), "1122" );
    EXPECT_EQ( working.receive(), "closed" ) << "the next batch is not begun";
    stopper.join();

@@ -1,10 +1,6 @@
 #pragma once
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
+#include <sys/time.h>
 
 #include <asio/io_context.hpp>
 #include <asio/post.hpp>
@@ -14,10 +10,10 @@
 #include <string>
 #include <thread>
 
-#include "Platform/Frame.h"
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "SmbusService/Server.h"
 #include "Tests/support/TemporaryDirectory.h"
+#include "Tests/support/Wire.h"
 
 namespace Tests {
 
@@ -63,10 +59,12 @@ inline Smbus::TransactionRequest batchOf( std::initializer_list< Smbus::Request 
    return batch;
 }
 
-// The answers in hexadecimal with blanks between the responses, or the error's text.
+// The answers in hexadecimal with blanks between the responses, or the error's text; before it the
+// id, if there is one.
 inline std::string summary( const Smbus::TransactionResponse& reply ) {
+   std::string id = reply.has_id() ? "#" + std::to_string( reply.id() ) + " " : "";
    if ( reply.failure() || reply.has_error() ) {
-      return reply.response_size() ? "responses beside an error" : reply.error();
+      return reply.response_size() ? "responses beside an error" : id + reply.error();
    }
    std::string text;
    for ( const Smbus::Response& response : reply.response() ) {
@@ -77,7 +75,7 @@ inline std::string summary( const Smbus::TransactionResponse& reply ) {
          text += "0123456789abcdef"[ byte & 15 ];
       }
    }
-   return text;
+   return id + text;
 }
 
 inline std::string execute( SmbusService::Backend& backend,
@@ -119,7 +117,7 @@ class RunningServer {
  public:
    explicit RunningServer( SmbusService::Backend& backend )
        : path_( directory_.path() / "socket" ),
-         server_( std::in_place, context_, backend, path_ ),
+         server_( std::in_place, context_, backend, path_, log_ ),
          thread_( [ this ] { context_.run(); } ) {}
    ~RunningServer() { stop(); }
 
@@ -134,6 +132,7 @@ class RunningServer {
  private:
    TemporaryDirectory directory_;
    std::string path_;
+   SmbusService::Log log_{ STDERR_FILENO };
    asio::io_context context_;
    std::optional< SmbusService::Server > server_;
    std::thread thread_;
@@ -144,63 +143,32 @@ class RawClient {
  public:
    explicit RawClient( const std::string& path )
        : descriptor_( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) ) {
-      sockaddr_un address{};
-      address.sun_family = AF_UNIX;
-      path.copy( address.sun_path, sizeof address.sun_path - 1 );
-      isConnected_ =
-         connect( descriptor_, reinterpret_cast< sockaddr* >( &address ), sizeof address ) == 0;
+      sockaddr_un address = addressOf( path );
+      connect( descriptor_, reinterpret_cast< sockaddr* >( &address ), sizeof address );
    }
    ~RawClient() { close( descriptor_ ); }
    RawClient( const RawClient& ) = delete;
    RawClient& operator=( const RawClient& ) = delete;
 
-   bool isConnected() const { return isConnected_; }
    int descriptor() const { return descriptor_; }
 
-   bool send( const std::string& bytes ) {
-      return ::send( descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL ) ==
-             static_cast< ssize_t >( bytes.size() );
-   }
-   bool send( const Smbus::TransactionRequest& batch ) {
-      std::string frame;
-      return PlatformLibrary::Frame::encode( batch, frame ) && send( frame );
-   }
+   bool send( const std::string& bytes ) { return sendBytes( descriptor_, bytes ); }
+   bool send( const Smbus::TransactionRequest& batch ) { return send( frameOf( batch ) ); }
 
    // The summary of the next reply; "closed" or "silence" when there is none.
    std::string receive( int timeoutMs = 10000 ) {
-      std::string header;
+      timeval limit{ .tv_sec = timeoutMs / 1000, .tv_usec = timeoutMs % 1000 * 1000 };
+      setsockopt( descriptor_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit );
       std::string payload;
-      if ( std::string problem = receiveBytes( 4, header, timeoutMs ); !problem.empty() ) {
-         return problem;
-      }
-      uint32_t length = PlatformLibrary::Frame::payloadLength( header.data() );
-      if ( std::string problem = receiveBytes( length, payload, timeoutMs ); !problem.empty() ) {
-         return problem;
+      if ( !receivePayload( descriptor_, payload ) ) {
+         return errno == EAGAIN ? "silence" : "closed";
       }
       Smbus::TransactionResponse reply;
       return reply.ParseFromString( payload ) ? summary( reply ) : "garbage";
    }
 
  private:
-   std::string receiveBytes( size_t count, std::string& bytes, int timeoutMs ) {
-      while ( bytes.size() < count ) {
-         pollfd entry{ descriptor_, POLLIN, 0 };
-         if ( poll( &entry, 1, timeoutMs ) <= 0 ) {
-            return "silence";
-         }
-         char buffer[ 4096 ];
-         ssize_t size =
-            recv( descriptor_, buffer, std::min( sizeof buffer, count - bytes.size() ), 0 );
-         if ( size <= 0 ) {
-            return "closed";
-         }
-         bytes.append( buffer, static_cast< size_t >( size ) );
-      }
-      return {};
-   }
-
    int descriptor_;
-   bool isConnected_;
 };
 
 }  // namespace Tests
