@@ -76,14 +76,8 @@ TEST( ControlTest, SocketTakesALineAtATimeWhileBatchesRun ) {
                    "}\n"
                    R"({"op":"get","did":16,"quantity":"temperature"})"
                    "\n" );
-      std::string answers;
-      while ( std::count( answers.begin(), answers.end(), '\n' ) < 2 ) {
-         char buffer[ 256 ];
-         ssize_t size = recv( client.descriptor(), buffer, sizeof buffer, 0 );
-         ASSERT_GT( size, 0 );
-         answers.append( buffer, static_cast< size_t >( size ) );
-      }
-      EXPECT_EQ( answers, std::string( "{\"ok\":true}\n{\"ok\":true,\"value\":" ) + value + "}\n" );
+      std::string answers = std::string( "{\"ok\":true}\n{\"ok\":true,\"value\":" ) + value + "}\n";
+      EXPECT_EQ( receiveBytes( client.descriptor(), answers.size() ), answers );
    }
    done = true;
    reader.join();

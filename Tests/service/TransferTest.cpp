@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "SmbusService/Transfer.h"
@@ -7,44 +8,35 @@ using namespace Tests;
 using namespace SmbusService;
 
 TEST( AddressWordTest, HasEveryFieldInItsPlace ) {
-   AddressWord word = decodeAddressWord( 0x34000050 );
-   EXPECT_EQ( word.device, 0x50 );
-   EXPECT_EQ( word.registerSize, 2 );
-   EXPECT_EQ( word.writeDelay.count(), 20 );
-   EXPECT_EQ( word.readDelay.count(), 0 );
-   EXPECT_FALSE( word.plainTransfer );
-
-   word = decodeAddressWord( 0xffffffff );
-   EXPECT_EQ( word.device, 0x7f );
-   EXPECT_EQ( word.bus, 0x7f );
-   EXPECT_EQ( word.accelerator, 0x7f );
-   EXPECT_TRUE( word.plainTransfer );
-   EXPECT_EQ( word.registerSize, 0 );
-   EXPECT_EQ( word.busTimeout.count(), 1000 );
-   EXPECT_EQ( word.writeDelay.count(), 70 );
-   EXPECT_EQ( word.readDelay.count(), 70 );
-
-   EXPECT_EQ( decodeAddressWord( 5 << 7 ).bus, 5 );
-   EXPECT_EQ( decodeAddressWord( 5 << 14 ).accelerator, 5 );
-   EXPECT_EQ( decodeAddressWord( 0 ).registerSize, 4 );
-   EXPECT_EQ( decodeAddressWord( 3 << 22 ).busTimeout.count(), 50 );
-   EXPECT_EQ( decodeAddressWord( 1u << 30 ).readDelay.count(), 1 );
-   EXPECT_EQ( decodeAddressWord( 1 << 27 ).writeDelay.count(), 50 );
+   // Device, bus, accelerator, plain transfer, register size, bus timeout, write and read delay.
+   const std::pair< uint32_t, const char* > rows[] = {
+      { 0, "0 0 0 0 4 0 0 0" },
+      { 0x34000050, "80 0 0 0 2 0 20 0" },
+      { 5 << 7, "0 5 0 0 4 0 0 0" },
+      { 5 << 14, "0 0 5 0 4 0 0 0" },
+      { 1 << 21, "0 0 0 1 4 0 0 0" },
+      { 3 << 22, "0 0 0 0 4 50 0 0" },
+      { 1 << 27, "0 0 0 0 4 0 50 50" },
+      { 1u << 30, "0 0 0 0 4 0 0 1" },
+      { 0xffffffff, "127 127 127 1 0 1000 70 70" },
+   };
+   for ( const auto& [ word, fields ] : rows ) {
+      AddressWord a = decodeAddressWord( word );
+      EXPECT_EQ( fmt::format( "{} {} {} {:d} {} {} {} {}", a.device, a.bus, a.accelerator,
+                              a.plainTransfer, a.registerSize, a.busTimeout.count(),
+                              a.writeDelay.count(), a.readDelay.count() ),
+                 fields );
+   }
 }
 
 TEST( AdapterIdTest, SingleBusMastersIgnoreTheNumbersInTheAddress ) {
-   for ( auto [ master, accelerators, busses ] :
-         { std::tuple( Smbus::MASTER_SIMULATED, false, false ),
-           std::tuple( Smbus::MASTER_I2C, false, false ),
-           std::tuple( Smbus::MASTER_SCD, true, true ),
-           std::tuple( Smbus::MASTER_IO_PORT, false, false ),
-           std::tuple( Smbus::MASTER_CELESTICA, true, true ),
-           std::tuple( Smbus::MASTER_PLM, false, false ),
-           std::tuple( Smbus::MASTER_SCC_SPI, false, false ),
-           std::tuple( Smbus::MASTER_FB_DOM_FPGA, false, true ) } ) {
+   for ( int number = Smbus::MasterType_MIN; number <= Smbus::MasterType_MAX; ++number ) {
+      auto master = static_cast< Smbus::MasterType >( number );
+      bool hasAccelerators = master == Smbus::MASTER_SCD || master == Smbus::MASTER_CELESTICA;
+      bool hasBusses = hasAccelerators || master == Smbus::MASTER_FB_DOM_FPGA;
       AdapterId plain = AdapterId::of( master, 7, 0, 0 );
-      EXPECT_EQ( AdapterId::of( master, 7, 1, 0 ) != plain, accelerators ) << master;
-      EXPECT_EQ( AdapterId::of( master, 7, 0, 1 ) != plain, busses ) << master;
+      EXPECT_EQ( AdapterId::of( master, 7, 1, 0 ) != plain, hasAccelerators ) << master;
+      EXPECT_EQ( AdapterId::of( master, 7, 0, 1 ) != plain, hasBusses ) << master;
       EXPECT_NE( AdapterId::of( master, 8, 0, 0 ), plain ) << master;
    }
 }
