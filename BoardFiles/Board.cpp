@@ -90,6 +90,13 @@ Board loadBoard( const std::string& directory, Emulation emulation ) {
    for ( const Value& object : objects.json[ "objects" ].GetArray() ) {
       board.objects.push_back( readObject( object ) );
    }
+   if ( hasEmulation ) {
+      Place place{ chips.path, "/chips" };
+      for ( const Value& chip : chips.json[ "chips" ].GetArray() ) {
+         std::string position = std::to_string( board.chips.size() );
+         board.chips.push_back( readChip( chip, place.member( position ) ) );
+      }
+   }
    return board;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "BoardFiles/ChipSpec.h"
 #include "BoardFiles/Finding.h"
 #include "BoardFiles/Kind.h"
 #include "BoardFiles/Wiring.h"
@@ -26,6 +27,7 @@ struct Board {
    std::string topology;  // topology.json as it stands
    Wiring wiring = {};
    std::vector< ObjectSpec > objects = {};
+   std::vector< ChipSpec > chips = {};
    std::vector< Finding > warnings = {};
    bool hasEmulation = false;  // emulation.json was looked at
 };

@@ -16,12 +16,6 @@ namespace BoardFiles {
 
 namespace {
 
-constexpr const char* kTopologySchema = "topology.schema.json";
-
-std::string pathOf( const std::string& directory, const char* file ) {
-   return std::filesystem::path( directory ) / file;
-}
-
 // Puts the file's text in `text`; returns why it cannot, or nothing.
 std::string readText( const std::string& path, std::string& text ) {
    std::error_code error;
@@ -57,29 +51,35 @@ std::string wordsFor( const Utils::Json::ParseError& error, const std::string& t
    return hasMark ? "a byte order mark, which JSON does not have" : error.message;
 }
 
-BoardFile readChecked( const std::string& path,
-                       const Schema& schema,
-                       std::vector< Finding >& findings ) {
-   BoardFile file{ .path = path };
-   if ( auto problem = readText( path, file.text ); !problem.empty() ) {
-      findings.push_back( { path, "", problem } );
-      return file;
-   }
+// Makes the file's text its JSON.
+void check( BoardFile& file, const Schema& schema, std::vector< Finding >& findings ) {
+   auto reportAt = [ & ]( size_t offset, const std::string& problem ) {
+      findings.push_back( { file.path + lineAndColumn( file.text, offset ), "", problem } );
+   };
    if ( auto bad = findBadByte( file.text ) ) {
-      findings.push_back( { path + lineAndColumn( file.text, bad->first ), "", bad->second } );
-      return file;
+      return reportAt( bad->first, bad->second );
    }
    if ( auto error = Utils::Json::parse( file.text.c_str(), file.json ) ) {
-      findings.push_back(
-         { path + lineAndColumn( file.text, error->offset ), "", wordsFor( *error, file.text ) } );
-      return file;
+      return reportAt( error->offset, wordsFor( *error, file.text ) );
    }
    auto violations = schema.validate( file.json );
    for ( Violation& violation : violations ) {
       findings.push_back(
-         { path, std::move( violation.pointer ), std::move( violation.problem ) } );
+         { file.path, std::move( violation.pointer ), std::move( violation.problem ) } );
    }
    file.sound = violations.empty();
+}
+
+BoardFile readFile( const std::string& directory,
+                    const char* name,
+                    const Schema& schema,
+                    std::vector< Finding >& findings ) {
+   BoardFile file{ .path = std::filesystem::path( directory ) / name };
+   if ( auto problem = readText( file.path, file.text ); !problem.empty() ) {
+      findings.push_back( { file.path, "", problem } );
+   } else {
+      check( file, schema, findings );
+   }
    return file;
 }
 
@@ -87,17 +87,26 @@ BoardFile readChecked( const std::string& path,
 
 BoardFile readTopology( const std::string& directory, std::vector< Finding >& findings ) {
    static const Schema schema( Schemas::kTopology );
-   return readChecked( pathOf( directory, "topology.json" ), schema, findings );
+   return readFile( directory, "topology.json", schema, findings );
 }
 
 BoardFile readObjects( const std::string& directory, std::vector< Finding >& findings ) {
-   static const Schema schema( Schemas::kObjects, { { kTopologySchema, Schemas::kTopology } } );
-   return readChecked( pathOf( directory, "objects.json" ), schema, findings );
+   static const Schema schema( Schemas::kObjects,
+                               { { "topology.schema.json", Schemas::kTopology } } );
+   return readFile( directory, "objects.json", schema, findings );
 }
 
 BoardFile readEmulation( const std::string& directory, std::vector< Finding >& findings ) {
    static const Schema schema( Schemas::kEmulation );
-   return readChecked( pathOf( directory, "emulation.json" ), schema, findings );
+   return readFile( directory, "emulation.json", schema, findings );
+}
+
+BoardFile readControlRequest( std::string text, std::vector< Finding >& findings ) {
+   static const Schema schema( Schemas::kControl,
+                               { { "emulation.schema.json", Schemas::kEmulation } } );
+   BoardFile request{ .path = "request", .text = std::move( text ) };
+   check( request, schema, findings );
+   return request;
 }
 
 }  // namespace BoardFiles

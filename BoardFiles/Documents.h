@@ -22,4 +22,7 @@ BoardFile readTopology( const std::string& directory, std::vector< Finding >& fi
 BoardFile readObjects( const std::string& directory, std::vector< Finding >& findings );
 BoardFile readEmulation( const std::string& directory, std::vector< Finding >& findings );
 
+// A request to the emulator's control socket; its path is "request".
+BoardFile readControlRequest( std::string text, std::vector< Finding >& findings );
+
 }  // namespace BoardFiles

@@ -6,5 +6,6 @@ namespace BoardFiles::Schemas {
 extern const char* const kTopology;
 extern const char* const kObjects;
 extern const char* const kEmulation;
+extern const char* const kControl;
 
 }  // namespace BoardFiles::Schemas

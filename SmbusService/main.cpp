@@ -68,6 +68,11 @@ int main( int argc, char** argv ) {
    }
    try {
       serveBoard( options, log );
+   } catch ( const BoardFiles::BoardError& error ) {
+      for ( const BoardFiles::Finding& finding : error.findings ) {
+         log.write( finding.text() );
+      }
+      return kFailed;
    } catch ( const std::exception& error ) {
       log.write( error.what() );
       return kFailed;

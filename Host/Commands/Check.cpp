@@ -9,21 +9,11 @@ namespace Host {
 
 namespace {
 
-// The emulator's own look at the documents: the models know their quantities.
-void tryEmulator( const Program& program, std::vector< Finding > warnings ) {
-   try {
-      program.tryEmulator( program.board );
-   } catch ( const std::exception& error ) {
-      warnings.push_back( { "", "", error.what() } );
-      throw BoardError( std::move( warnings ) );
-   }
-}
-
 int check( const Program& program ) {
    Board board =
       loadBoard( program.board, program.emulate ? Emulation::Needed : Emulation::IfPresent );
    if ( board.hasEmulation ) {
-      tryEmulator( program, board.warnings );
+      program.tryEmulator( program.board );  // the models know their quantities
    }
    if ( program.json ) {
       fmt::print( "{}\n", findingsJson( program.board, board.warnings ) );

@@ -3,113 +3,153 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <filesystem>
+#include <deque>
+#include <map>
 #include <stdexcept>
 
-#include "SmbusService/Emulator/Chips/Models.h"
-#include "SmbusService/Emulator/Places.h"
+#include "SmbusService/Emulator/Chips/Factory.h"
 
 namespace SmbusService::Emulator {
 
 namespace {
 
-// A chip's refusal becomes a problem of the place in the document that asked for it.
-template < typename Action >
-void tryAt( const JsonCursor& json, Action action ) {
-   try {
-      action();
-   } catch ( const std::invalid_argument& error ) {
-      json.fail( error.what() );
+using BoardFiles::ChipSpec;
+using BoardFiles::Place;
+using BoardFiles::Wiring;
+
+// Puts chips in their places, and keeps what is wrong with them.
+class BoardMaker {
+ public:
+   explicit BoardMaker( const BoardFiles::Board& board );
+
+   void addChip( const ChipSpec& );
+
+   std::unique_ptr< EmulatedBoard > board = std::make_unique< EmulatedBoard >();
+   std::vector< BoardFiles::Finding > findings;
+
+ private:
+   std::unique_ptr< Chip > makeChip( const ChipSpec&, const std::string& model );
+   void connectMux( const ChipSpec&, Site& );
+   template < typename Action >
+   void tryAt( const Place&, Action );
+   void report( const Place& place, const std::string& problem ) {
+      findings.push_back( { place.file, place.pointer, problem } );
+   }
+
+   const Wiring& wiring_;
+   std::vector< Bus* > adapters_;                          // as in the wiring
+   std::vector< Segment* > segments_;                      // the wiring's busses
+   std::map< uint32_t, std::vector< size_t > > channels_;  // mux chip to the wiring's busses
+};
+
+BoardMaker::BoardMaker( const BoardFiles::Board& documents ) : wiring_( documents.wiring ) {
+   for ( const Wiring::Adapter& adapter : wiring_.adapters ) {
+      adapters_.push_back( &board->bus(
+         AdapterId::of( adapter.master, adapter.pci, static_cast< uint8_t >( adapter.accelerator ),
+                        static_cast< uint8_t >( adapter.bus ) ) ) );
+   }
+   for ( const Wiring::Bus& bus : wiring_.busses ) {
+      Bus& adapter = *adapters_[ bus.adapter ];
+      bool isRoot = bus.above == Wiring::kNone;
+      if ( !isRoot ) {
+         channels_[ bus.mux ].push_back( segments_.size() );
+      }
+      segments_.push_back( isRoot ? &adapter.root() : &adapter.newSegment() );
    }
 }
 
-std::unique_ptr< Chip > makeChip( const JsonCursor& json, const Place& place, std::string& model ) {
-   auto explicitModel = json.find( "model" );
-   model = explicitModel ? explicitModel->asString() : place.driver;
+void BoardMaker::addChip( const ChipSpec& spec ) {
+   const Wiring::Device& device = wiring_.devices.at( spec.did );
+   auto site = std::make_unique< Site >();
+   site->did = spec.did;
+   site->address = static_cast< uint8_t >( *device.address );
+   site->model = spec.model.value_or( device.driver );
+   site->chip = makeChip( spec, site->model );
+   if ( !site->chip ) {
+      return;
+   }
+   connectMux( spec, *site );
+   site->isPlugged = !spec.isUnplugged;
+   for ( const Fault& fault : spec.faults ) {
+      site->faults.add( fault );
+   }
+   Chip& chip = *site->chip;
+   board->add( *adapters_[ wiring_.busses[ device.bus ].adapter ], *segments_[ device.bus ],
+               std::move( site ) );
+   if ( spec.contents ) {
+      tryAt( spec.place.member( "contents" ), [ & ] { chip.load( *spec.contents ); } );
+   }
+   for ( const auto& [ name, value ] : spec.quantities ) {
+      tryAt( spec.place.member( "set" ).member( name ), [ & ] { chip.set( name, value ); } );
+   }
+}
+
+std::unique_ptr< Chip > BoardMaker::makeChip( const ChipSpec& spec, const std::string& model ) {
    std::unique_ptr< Chip > chip = newChip( model );
    if ( chip ) {
       return chip;
    }
    std::string known = fmt::format( "there are {}", fmt::join( modelNames(), ", " ) );
-   if ( explicitModel ) {
-      explicitModel->fail( fmt::format( "unknown model '{}'; {}", model, known ) );
+   if ( spec.model ) {
+      report( spec.place.member( "model" ), fmt::format( "unknown model '{}'; {}", model, known ) );
+   } else {
+      std::string why = model.empty()
+                           ? "the device has no driver"
+                           : fmt::format( "no model is called like the driver, '{}'", model );
+      report( spec.place, fmt::format( "\"model\" is missing, and {}; {}", why, known ) );
    }
-   json.fail( model.empty()
-                 ? fmt::format( "\"model\" is missing, and the device has no driver; {}", known )
-                 : fmt::format( "\"model\" is missing, and no model is called like the driver, "
-                                "'{}'; {}",
-                                model, known ) );
+   return nullptr;
 }
 
-void connectMux( const JsonCursor& json,
-                 const Place& place,
-                 const Branches& branches,
-                 Slot& slot ) {
-   if ( !dynamic_cast< const MuxChip* >( slot.chip.get() ) ) {
-      json.fail(
-         fmt::format( "topology.json has muxes behind it, but a {} is no mux", slot.model ) );
+void BoardMaker::connectMux( const ChipSpec& spec, Site& site ) {
+   auto channels = channels_.find( spec.did );
+   if ( channels == channels_.end() ) {
+      return;
    }
-   if ( branches.bus != place.bus ) {
-      json.fail( "topology.json has the mux on another adapter than its chip" );
+   if ( !dynamic_cast< const MuxChip* >( site.chip.get() ) ) {
+      report( spec.place,
+              fmt::format( "topology.json has muxes behind it, but a {} is no mux", site.model ) );
+      return;
    }
-   slot.channels = branches.channels;
-}
-
-void setQuantities( const JsonCursor& json, Chip& chip ) {
-   if ( auto quantities = json.find( "set" ) ) {
-      for ( const JsonCursor& quantity : quantities->members() ) {
-         tryAt( quantity, [ & ] { chip.set( quantity.name(), quantity.asNumber() ); } );
+   size_t adapter = wiring_.busses[ wiring_.devices.at( spec.did ).bus ].adapter;
+   for ( size_t bus : channels->second ) {
+      const Wiring::Bus& channel = wiring_.busses[ bus ];
+      if ( channel.adapter != adapter ) {
+         report( spec.place, fmt::format( "topology.json has {} behind it, on another adapter",
+                                          channel.pointer ) );
+         return;
       }
+      site.channels.push_back( { static_cast< uint8_t >( channel.channel ), segments_[ bus ] } );
    }
 }
 
-void addChip( Board& board, const Places& places, const JsonCursor& json ) {
-   JsonCursor did = json.member( "did" );
-   const Place* place = places.find( did.asUint() );
-   if ( !place ) {
-      did.fail( fmt::format( "topology.json has no device {} on a bus", did.asUint() ) );
+// A chip's refusal becomes a problem of the place in the document that asked for it.
+template < typename Action >
+void BoardMaker::tryAt( const Place& place, Action action ) {
+   try {
+      action();
+   } catch ( const std::invalid_argument& error ) {
+      report( place, error.what() );
    }
-   if ( board.has( did.asUint() ) ) {
-      did.fail( "the chip is already described" );
-   }
-   if ( !place->address ) {
-      did.fail( "neither topology.json nor objects.json gives the device's address" );
-   }
-   auto slot = std::make_unique< Slot >();
-   slot->did = did.asUint();
-   slot->address = *place->address;
-   slot->chip = makeChip( json, *place, slot->model );
-   if ( const Branches* branches = places.branches( slot->did ) ) {
-      connectMux( json, *place, *branches, *slot );
-   }
-   if ( auto contents = json.find( "contents" ) ) {
-      tryAt( *contents, [ & ] { slot->chip->load( contents->asString() ); } );
-   }
-   auto unplugged = json.find( "unplugged" );
-   slot->isPlugged = !unplugged || !unplugged->asBool();
-   for ( const JsonCursor& fault : json.elementsOf( "faults" ) ) {
-      slot->faults.add( readFault( fault ) );
-   }
-   Chip& chip = *slot->chip;
-   board.add( *place->bus, *place->segment, std::move( slot ) );
-   setQuantities( json, chip );
 }
 
 }  // namespace
 
-std::unique_ptr< Board > loadBoard( const std::string& directory ) {
-   std::filesystem::path folder( directory );
-   JsonFile topology( folder / "topology.json" );
-   JsonFile emulation( folder / "emulation.json" );
-   auto board = std::make_unique< Board >();
-   Places places( *board, topology );
-   if ( std::filesystem::exists( folder / "objects.json" ) ) {
-      places.complete( JsonFile( folder / "objects.json" ) );
+std::unique_ptr< EmulatedBoard > loadBoard( const BoardFiles::Board& documents ) {
+   BoardMaker maker( documents );
+   for ( const ChipSpec& chip : documents.chips ) {
+      maker.addChip( chip );
    }
-   for ( const JsonCursor& chip : JsonCursor( emulation ).member( "chips" ).elements() ) {
-      addChip( *board, places, chip );
+   if ( !maker.findings.empty() ) {
+      std::vector< BoardFiles::Finding > all = documents.warnings;
+      all.insert( all.end(), maker.findings.begin(), maker.findings.end() );
+      throw BoardFiles::BoardError( std::move( all ) );
    }
-   return board;
+   return std::move( maker.board );
+}
+
+std::unique_ptr< EmulatedBoard > loadBoard( const std::string& directory ) {
+   return loadBoard( BoardFiles::loadBoard( directory, BoardFiles::Emulation::Needed ) );
 }
 
 }  // namespace SmbusService::Emulator

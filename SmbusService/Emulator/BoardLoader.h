@@ -3,23 +3,16 @@
 #include <memory>
 #include <string>
 
-#include "SmbusService/Emulator/Board.h"
+#include "BoardFiles/Board.h"
+#include "SmbusService/Emulator/EmulatedBoard.h"
 
 namespace SmbusService::Emulator {
 
-// Makes the board that a folder describes: topology.json has the adapters, busses and muxes and the
-// place of each device, emulation.json the chips. A chip's address and the driver that its model is
-// named after come from topology.json, or else from the device's first object in objects.json,
-// which may be absent.
-//
-//   { "chips": [ { "did": 16,
-//                  "model": "TMP75",               where it is not called like the driver
-//                  "set": { "temperature": 42.5 },
-//                  "contents": "...",              of a memory
-//                  "unplugged": true,
-//                  "faults": [ { "kind": "nak", "count": 2, "skip": 1 } ] } ] }
-//
-// Throws std::runtime_error with file, JSON pointer and problem.
-std::unique_ptr< Board > loadBoard( const std::string& directory );
+// Makes the chips of a board whose emulation document was read. Throws BoardFiles::BoardError with
+// the board's warnings and every mistake that the models find.
+std::unique_ptr< EmulatedBoard > loadBoard( const BoardFiles::Board& );
+
+// Reads and checks the folder's documents before.
+std::unique_ptr< EmulatedBoard > loadBoard( const std::string& directory );
 
 }  // namespace SmbusService::Emulator

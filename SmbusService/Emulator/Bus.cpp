@@ -28,23 +28,23 @@ int Bus::transfer( const Transfer& transfer, std::string& answer ) {
       return isStuck_ ? 0 : ENXIO;
    }
    int error = move( transfer, answer );
-   for ( Slot* slot : answering_ ) {
-      slot->chip->stop();
+   for ( Site* site : answering_ ) {
+      site->chip->stop();
    }
    return error ? error : failure_;
 }
 
 // Several chips may answer to one address: on the segment itself and behind open channels.
 void Bus::route( const Segment& segment, uint8_t address ) {
-   for ( Slot* slot : segment.slots ) {
-      if ( !slot->isPlugged ) {
+   for ( Site* site : segment.sites ) {
+      if ( !site->isPlugged ) {
          continue;
       }
-      if ( slot->address == address ) {
-         answering_.push_back( slot );
+      if ( site->address == address ) {
+         answering_.push_back( site );
       }
-      uint8_t open = slot->mux ? slot->mux->openChannels() : 0;
-      for ( const Channel& channel : slot->channels ) {
+      uint8_t open = site->mux ? site->mux->openChannels() : 0;
+      for ( const Channel& channel : site->channels ) {
          if ( channel.value && ( open & channel.value ) == channel.value ) {
             route( *channel.segment, address );
          }
@@ -55,11 +55,11 @@ void Bus::route( const Segment& segment, uint8_t address ) {
 int Bus::strikeFaults( const Transfer& transfer ) {
    bool reads = transfer.reads();
    bool timesOut = false;
-   std::erase_if( answering_, [ & ]( Slot* slot ) {
-      if ( slot->faults.empty() ) {
+   std::erase_if( answering_, [ & ]( Site* site ) {
+      if ( site->faults.empty() ) {
          return false;
       }
-      auto fault = slot->faults.strike( reads, slot->mux && !reads );
+      auto fault = site->faults.strike( reads, site->mux && !reads );
       timesOut |= fault == FaultKind::kTimeout;
       isStuck_ |= fault == FaultKind::kStuckMux;
       failure_ = fault == FaultKind::kCorrupt ? EPROTO
@@ -85,23 +85,23 @@ int Bus::move( const Transfer& transfer, std::string& answer ) {
 
 bool Bus::start( Direction direction ) {
    std::erase_if( answering_,
-                  [ direction ]( Slot* slot ) { return !slot->chip->start( direction ); } );
+                  [ direction ]( Site* site ) { return !site->chip->start( direction ); } );
    return !answering_.empty();
 }
 
 // The wire is low when anyone pulls it low, be it an acknowledge or a data bit.
 bool Bus::write( uint8_t byte ) {
    bool acknowledged = false;
-   for ( Slot* slot : answering_ ) {
-      acknowledged |= slot->chip->write( byte );
+   for ( Site* site : answering_ ) {
+      acknowledged |= site->chip->write( byte );
    }
    return acknowledged;
 }
 
 uint8_t Bus::read() {
    uint8_t byte = 0xff;
-   for ( Slot* slot : answering_ ) {
-      byte &= slot->chip->read();
+   for ( Site* site : answering_ ) {
+      byte &= site->chip->read();
    }
    return byte;
 }

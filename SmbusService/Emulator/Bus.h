@@ -11,11 +11,11 @@
 
 namespace SmbusService::Emulator {
 
-struct Slot;
+struct Site;
 
 // Chips that hang on the same two wires.
 struct Segment {
-   std::vector< Slot* > slots;
+   std::vector< Site* > sites;
 };
 
 // A bus behind a mux, reached while all bits of `value` are set in the mux's control byte; never
@@ -26,7 +26,7 @@ struct Channel {
 };
 
 // A chip in its place.
-struct Slot {
+struct Site {
    uint32_t did;
    uint8_t address;
    std::string model;
@@ -57,7 +57,7 @@ class Bus : public Adapter {
 
    Segment root_;
    std::deque< Segment > segments_;
-   std::vector< Slot* > answering_;  // chips that take part in the transfer
+   std::vector< Site* > answering_;  // chips that take part in the transfer
    int failure_ = 0;                 // of an answer that the chips gave all the same
    bool isStuck_ = false;            // a mux acknowledges, and ignores, what is written
 };

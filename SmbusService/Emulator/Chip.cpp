@@ -27,4 +27,11 @@ void Chip::unknownQuantity( std::string_view name ) const {
                                    fmt::join( known, ", " ) ) );
 }
 
+void Chip::checkRange( std::string_view name, double value, double low, double high ) {
+   if ( !( value >= low && value <= high ) ) {
+      throw std::invalid_argument(
+         fmt::format( "'{}' can be {} to {} on this chip, not {}", name, low, high, value ) );
+   }
+}
+
 }  // namespace SmbusService::Emulator

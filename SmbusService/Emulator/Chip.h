@@ -14,7 +14,7 @@
 //  - A chip that is a table of registers derives from RegisterChip (see there for an example);
 //    another protocol derives from Chip.
 //  - The file ends with a factory, `std::unique_ptr< Chip > newTMP75() { ... }`, which
-//    Models.cpp names in its list of factories and in one row of its table.
+//    Chips/Factory.cpp names in its list of factories and in one row of its table.
 //  - Quantities are named in camelCase and set in engineering units: degrees, volts, rpm.
 //
 // Calls on one chip never overlap: the caller holds the lock of the chip's adapter.
@@ -42,7 +42,7 @@ class Chip {
 
    virtual std::vector< std::string > quantities() const { return {}; }
 
-   // Limited to the range that the chip can measure. std::invalid_argument for an unknown quantity.
+   // std::invalid_argument for a quantity, or a value of it, that the chip does not have.
    virtual void set( std::string_view quantity, double value );
    virtual double get( std::string_view quantity ) const;
 
@@ -52,6 +52,7 @@ class Chip {
 
  protected:
    [[noreturn]] void unknownQuantity( std::string_view name ) const;
+   static void checkRange( std::string_view name, double value, double low, double high );
 };
 
 // A chip that connects further busses to its own.

@@ -1,13 +1,15 @@
 #include "SmbusService/Emulator/Control.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <asio/buffer.hpp>
 #include <asio/read_until.hpp>
 #include <asio/write.hpp>
+#include <ranges>
 #include <stdexcept>
 
-#include "SmbusService/Emulator/JsonCursor.h"
+#include "BoardFiles/Documents.h"
 #include "Utils/Json.h"
 #include "Utils/Text.h"
 
@@ -24,77 +26,82 @@ Json::Value text( const std::string& characters, Json::Document& answer ) {
    return Json::Value( characters.c_str(), answer.GetAllocator() );
 }
 
-Json::Value describe( const Slot& slot, Json::Document& answer ) {
+Json::Value describe( const Site& site, Json::Document& answer ) {
    auto& allocator = answer.GetAllocator();
    Json::Value quantities( rapidjson::kObjectType );
-   for ( const std::string& name : slot.chip->quantities() ) {
-      quantities.AddMember( text( name, answer ), Json::Value( slot.chip->get( name ) ),
+   for ( const std::string& name : site.chip->quantities() ) {
+      quantities.AddMember( text( name, answer ), Json::Value( site.chip->get( name ) ),
                             allocator );
    }
    Json::Value chip( rapidjson::kObjectType );
-   chip.AddMember( "did", slot.did, allocator );
-   chip.AddMember( "model", text( slot.model, answer ), allocator );
-   chip.AddMember( "address", slot.address, allocator );
-   chip.AddMember( "plugged", slot.isPlugged, allocator );
-   chip.AddMember( "faults", static_cast< unsigned >( slot.faults.pending().size() ), allocator );
+   chip.AddMember( "did", site.did, allocator );
+   chip.AddMember( "model", text( site.model, answer ), allocator );
+   chip.AddMember( "address", site.address, allocator );
+   chip.AddMember( "plugged", site.isPlugged, allocator );
+   chip.AddMember( "faults", static_cast< unsigned >( site.faults.pending().size() ), allocator );
    chip.AddMember( "quantities", quantities, allocator );
    return chip;
 }
 
-void list( Board& board, Json::Document& answer ) {
+void list( EmulatedBoard& board, Json::Document& answer ) {
    Json::Value chips( rapidjson::kArrayType );
-   board.forEachChip( [ & ]( const Slot& slot ) {
-      chips.PushBack( describe( slot, answer ), answer.GetAllocator() );
+   board.forEachChip( [ & ]( const Site& site ) {
+      chips.PushBack( describe( site, answer ), answer.GetAllocator() );
    } );
    answer.AddMember( "chips", chips, answer.GetAllocator() );
 }
 
-void perform( Board& board, const JsonCursor& request, Json::Document& answer ) {
-   std::string operation = request.member( "op" ).asString();
+// Throws std::invalid_argument for chips and quantities that do not exist.
+void perform( EmulatedBoard& board, const Json::Value& request, Json::Document& answer ) {
+   std::string_view operation = request[ "op" ].GetString();
    if ( operation == "list" ) {
-      list( board, answer );
-      return;
+      return list( board, answer );
    }
-   uint32_t did = request.member( "did" ).asUint();
+   uint32_t did = request[ "did" ].GetUint();
    if ( operation == "set" ) {
-      double value = request.member( "value" ).asNumber();
-      board.set( did, request.member( "quantity" ).asString(), value );
+      board.set( did, request[ "quantity" ].GetString(), request[ "value" ].GetDouble() );
    } else if ( operation == "get" ) {
-      double value = board.get( did, request.member( "quantity" ).asString() );
+      double value = board.get( did, request[ "quantity" ].GetString() );
       answer.AddMember( "value", value, answer.GetAllocator() );
    } else if ( operation == "unplug" ) {
       board.unplug( did );
    } else if ( operation == "plug" ) {
       board.plug( did );
    } else if ( operation == "fault" ) {
-      board.addFault( did, readFault( request ) );
-   } else {
-      request.member( "op" ).fail( fmt::format(
-         "unknown operation '{}'; there are list, set, get, unplug, plug, fault", operation ) );
+      board.addFault( did, BoardFiles::readFault( request ) );
    }
+}
+
+std::string refuse( std::string_view why ) {
+   Json::Document answer( rapidjson::kObjectType );
+   answer.AddMember( "ok", false, answer.GetAllocator() );
+   answer.AddMember( "error", text( Utils::printable( why ), answer ), answer.GetAllocator() );
+   return Json::write( answer );
 }
 
 }  // namespace
 
-std::string answerControl( Board& board, std::string_view request ) {
-   Json::Document answer( rapidjson::kObjectType );
-   try {
-      JsonFile json( "request", std::string( request ) );
-      answer.AddMember( "ok", true, answer.GetAllocator() );
-      perform( board, JsonCursor( json ), answer );
-   } catch ( const std::exception& error ) {
-      answer.SetObject();
-      answer.AddMember( "ok", false, answer.GetAllocator() );
-      answer.AddMember( "error", text( Utils::printable( error.what() ), answer ),
-                        answer.GetAllocator() );
+std::string answerControl( EmulatedBoard& board, std::string_view line ) {
+   std::vector< BoardFiles::Finding > findings;
+   auto request = BoardFiles::readControlRequest( std::string( line ), findings );
+   if ( !request.sound ) {
+      auto texts = std::views::transform( findings, &BoardFiles::Finding::text );
+      return refuse( fmt::format( "{}", fmt::join( texts, "; " ) ) );
    }
-   return Json::write( answer );
+   try {
+      Json::Document answer( rapidjson::kObjectType );
+      answer.AddMember( "ok", true, answer.GetAllocator() );
+      perform( board, request.json, answer );
+      return Json::write( answer );
+   } catch ( const std::invalid_argument& error ) {
+      return refuse( error.what() );
+   }
 }
 
 // One client: a line is answered before the next is read.
 class Control::Session : public std::enable_shared_from_this< Control::Session > {
  public:
-   Session( Board& board, stream_protocol::socket socket )
+   Session( EmulatedBoard& board, stream_protocol::socket socket )
        : board_( board ), socket_( std::move( socket ) ) {}
 
    void readLine() {
@@ -119,13 +126,13 @@ class Control::Session : public std::enable_shared_from_this< Control::Session >
                          } );
    }
 
-   Board& board_;
+   EmulatedBoard& board_;
    stream_protocol::socket socket_;
    std::string input_;
    std::string output_;
 };
 
-Control::Control( Board& board, const std::string& path )
+Control::Control( EmulatedBoard& board, const std::string& path )
     : board_( board ), listener_( context_, path ) {
    listener_.accept( [ this ]( int descriptor ) {
       stream_protocol::socket socket( context_, stream_protocol(), descriptor );

@@ -6,12 +6,12 @@
 #include <string_view>
 #include <thread>
 
-#include "SmbusService/Emulator/Board.h"
+#include "SmbusService/Emulator/EmulatedBoard.h"
 #include "SmbusService/Listener.h"
 
 namespace SmbusService::Emulator {
 
-// Answers one request about a board, both JSON objects without line ends:
+// Answers one request about a board, both JSON objects without line ends (control.schema.json):
 //
 //   { "op": "list" }                          all chips with their quantities and pending faults
 //   { "op": "set", "did": 16, "quantity": "temperature", "value": 85.5 }
@@ -21,19 +21,19 @@ namespace SmbusService::Emulator {
 //   { "op": "fault", "did": 16, "kind": "nak", "count": 2, "skip": 1 }
 //
 // The answer has "ok": true, and "value" or "chips" where asked for; or "ok": false and "error".
-std::string answerControl( Board&, std::string_view request );
+std::string answerControl( EmulatedBoard&, std::string_view line );
 
 // The control socket: a request a line, an answer a line. It lives on a thread of its own.
 class Control {
  public:
    // Throws std::runtime_error with a text for people.
-   Control( Board&, const std::string& path );
+   Control( EmulatedBoard&, const std::string& path );
    ~Control();
 
  private:
    class Session;
 
-   Board& board_;
+   EmulatedBoard& board_;
    asio::io_context context_{ 1 };
    Listener listener_;
    std::thread thread_;

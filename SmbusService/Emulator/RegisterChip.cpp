@@ -13,11 +13,13 @@ uint32_t fieldMask( const Quantity& quantity ) {
    return static_cast< uint32_t >( ( uint64_t{ 1 } << quantity.bits ) - 1 );
 }
 
+double nearestTo( double value, const Quantity& quantity ) {
+   return std::round( value / quantity.step ) * quantity.step;
+}
+
 uint32_t toField( const Quantity& quantity, double value ) {
-   double count = std::ldexp( 1.0, quantity.bits - ( quantity.isSigned ? 1 : 0 ) );
-   double low = quantity.isSigned ? -count : 0;
-   double steps = std::clamp( std::round( value / quantity.step ), low, count - 1 );
-   return static_cast< uint32_t >( static_cast< int64_t >( steps ) ) & fieldMask( quantity );
+   auto steps = static_cast< int64_t >( std::round( value / quantity.step ) );
+   return static_cast< uint32_t >( steps ) & fieldMask( quantity );
 }
 
 double fromField( const Quantity& quantity, uint32_t field ) {
@@ -147,6 +149,9 @@ std::vector< std::string > RegisterChip::quantities() const {
 
 void RegisterChip::set( std::string_view name, double value ) {
    const Quantity& entry = quantity( name );
+   double count = std::ldexp( 1.0, entry.bits - ( entry.isSigned ? 1 : 0 ) );
+   checkRange( name, nearestTo( value, entry ), entry.isSigned ? -count * entry.step : 0,
+               ( count - 1 ) * entry.step );
    if ( !writable_[ entry.number ] ) {
       measured_[ static_cast< size_t >( &entry - quantities_.data() ) ] = value;
    }

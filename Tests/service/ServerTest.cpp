@@ -24,7 +24,7 @@ constexpr const char* kReadingReply = "2a80";
 class ServerTest : public testing::Test {
  protected:
    BoardFolder folder{ kSensorTopology, kSensorEmulation };
-   std::unique_ptr< Emulator::Board > board = folder.load();
+   std::unique_ptr< Emulator::EmulatedBoard > board = folder.load();
    RunningServer server{ *board };
    RawClient client{ server.path() };
 

@@ -90,15 +90,13 @@ class BoardFolder {
  public:
    BoardFolder( const std::string& topology,
                 const std::string& emulation,
-                const std::string& objects = {} ) {
+                const std::string& objects = R"({ "objects": [] })" ) {
       std::ofstream( path() + "/topology.json" ) << topology;
       std::ofstream( path() + "/emulation.json" ) << emulation;
-      if ( !objects.empty() ) {
-         std::ofstream( path() + "/objects.json" ) << objects;
-      }
+      std::ofstream( path() + "/objects.json" ) << objects;
    }
    std::string path() const { return directory_.path(); }
-   std::unique_ptr< SmbusService::Emulator::Board > load() const {
+   std::unique_ptr< SmbusService::Emulator::EmulatedBoard > load() const {
       return SmbusService::Emulator::loadBoard( path() );
    }
 
@@ -107,7 +105,7 @@ class BoardFolder {
 };
 
 // One TMP75, device id 16 and address 0x48, on the I2C adapter.
-constexpr const char* kSensorTopology = R"([ { "type": "I2C", "ham": "LumenSmbus", "devices": [
+constexpr const char* kSensorTopology = R"([ { "type": "I2C", "ham": "LumenSmbus", "id": 0, "devices": [
    { "did": 16, "driver": "TMP75", "address": { "address": 72 } } ] } ])";
 constexpr const char* kSensorEmulation =
    R"({ "chips": [ { "did": 16, "set": { "temperature": 42.5 } } ] })";

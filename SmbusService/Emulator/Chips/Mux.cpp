@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <optional>
 
 #include "SmbusService/Emulator/Chip.h"
@@ -42,7 +41,8 @@ class Mux : public MuxChip {
       if ( quantity != kChannels ) {
          Chip::set( quantity, value );
       }
-      control_ = static_cast< uint8_t >( std::clamp( value, 0.0, 255.0 ) );
+      checkRange( quantity, value, 0, 255 );
+      control_ = static_cast< uint8_t >( value );
    }
 
  private:

@@ -1,7 +1,5 @@
 #include <fmt/format.h>
 
-#include <algorithm>
-
 #include "SmbusService/Emulator/RegisterChip.h"
 
 // PCA9555 I/O expander: two ports of eight pins.
@@ -74,8 +72,8 @@ class PCA9555 : public RegisterChip {
 
    void set( std::string_view quantity, double value ) override {
       const Pins& pins = named( quantity );
-      auto levels =
-         static_cast< uint8_t >( std::clamp( value, 0.0, static_cast< double >( pins.mask ) ) );
+      checkRange( quantity, value, 0, pins.mask );
+      auto levels = static_cast< uint8_t >( value );
       uint8_t& port = driven_[ pins.port ];
       port =
          static_cast< uint8_t >( ( port & ~( pins.mask << pins.first ) ) | levels << pins.first );

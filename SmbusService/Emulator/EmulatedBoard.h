@@ -11,13 +11,13 @@ namespace SmbusService::Emulator {
 
 // An emulated board: its adapters and its chips, which are known by their device id. Built on one
 // thread; from then on every operation may be called on any.
-class Board : public Backend {
+class EmulatedBoard : public Backend {
  public:
    // Makes the adapter if there is none yet.
    Bus& bus( const AdapterId& );
 
    // Powers the chip on. The place is a segment of the bus.
-   void add( Bus&, Segment& place, std::unique_ptr< Slot > );
+   void add( Bus&, Segment& place, std::unique_ptr< Site > );
    bool has( uint32_t did ) const { return chips_.contains( did ); }
 
    Adapter* findAdapter( const AdapterId& ) override;
@@ -30,12 +30,12 @@ class Board : public Backend {
    void addFault( uint32_t did, const Fault& );
 
    // Calls with each chip in turn, in the order of the device ids.
-   void forEachChip( const std::function< void( const Slot& ) >& );
+   void forEachChip( const std::function< void( const Site& ) >& );
 
  private:
    struct Entry {
       Bus* bus;
-      std::unique_ptr< Slot > slot;
+      std::unique_ptr< Site > site;
    };
 
    Entry& entry( uint32_t did );

@@ -1,4 +1,4 @@
-#include "SmbusService/Emulator/Chips/Models.h"
+#include "SmbusService/Emulator/Chips/Factory.h"
 
 namespace SmbusService::Emulator {
 
