@@ -10,21 +10,20 @@ enum class Kind { System, Slot, Led, PoePort, TempSensor, Fan, Xcvr, Psu, Gpio, 
 
 struct KindInfo {
    std::string_view name;  // in objects.json, and in the entry points pl_<name>_init and _add
-   std::string_view unit;  // of the reading
 };
 
 // In the order of the enumeration.
 constexpr std::array< KindInfo, 10 > kKinds = { {
-   { "system", "" },
-   { "slot", "" },
-   { "led", "" },
-   { "poe_port", "W" },
-   { "temp_sensor", "C" },
-   { "fan", "rpm" },
-   { "xcvr", "" },
-   { "psu", "" },
-   { "gpio", "" },
-   { "smbus", "" },
+   { "system" },
+   { "slot" },
+   { "led" },
+   { "poe_port" },
+   { "temp_sensor" },
+   { "fan" },
+   { "xcvr" },
+   { "psu" },
+   { "gpio" },
+   { "smbus" },
 } };
 
 constexpr const KindInfo& info( Kind kind ) {

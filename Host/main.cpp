@@ -1,7 +1,10 @@
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <memory>
+#include <sstream>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Output/Print.h"
 #include "SmbusService/EmbeddedService.h"
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "Utils/StandardStreams.h"
@@ -48,7 +51,12 @@ int main( int argc, char** argv ) {
    try {
       app.parse( argc, argv );
    } catch ( const CLI::ParseError& error ) {
-      return app.exit( error ) == 0 ? Host::kAllWell : Host::kWrongUse;
+      std::ostringstream output;
+      std::ostringstream errors;
+      int status = app.exit( error, output, errors ) == 0 ? Host::kAllWell : Host::kWrongUse;
+      Host::print( output.str() );
+      fputs( errors.str().c_str(), stderr );
+      return Host::finish( status );
    }
-   return program.run();
+   return Host::finish( program.run() );
 }

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
 
 namespace Host {
@@ -10,16 +11,17 @@ namespace Host {
 namespace {
 
 int check( const Program& program ) {
-   Board board =
-      loadBoard( program.board, program.emulate ? Emulation::Needed : Emulation::IfPresent );
+   Board board = BoardFiles::loadBoard(
+      program.board, program.emulate ? Emulation::Needed : Emulation::IfPresent );
    if ( board.hasEmulation ) {
       program.tryEmulator( program.board );  // the models know their quantities
    }
    if ( program.json ) {
-      fmt::print( "{}\n", findingsJson( program.board, board.warnings ) );
+      print( findingsJson( program.board, board.warnings ) );
    } else {
       complain( board.warnings );
-      fmt::print( "{}: no mistakes found, {} objects\n", program.board, board.objects.size() );
+      print( fmt::format( "{}: no mistakes found, {} objects\n", program.board,
+                          board.objects.size() ) );
    }
    return board.warnings.empty() ? kAllWell : kNotWell;
 }

@@ -1,15 +1,15 @@
 #include "Host/Commands/Commands.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <ranges>
 
-#include "BoardFiles/Finding.h"
+#include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
 #include "Host/Session/Service.h"
-#include "Host/Session/Setting.h"
-#include "Utils/Text.h"
+#include "Host/Session/UseError.h"
 
 namespace Host {
 
@@ -17,20 +17,23 @@ namespace {
 
 constexpr size_t kMostFindings = 100;  // in a text for people
 
-Board boardOf( const Program& program, const std::optional< std::string >& onlyObject ) {
-   Board board =
-      loadBoard( program.board, program.emulate ? Emulation::Needed : Emulation::Unused );
-   if ( onlyObject ) {
-      board.objects = { board.objects[ findObject( board, *onlyObject ) ] };
+// The socket of the service that the program is to use.
+std::string findService( const Program& program ) {
+   if ( program.emulate ) {
+      return program.startEmulator( program.board );
    }
-   return board;
+   std::string path = servicePath( program.socket );
+   std::string problem = serviceNeeded() ? whyNoService( path ) : "";
+   if ( !problem.empty() ) {
+      throw UseError(
+         fmt::format( "no SMBus service answers at {}: {}; start one with: "
+                      "lumen-smbusd --emulate {} --socket {}, or use --emulate",
+                      path, problem, program.board, path ) );
+   }
+   return path;
 }
 
 }  // namespace
-
-void complain( std::string_view text ) {
-   fmt::print( stderr, "{}\n", Utils::printable( text ) );
-}
 
 void complain( const std::vector< Finding >& findings ) {
    for ( const Finding& finding : findings | std::views::take( kMostFindings ) ) {
@@ -41,54 +44,60 @@ void complain( const std::vector< Finding >& findings ) {
    }
 }
 
-std::string findService( const Program& program ) {
-   if ( program.emulate ) {
-      return program.startEmulator( program.board );
+size_t findObject( const Board& board, const std::string& name ) {
+   auto object = std::ranges::find( board.objects, name, &ObjectSpec::name );
+   if ( object == board.objects.end() ) {
+      auto names = std::views::transform( board.objects, &ObjectSpec::name );
+      throw UseError(
+         fmt::format( "the board has no object \"{}\"; it has {}", name,
+                      names.empty() ? "none" : fmt::format( "{}", fmt::join( names, ", " ) ) ) );
    }
-   std::string path = servicePath( program.socket );
-   std::string problem = serviceNeeded() ? whyNoService( path ) : "";
-   if ( !problem.empty() ) {
-      throw StartError(
-         fmt::format( "no SMBus service answers at {}: {}; start one with: "
-                      "lumen-smbusd --emulate {} --socket {}, or use --emulate",
-                      path, problem, program.board, path ) );
-   }
-   return path;
+   return static_cast< size_t >( object - board.objects.begin() );
 }
 
-OpenBoard::OpenBoard( const Program& program, const std::optional< std::string >& onlyObject )
-    : board( boardOf( program, onlyObject ) ),
-      library( loadLibrary( program.library ) ),
-      session( library, board, { .socket = findService( program ), .traceLevel = program.trace } ) {
+Board loadBoard( const Program& program ) {
+   return BoardFiles::loadBoard( program.board,
+                                 program.emulate ? Emulation::Needed : Emulation::Unused );
 }
+
+Board loadOneObject( const Program& program, const std::string& name ) {
+   Board board = loadBoard( program );
+   board.objects = { board.objects[ findObject( board, name ) ] };
+   return board;
+}
+
+OpenBoard::OpenBoard( const Program& program, Board onBoard, ReadObject read )
+    : board( std::move( onBoard ) ),
+      library( program.library ),
+      session( library,
+               board,
+               { .socket = findService( program ),
+                 .traceLevel = program.trace,
+                 .readObject = std::move( read ) } ) {}
 
 int Program::run() const {
-   int status = runCommand();
-   if ( fflush( stdout ) != 0 || ferror( stdout ) ) {
-      complain( "lumen: the output is lost: it cannot be written" );
-      return std::max( status, kNotWell );
-   }
-   return status;
-}
-
-int Program::runCommand() const {
    try {
       return command();
    } catch ( const BoardError& error ) {
       complain( error.findings );
       if ( json ) {
-         fmt::print( "{}\n", findingsJson( board, error.findings ) );
+         print( findingsJson( board, error.findings ) );
       }
    } catch ( const std::exception& error ) {
-      if ( ferror( stdout ) ) {
-         return kNotWell;
-      }
       complain( fmt::format( "lumen: {}", error.what() ) );
       if ( json ) {
-         fmt::print( "{}\n", errorJson( board, error.what() ) );
+         print( errorJson( board, error.what() ) );
       }
    }
    return kWrongUse;
+}
+
+int finish( int status ) {
+   if ( flushOutput() ) {
+      return status;
+   }
+   complain( "lumen: the output is lost: it cannot be written" );
+   return std::max( status, kNotWell );
 }
 
 }  // namespace Host

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <functional>
-#include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "BoardFiles/Board.h"
 #include "Host/Session/DriverLibrary.h"
@@ -41,32 +39,36 @@ struct Program {
 
    std::function< int() > command;  // returns the exit status
 
-   // Runs the command, reporting what it throws, and whether its output was lost.
+   // Runs the command and reports what it throws; returns the exit status.
    int run() const;
-
- private:
-   int runCommand() const;
 };
 
-// A line on stderr, whatever the text was made of.
-void complain( std::string_view text );
+// The exit status at the program's end, which is not well when output was lost.
+int finish( int status );
 
-// A line for each of the first findings, and how many more there are.
+// A line on stderr for each of the first findings, and how many more there are.
 void complain( const std::vector< Finding >& findings );
+
+// The board's object with this name, as its position. Throws UseError with the names there are.
+size_t findObject( const Board& board, const std::string& name );
 
 // Everything a command needs to work with a board's objects.
 struct OpenBoard {
    Board board;
-   Library library;
+   DriverLibrary library;
    Session session;
 
-   // The whole board, or the one object that is named. Throws StartError.
-   explicit OpenBoard( const Program& program,
-                       const std::optional< std::string >& onlyObject = std::nullopt );
+   // Throws UseError and BoardError.
+   OpenBoard( const Program& program, Board onBoard, ReadObject read = readAsKind );
+
+   OpenBoard( const OpenBoard& ) = delete;
+   OpenBoard& operator=( const OpenBoard& ) = delete;
 };
 
-// The socket of the service that the program is to use; throws StartError where none answers.
-std::string findService( const Program& program );
+// The board's documents, as the program needs them; the whole board, or the one object that is
+// named.
+Board loadBoard( const Program& program );
+Board loadOneObject( const Program& program, const std::string& name );
 
 // Each adds a command with its own options, in a file of its own.
 void addStatusCommand( CLI::App& app, Program& program );

@@ -4,57 +4,58 @@
 #include <memory>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
 
 namespace Host {
 
 namespace {
 
-struct Arguments {
-   std::string name;
-   std::string value;  // only to set
-};
-
-// One object alone: added, set when that is asked for, and read.
-int operate( const Program& program, const Arguments& arguments, bool set ) {
-   OpenBoard open( program, arguments.name );
-   if ( set ) {
-      open.session.settingIs( 0, parseSetting( open.board.objects[ 0 ], arguments.value ) );
-   }
-   auto rows = open.session.read();
+int show( const Program& program, const Observation& observation ) {
    if ( program.json ) {
-      fmt::print( "{}\n", rowsJson( program.board, rows ) );
+      print( statusJson( program.board, { observation } ) );
    } else {
-      const Row& row = rows[ 0 ];
-      fmt::print( "{}\n", row.reading ? readingText( row ) : stateName( row.state ) );
-      if ( !row.reason.empty() ) {
-         complain( fmt::format( "lumen: {}: {}", arguments.name, row.reason ) );
-      }
+      print( ( observation.reading ? readingText( observation ) : stateName( observation.state ) ) +
+             "\n" );
    }
-   return allOk( rows ) ? kAllWell : kNotWell;
+   if ( !program.json && !observation.reason.empty() ) {
+      complain( fmt::format( "lumen: {}: {}", observation.object->name, observation.reason ) );
+   }
+   return observation.state == State::Ok ? kAllWell : kNotWell;
 }
 
-void addCommand( CLI::App& app, Program& program, const char* name, const char* help, bool set ) {
+int get( const Program& program, const std::string& name ) {
+   OpenBoard open( program, loadOneObject( program, name ) );
+   return show( program, open.session.read()[ 0 ] );
+}
+
+int set( const Program& program, const std::string& name, const std::string& value ) {
+   OpenBoard open( program, loadOneObject( program, name ) );
+   open.session.settingIs( 0, parseSetting( open.board.objects[ 0 ], value ) );
+   return show( program, open.session.read()[ 0 ] );
+}
+
+CLI::App* addCommand( CLI::App& app, const char* name, const char* help, std::string& object ) {
    auto command = app.add_subcommand( name, help );
    command->fallthrough();
-   auto arguments = std::make_shared< Arguments >();
-   command->add_option( "NAME", arguments->name, "the object's name" )->required();
-   if ( set ) {
-      command->add_option( "VALUE", arguments->value, "an LED's status, a fan's rpm, a GPIO's bit" )
-         ->required();
-   }
-   command->callback( [ &program, arguments, set ] {
-      program.command = [ &program, arguments, set ] {
-         return operate( program, *arguments, set );
-      };
-   } );
+   command->add_option( "NAME", object, "the object's name" )->required();
+   return command;
 }
 
 }  // namespace
 
 void addGetAndSetCommands( CLI::App& app, Program& program ) {
-   addCommand( app, program, "get", "one object's reading", false );
-   addCommand( app, program, "set", "drive one object: an led, a fan or a gpio", true );
+   auto name = std::make_shared< std::string >();
+   auto value = std::make_shared< std::string >();
+   addCommand( app, "get", "one object's reading", *name )->callback( [ &program, name ] {
+      program.command = [ &program, name ] { return get( program, *name ); };
+   } );
+   auto setCommand = addCommand( app, "set", "drive one object: an led, a fan or a gpio", *name );
+   setCommand->add_option( "VALUE", *value, "an LED's status, a fan's rpm, a GPIO's bit" )
+      ->required();
+   setCommand->callback( [ &program, name, value ] {
+      program.command = [ &program, name, value ] { return set( program, *name, *value ); };
+   } );
 }
 
 }  // namespace Host

@@ -1,97 +1,48 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <cstdlib>
 #include <memory>
 
-#include "BoardFiles/Finding.h"
 #include "Host/Commands/Commands.h"
 #include "Host/Commands/SmbusOperation.h"
+#include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
-#include "Host/Session/Object.h"
-#include "Host/Session/Setting.h"
+#include "Host/Session/UseError.h"
 
 namespace Host {
 
 namespace {
-
-constexpr std::chrono::seconds kTimeLimit( 15 );
-constexpr int32_t kDone = 0;     // with status and answer
-constexpr int32_t kNotDone = 1;  // with what was thrown
-constexpr int32_t kNotAdded = 2;
 
 struct Arguments {
    std::string name;
    SmbusOperation operation;
 };
 
-struct Outcome {
-   std::string answer;
-   std::string failure;  // empty when all is well
-};
-
-void work( const Worker::Link& link,
-           const Library& library,
-           const Board& board,
-           const std::string& socket,
-           const SmbusOperation& operation ) {
-   setenv( "PL_SMBUS_SOCKET", socket.c_str(), 1 );
-   library.init[ static_cast< size_t >( Kind::Smbus ) ]( board.topology.c_str() );
-   void* smbus = addObject( library, board.objects[ 0 ] );
-   if ( !smbus ) {
-      link.send( { .type = kNotAdded } );
-      return;
+Board loadEndpoint( const Program& program, const std::string& name ) {
+   Board board = loadOneObject( program, name );
+   if ( Kind kind = board.objects[ 0 ].kind; kind != Kind::Smbus ) {
+      throw UseError( fmt::format( "\"{}\" is a {}; raw access needs an object of kind smbus", name,
+                                   info( kind ).name ) );
    }
-   try {
-      Message done{ .type = kDone };
-      done.status = runSmbusOperation( static_cast< pl_smbus* >( smbus ), operation, done.text );
-      link.send( done );
-   } catch ( const std::exception& error ) {
-      link.send( { .type = kNotDone, .text = error.what() } );
-   }
-}
-
-Outcome execute( const Program& program, const Board& board, const SmbusOperation& operation ) {
-   Library library = loadLibrary( program.library );
-   std::string socket = findService( program );
-   Worker worker(
-      [ & ]( const Worker::Link& link ) { work( link, library, board, socket, operation ); },
-      program.trace );
-   auto said = worker.next( kTimeLimit );
-   if ( !said ) {
-      return { "", worker.end() };
-   }
-   if ( said->type == kNotAdded ) {
-      return { "", whyNotAdded( worker.traces() ) };
-   }
-   if ( said->type == kNotDone ) {
-      return { "", said->text };
-   }
-   return said->status == PL_STATUS_OK ? Outcome{ said->text, "" }
-                                       : Outcome{ "", whyNotRead( said->status, worker.traces() ) };
+   return board;
 }
 
 int smbus( const Program& program, const Arguments& arguments ) {
    checkSmbusOperation( arguments.operation );
-   Board board =
-      loadBoard( program.board, program.emulate ? Emulation::Needed : Emulation::Unused );
-   const ObjectSpec object = board.objects[ findObject( board, arguments.name ) ];
-   if ( object.kind != Kind::Smbus ) {
-      throw StartError( fmt::format( "\"{}\" is a {}; raw access needs an object of kind smbus",
-                                     arguments.name, info( object.kind ).name ) );
-   }
-   board.objects = { object };
-   Outcome outcome = execute( program, board, arguments.operation );
+   OpenBoard open( program, loadEndpoint( program, arguments.name ), [ & ]( Kind, void* endpoint ) {
+      return runSmbusOperation( static_cast< pl_smbus* >( endpoint ), arguments.operation );
+   } );
+   Observation observation = open.session.read()[ 0 ];
    if ( program.json ) {
-      fmt::print( "{}\n", smbusJson( program.board, arguments.name, arguments.operation.name,
-                                     outcome.answer, outcome.failure ) );
-   } else if ( !outcome.answer.empty() ) {
-      fmt::print( "{}\n", outcome.answer );
+      print( smbusJson( program.board, arguments.operation.name, observation ) );
+   } else if ( !observation.text.empty() ) {
+      print( observation.text + "\n" );
    }
-   if ( !outcome.failure.empty() ) {
-      complain( fmt::format( "lumen: {}: {}", arguments.name, outcome.failure ) );
+   if ( observation.state == State::Ok ) {
+      return kAllWell;
    }
-   return outcome.failure.empty() ? kAllWell : kNotWell;
+   complain( fmt::format( "lumen: {}: {}", arguments.name, problemText( observation ) ) );
+   return kNotWell;
 }
 
 }  // namespace

@@ -6,11 +6,9 @@
 #include <charconv>
 #include <functional>
 
-#include "BoardFiles/Finding.h"
+#include "Host/Session/UseError.h"
 
 namespace Host {
-
-using BoardFiles::StartError;
 
 namespace {
 
@@ -29,7 +27,7 @@ uint32_t parse( const std::string& text, uint32_t largest ) {
    uint32_t number = 0;
    auto [ last, error ] = std::from_chars( begin, end, number, hexadecimal ? 16 : 10 );
    if ( error != std::errc() || last != end || number > largest ) {
-      throw StartError( fmt::format( "\"{}\" is no number from 0 to {}", text, largest ) );
+      throw UseError( fmt::format( "\"{}\" is no number from 0 to {}", text, largest ) );
    }
    return number;
 }
@@ -143,8 +141,8 @@ constexpr Operation kOperations[] = {
 const Operation& find( const std::string& name ) {
    auto operation = std::ranges::find( kOperations, name, &Operation::name );
    if ( operation == std::end( kOperations ) ) {
-      throw StartError( fmt::format( "there is no SMBus operation \"{}\"; there are\n{}", name,
-                                     smbusOperationsHelp() ) );
+      throw UseError( fmt::format( "there is no SMBus operation \"{}\"; there are\n{}", name,
+                                   smbusOperationsHelp() ) );
    }
    return *operation;
 }
@@ -170,8 +168,7 @@ Numbers numbersOf( const Operation& operation, const SmbusOperation& given ) {
    bool open = operation.rest == Rest::ManyBytes;
    if ( texts.size() < fixed || ( !open && texts.size() > fixed ) ||
         texts.size() > kLongestBlock + 1 ) {
-      throw StartError(
-         fmt::format( "use: smbus NAME {} {}", operation.name, operation.arguments ) );
+      throw UseError( fmt::format( "use: smbus NAME {} {}", operation.name, operation.arguments ) );
    }
    Numbers numbers;
    for ( const std::string& text : texts ) {
@@ -180,7 +177,7 @@ Numbers numbersOf( const Operation& operation, const SmbusOperation& given ) {
                                                  : largestRest( operation.rest ) ) );
    }
    if ( operation.rest == Rest::Length && numbers.back() == 0 ) {
-      throw StartError( "LENGTH must be at least 1" );
+      throw UseError( "LENGTH must be at least 1" );
    }
    return numbers;
 }
@@ -199,11 +196,14 @@ void checkSmbusOperation( const SmbusOperation& operation ) {
    numbersOf( find( operation.name ), operation );
 }
 
-pl_status runSmbusOperation( pl_smbus* smbus, const SmbusOperation& given, std::string& answer ) {
+Reading runSmbusOperation( pl_smbus* smbus, const SmbusOperation& given ) {
    const Operation& operation = find( given.name );
    Numbers numbers = numbersOf( operation, given );
-   Call call{ *smbus->ops, smbus, static_cast< uint8_t >( given.registerSize ), numbers, answer };
-   return ( call.*operation.run )();
+   Reading reading;
+   Call call{ *smbus->ops, smbus, static_cast< uint8_t >( given.registerSize ), numbers,
+              reading.text };
+   reading.status = ( call.*operation.run )();
+   return reading;
 }
 
 }  // namespace Host

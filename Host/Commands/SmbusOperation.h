@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "pl.h"
+#include "Host/Session/KindOperations.h"
 
 namespace Host {
 
@@ -18,13 +18,11 @@ struct SmbusOperation {
 // The operations and their arguments, one line each, for the help text.
 std::string smbusOperationsHelp();
 
-// Throws StartError unless the operation exists and its arguments are in range.
+// Throws UseError unless the operation exists and its arguments are in range.
 void checkSmbusOperation( const SmbusOperation& operation );
 
-// Runs a checked operation; belongs into a worker. `answer` receives what was read, in hexadecimal:
-// one number, or a block's bytes with blanks between.
-pl_status runSmbusOperation( pl_smbus* smbus,
-                             const SmbusOperation& operation,
-                             std::string& answer );
+// Runs a checked operation; belongs into a worker. The reading's text is what was read, in
+// hexadecimal: one number, or a block's bytes with blanks between.
+Reading runSmbusOperation( pl_smbus* smbus, const SmbusOperation& operation );
 
 }  // namespace Host

@@ -1,8 +1,7 @@
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
 
 namespace Host {
@@ -10,14 +9,11 @@ namespace Host {
 namespace {
 
 int status( const Program& program ) {
-   OpenBoard open( program );
-   auto rows = open.session.read();
-   if ( program.json ) {
-      fmt::print( "{}\n", rowsJson( program.board, rows ) );
-   } else {
-      fmt::print( "{}", rowsTable( rows, TableStyle::ofOutput() ) );
-   }
-   return allOk( rows ) ? kAllWell : kNotWell;
+   OpenBoard open( program, loadBoard( program ) );
+   auto observations = open.session.read();
+   print( program.json ? statusJson( program.board, observations )
+                       : statusTable( observations, TableStyle::ofOutput() ) );
+   return allOk( observations ) ? kAllWell : kNotWell;
 }
 
 }  // namespace

@@ -8,9 +8,10 @@
 #include <cmath>
 #include <memory>
 
-#include "BoardFiles/Finding.h"
 #include "Host/Commands/Commands.h"
+#include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
+#include "Host/Session/UseError.h"
 
 namespace Host {
 
@@ -46,15 +47,15 @@ class Screen {
    // False when nobody can see it any more.
    bool show( const std::string& text ) {
       put( kHomeAndClear );
-      fmt::print( "{}\n", text );
-      return fflush( stdout ) == 0;
+      print( text );
+      return flushOutput();
    }
 
  private:
    void put( const char* sequence ) const {
       if ( terminal_ ) {
-         fmt::print( "{}", sequence );
-         fflush( stdout );
+         print( sequence );
+         flushOutput();
       }
    }
 
@@ -82,7 +83,7 @@ void applySettings( OpenBoard& open, const std::vector< std::string >& settings 
    for ( const std::string& text : settings ) {
       size_t equals = text.find( '=' );
       if ( equals == std::string::npos ) {
-         throw StartError( fmt::format( "--set {}: give NAME=VALUE", text ) );
+         throw UseError( fmt::format( "--set {}: give NAME=VALUE", text ) );
       }
       size_t object = findObject( open.board, text.substr( 0, equals ) );
       open.session.settingIs(
@@ -91,19 +92,20 @@ void applySettings( OpenBoard& open, const std::vector< std::string >& settings 
 }
 
 int watch( const Program& program, const Arguments& arguments ) {
-   OpenBoard open( program );
+   OpenBoard open( program, loadBoard( program ) );
    applySettings( open, arguments.settings );
    catchInterrupts();
    Screen screen;
    bool ok = true;
    for ( unsigned round = 0; !interrupted; ++round ) {
-      auto rows = open.session.read();
+      auto observations = open.session.read();
       if ( interrupted ) {
          break;
       }
-      ok = allOk( rows );
-      bool isSeen = screen.show( program.json ? rowsJson( program.board, rows )
-                                              : rowsTable( rows, TableStyle::ofOutput() ) );
+      ok = allOk( observations );
+      bool isSeen =
+         screen.show( program.json ? statusJson( program.board, observations )
+                                   : statusTable( observations, TableStyle::ofOutput() ) + "\n" );
       if ( !isSeen || round + 1 == arguments.count ) {
          break;
       }

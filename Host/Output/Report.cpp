@@ -25,12 +25,12 @@ std::string limitsText( const ObjectSpec& object ) {
              : "-";
 }
 
-Cell stateCell( const Row& row ) {
-   std::string text = stateName( row.state );
-   if ( !row.reason.empty() ) {
-      text += ": " + row.reason;
+Cell stateCell( const Observation& observation ) {
+   std::string text = stateName( observation.state );
+   if ( !observation.reason.empty() ) {
+      text += ": " + observation.reason;
    }
-   switch ( row.state ) {
+   switch ( observation.state ) {
       case State::Ok:
          return { text, Colour::Green };
       case State::Alert:
@@ -68,19 +68,19 @@ class JsonObject {
    Allocator& allocator_;
 };
 
-Value rowJson( const Row& row, JsonObject::Allocator& allocator ) {
+Value observationJson( const Observation& observation, JsonObject::Allocator& allocator ) {
    JsonObject json( allocator );
-   json.add( "name", row.object->name );
-   json.add( "kind", info( row.object->kind ).name );
-   json.add( "reading", row.reading );
-   json.add( "unit", info( row.object->kind ).unit );
-   json.add( "alert", row.object->alert );
-   json.add( "critical", row.object->critical );
-   json.add( "state", std::string_view( stateName( row.state ) ) );
-   if ( row.reason.empty() ) {
+   json.add( "name", observation.object->name );
+   json.add( "kind", info( observation.object->kind ).name );
+   json.add( "reading", observation.reading );
+   json.add( "unit", operations( observation.object->kind ).unit );
+   json.add( "alert", observation.object->alert );
+   json.add( "critical", observation.object->critical );
+   json.add( "state", std::string_view( stateName( observation.state ) ) );
+   if ( observation.reason.empty() ) {
       json.add( "reason", Value() );
    } else {
-      json.add( "reason", row.reason );
+      json.add( "reason", observation.reason );
    }
    return std::move( json.value() );
 }
@@ -107,11 +107,15 @@ Value arrayJson( const std::vector< Element >& elements,
 
 JsonObject document( JsonObject::Allocator& allocator,
                      const std::string& board,
-                     const std::vector< Row >& rows ) {
+                     const std::vector< Observation >& observations ) {
    JsonObject json( allocator );
    json.add( "board", board );
-   json.add( "objects", arrayJson( rows, allocator, rowJson ) );
+   json.add( "objects", arrayJson( observations, allocator, observationJson ) );
    return json;
+}
+
+std::string text( JsonObject& json ) {
+   return Utils::Json::writePretty( json.value() ) + "\n";
 }
 
 // What follows the decimal point, with the point.
@@ -120,11 +124,11 @@ size_t fractionLength( const std::string& number ) {
 }
 
 // Right-aligned, they have their decimal points in one column.
-std::vector< std::string > readingTexts( const std::vector< Row >& rows ) {
+std::vector< std::string > readingTexts( const std::vector< Observation >& observations ) {
    std::vector< std::string > texts;
    size_t longest = 0;
-   for ( const Row& row : rows ) {
-      texts.push_back( row.reading ? numberText( *row.reading ) : "-" );
+   for ( const Observation& observation : observations ) {
+      texts.push_back( observation.reading ? numberText( *observation.reading ) : "-" );
       longest = std::max( longest, fractionLength( texts.back() ) );
    }
    for ( std::string& text : texts ) {
@@ -135,20 +139,21 @@ std::vector< std::string > readingTexts( const std::vector< Row >& rows ) {
 
 }  // namespace
 
-std::string rowsTable( const std::vector< Row >& rows, const TableStyle& style ) {
-   std::vector< Row > byKind = rows;
-   std::ranges::stable_sort( byKind, {}, []( const Row& row ) { return row.object->kind; } );
+std::string statusTable( const std::vector< Observation >& observations, const TableStyle& style ) {
+   std::vector< Observation > byKind = observations;
+   std::ranges::stable_sort( byKind, {},
+                             []( const Observation& each ) { return each.object->kind; } );
    std::vector< std::vector< Cell > > cells;
    std::vector< std::string > readings = readingTexts( byKind );
    for ( size_t i = 0; i < byKind.size(); ++i ) {
-      const Row& row = byKind[ i ];
-      const KindInfo& kind = info( row.object->kind );
-      cells.push_back( { { row.object->name },
-                         { std::string( kind.name ) },
+      const Observation& observation = byKind[ i ];
+      Kind kind = observation.object->kind;
+      cells.push_back( { { observation.object->name },
+                         { std::string( info( kind ).name ) },
                          { readings[ i ] },
-                         { std::string( kind.unit ) },
-                         { limitsText( *row.object ) },
-                         stateCell( row ) } );
+                         { std::string( operations( kind ).unit ) },
+                         { limitsText( *observation.object ) },
+                         stateCell( observation ) } );
    }
    return formatTable( { { "object" },
                          { "kind" },
@@ -159,34 +164,37 @@ std::string rowsTable( const std::vector< Row >& rows, const TableStyle& style )
                        cells, style );
 }
 
-std::string readingText( const Row& row ) {
-   std::string_view unit = info( row.object->kind ).unit;
-   return numberText( *row.reading ) + ( unit.empty() ? "" : " " ) + std::string( unit );
+std::string readingText( const Observation& observation ) {
+   std::string_view unit = operations( observation.object->kind ).unit;
+   return numberText( *observation.reading ) + ( unit.empty() ? "" : " " ) + std::string( unit );
 }
 
-std::string rowsJson( const std::string& board, const std::vector< Row >& rows ) {
+std::string statusJson( const std::string& board, const std::vector< Observation >& observations ) {
    JsonObject::Allocator allocator;
-   JsonObject json = document( allocator, board, rows );
-   json.add( "ok", Value( allOk( rows ) ) );
-   return Utils::Json::writePretty( json.value() );
+   JsonObject json = document( allocator, board, observations );
+   json.add( "ok", Value( allOk( observations ) ) );
+   return text( json );
+}
+
+std::string problemText( const Observation& observation ) {
+   return observation.reason.empty() ? stateName( observation.state ) : observation.reason;
 }
 
 std::string smbusJson( const std::string& board,
-                       const std::string& object,
                        const std::string& operation,
-                       const std::string& answer,
-                       const std::string& failure ) {
+                       const Observation& endpoint ) {
+   bool ok = endpoint.state == State::Ok;
    JsonObject::Allocator allocator;
    JsonObject json( allocator );
    json.add( "board", board );
-   json.add( "object", object );
+   json.add( "object", endpoint.object->name );
    json.add( "operation", operation );
-   json.add( "answer", answer );
-   if ( !failure.empty() ) {
-      json.add( "error", failure );
+   json.add( "answer", endpoint.text );
+   if ( !ok ) {
+      json.add( "error", problemText( endpoint ) );
    }
-   json.add( "ok", Value( failure.empty() ) );
-   return Utils::Json::writePretty( json.value() );
+   json.add( "ok", Value( ok ) );
+   return text( json );
 }
 
 std::string findingsJson( const std::string& board, const std::vector< Finding >& findings ) {
@@ -194,7 +202,7 @@ std::string findingsJson( const std::string& board, const std::vector< Finding >
    JsonObject json = document( allocator, board, {} );
    json.add( "findings", arrayJson( findings, allocator, findingJson ) );
    json.add( "ok", Value( findings.empty() ) );
-   return Utils::Json::writePretty( json.value() );
+   return text( json );
 }
 
 std::string errorJson( const std::string& board, const std::string& error ) {
@@ -202,7 +210,7 @@ std::string errorJson( const std::string& board, const std::string& error ) {
    JsonObject json = document( allocator, board, {} );
    json.add( "error", error );
    json.add( "ok", Value( false ) );
-   return Utils::Json::writePretty( json.value() );
+   return text( json );
 }
 
 }  // namespace Host

@@ -5,7 +5,7 @@
 
 #include "BoardFiles/Finding.h"
 #include "Host/Output/Table.h"
-#include "Host/Session/Row.h"
+#include "Host/Session/Observation.h"
 
 // What the program prints. The JSON documents share one shape: "board", "objects" and "ok", beside
 // which "findings" or "error" say why there are no objects.
@@ -13,18 +13,19 @@ namespace Host {
 
 using namespace BoardFiles;
 
-std::string rowsTable( const std::vector< Row >& rows, const TableStyle& style );
+std::string statusTable( const std::vector< Observation >& observations, const TableStyle& style );
+std::string statusJson( const std::string& board, const std::vector< Observation >& observations );
 
 // The reading with its unit.
-std::string readingText( const Row& row );
+std::string readingText( const Observation& observation );
 
-std::string rowsJson( const std::string& board, const std::vector< Row >& rows );
-// The answer, or why there is none.
+// The reason, or where there is none the state.
+std::string problemText( const Observation& observation );
+
+// What a raw transaction answered, or why there is no answer.
 std::string smbusJson( const std::string& board,
-                       const std::string& object,
                        const std::string& operation,
-                       const std::string& answer,
-                       const std::string& failure );
+                       const Observation& endpoint );
 std::string findingsJson( const std::string& board, const std::vector< Finding >& findings );
 std::string errorJson( const std::string& board, const std::string& error );
 

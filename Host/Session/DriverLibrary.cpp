@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "BoardFiles/Finding.h"
+#include "Host/Session/UseError.h"
 
 namespace Host {
 
@@ -25,7 +25,7 @@ class Binder {
    explicit Binder( const std::string& path )
        : path_( path ), handle_( dlopen( path.c_str(), RTLD_NOW | RTLD_LOCAL ) ) {
       if ( !handle_ ) {
-         throw StartError( std::string( "cannot load the driver library: " ) + dlerror() );
+         throw UseError( std::string( "cannot load the driver library: " ) + dlerror() );
       }
    }
 
@@ -33,7 +33,7 @@ class Binder {
    void bind( Function*& function, const std::string& name ) const {
       void* symbol = dlsym( handle_, name.c_str() );
       if ( !symbol ) {
-         throw StartError( path_ + " is no driver library: it has no " + name );
+         throw UseError( path_ + " is no driver library: it has no " + name );
       }
       function = reinterpret_cast< Function* >( symbol );
    }
@@ -45,23 +45,22 @@ class Binder {
 
 }  // namespace
 
-Library loadLibrary( const std::string& path ) {
+DriverLibrary::DriverLibrary( const std::string& path ) {
    Binder binder( path.empty() ? defaultPath() : path );
-   Library library{};
    for ( size_t kind = 0; kind < kKinds.size(); ++kind ) {
-      binder.bind( library.init[ kind ], "pl_" + std::string( kKinds[ kind ].name ) + "_init" );
+      std::string prefix = "pl_" + std::string( kKinds[ kind ].name );
+      binder.bind( entryPoints_[ kind ].init, prefix + "_init" );
+      binder.bind( entryPoints_[ kind ].add, prefix + "_add" );
    }
-   binder.bind( library.addSystem, "pl_system_add" );
-   binder.bind( library.addSlot, "pl_slot_add" );
-   binder.bind( library.addLed, "pl_led_add" );
-   binder.bind( library.addPoePort, "pl_poe_port_add" );
-   binder.bind( library.addTempSensor, "pl_temp_sensor_add" );
-   binder.bind( library.addFan, "pl_fan_add" );
-   binder.bind( library.addXcvr, "pl_xcvr_add" );
-   binder.bind( library.addPsu, "pl_psu_add" );
-   binder.bind( library.addGpio, "pl_gpio_add" );
-   binder.bind( library.addSmbus, "pl_smbus_add" );
-   return library;
+}
+
+pl_status DriverLibrary::init( Kind kind, const std::string& topology ) const {
+   return entryPoints_[ static_cast< size_t >( kind ) ].init( topology.c_str() );
+}
+
+void* DriverLibrary::add( const ObjectSpec& spec ) const {
+   return operations( spec.kind )
+      .add( entryPoints_[ static_cast< size_t >( spec.kind ) ].add, spec );
 }
 
 }  // namespace Host

@@ -1,32 +1,31 @@
 #pragma once
 
+#include <array>
 #include <string>
 
-#include "BoardFiles/Kind.h"
-#include "pl.h"
+#include "Host/Session/KindOperations.h"
 
 namespace Host {
 
-using namespace BoardFiles;
+// The driver library, bound at run time. It stays loaded. What it does may abort, hang or throw: it
+// belongs into a worker.
+class DriverLibrary {
+ public:
+   // The library at `path`, or, when that is empty, the one installed beside this program, or the
+   // one the dynamic linker finds. Throws UseError.
+   explicit DriverLibrary( const std::string& path );
 
-// The driver library's entry points, bound at run time. The library stays loaded.
-struct Library {
-   std::array< pl_status ( * )( const char* ), kKinds.size() > init;  // by Kind
+   pl_status init( Kind kind, const std::string& topology ) const;
 
-   decltype( &pl_system_add ) addSystem;
-   decltype( &pl_slot_add ) addSlot;
-   decltype( &pl_led_add ) addLed;
-   decltype( &pl_poe_port_add ) addPoePort;
-   decltype( &pl_temp_sensor_add ) addTempSensor;
-   decltype( &pl_fan_add ) addFan;
-   decltype( &pl_xcvr_add ) addXcvr;
-   decltype( &pl_psu_add ) addPsu;
-   decltype( &pl_gpio_add ) addGpio;
-   decltype( &pl_smbus_add ) addSmbus;
+   // The library's record of the kind, or null. The spec must live as long as the object.
+   void* add( const ObjectSpec& spec ) const;
+
+ private:
+   struct EntryPoints {
+      pl_status ( *init )( const char* );
+      EntryPoint add;
+   };
+   std::array< EntryPoints, kKinds.size() > entryPoints_;  // by Kind
 };
-
-// Loads the library at `path`, or, when that is empty, the one installed beside this program, or
-// the one the dynamic linker finds. Throws StartError.
-Library loadLibrary( const std::string& path );
 
 }  // namespace Host

@@ -2,33 +2,24 @@
 
 #include <chrono>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "pl.h"
 
-// Why something failed, in words, from what the driver library left behind.
+// Why something failed, in words for people.
 namespace Host {
 
-struct TraceLine {
-   int level;
-   std::string text;
-};
-using Traces = std::vector< TraceLine >;  // of one step, oldest first
+// What is told of a driver whose own words are for its traces.
+constexpr const char* kGaveUp = "the driver gave up; --trace 0 shows why";
+constexpr const char* kMadeNoObject = "the driver made no object of it; --trace 0 shows why";
 
-// Traces up to this level say what failed in a request to the service.
-constexpr int kReasonLevel = 3;
+// A call returned this status, which is not PL_STATUS_OK. `request` tells of a request that failed,
+// and is empty where none did.
+std::string whyNotOk( pl_status status, const std::string& request );
 
-// An entry point returned no object.
-std::string whyNotAdded( const Traces& traces );
+// The driver's process ended: its status as wait() gives it.
+std::string whyDied( int waitStatus );
 
-// A callback returned this status, which is not PL_STATUS_OK.
-std::string whyNotRead( pl_status status, const Traces& traces );
-
-// The process died: its status as wait() gives it, and what it left on stderr.
-std::string whyDied( int waitStatus, std::string_view errorOutput, const Traces& traces );
-
-// The process did not answer within the limit.
-std::string whyHung( std::chrono::milliseconds limit, const Traces& traces );
+// The driver's process did not answer within the limit.
+std::string whyHung( std::chrono::milliseconds limit );
 
 }  // namespace Host

@@ -9,11 +9,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Platform/ServicePath.h"
+
 namespace Host {
 
 namespace {
-
-constexpr const char* kUsualPath = "/run/lumen/smbus.sock";
 
 constexpr timeval kPatience{ .tv_sec = 2, .tv_usec = 0 };
 constexpr char kEmptyBatch[ 4 ]{};  // a frame's length, and nothing behind it
@@ -37,11 +37,7 @@ std::string whyNoAnswer( int socket ) {
 }  // namespace
 
 std::string servicePath( const std::string& given ) {
-   if ( !given.empty() ) {
-      return given;
-   }
-   const char* path = getenv( "PL_SMBUS_SOCKET" );
-   return path && *path ? path : kUsualPath;
+   return given.empty() ? PlatformLibrary::servicePath() : given;
 }
 
 bool serviceNeeded() {

@@ -9,8 +9,8 @@
 
 #include "BoardFiles/Board.h"
 #include "Host/Session/DriverLibrary.h"
-#include "Host/Session/Row.h"
-#include "Host/Session/Setting.h"
+#include "Host/Session/Observation.h"
+#include "Host/Session/SessionWorker.h"
 #include "Host/Session/Worker.h"
 
 namespace Host {
@@ -21,21 +21,25 @@ struct SessionOptions {
    std::string socket;   // of the SMBus service
    int traceLevel = -1;  // traces that are printed; -1 for none
    std::chrono::milliseconds stepLimit = std::chrono::seconds( 10 );  // to add or read one object
+
+   // Runs in the worker, once an object has been added and at each later reading.
+   ReadObject readObject = readAsKind;
 };
 
 // A board's objects in the driver library, held by a worker. An object that kills the worker, or
-// keeps it busy for too long, is failed from then on; a fresh worker goes on without it.
+// keeps it busy for too long, is failed from then on, unless the SMBus service is to blame; a fresh
+// worker goes on without it.
 class Session {
  public:
    // Library and board must outlive the session.
-   Session( const Library& library, const Board& board, SessionOptions options );
+   Session( const DriverLibrary& library, const Board& board, SessionOptions options );
 
    // What an object is set to once it has been added, from the next worker on.
    void settingIs( size_t object, int setting ) { settings_[ object ] = setting; }
 
-   // Reads every object once: one row each, in the board's order. The worker stays alive between
-   // calls and runs the library's timers.
-   std::vector< Row > read();
+   // Reads every object once, in the board's order. The worker stays alive between calls and runs
+   // the library's timers.
+   std::vector< Observation > read();
 
  private:
    struct Death {
@@ -43,23 +47,17 @@ class Session {
       bool idle;                       // it had answered an earlier read()
       std::string why;
    };
-   using Rows = std::vector< std::optional< Row > >;
+   using Found = std::vector< std::optional< Observation > >;
 
-   // The parent's side.
-   std::optional< Death > sweep( Rows& rows );
-   void startWorker( const Rows& rows );
-   void take( const Message& message, Rows& rows );
+   std::optional< Death > sweep( Found& found );
+   void startWorker( const Found& found );
+   void take( const Message& said, Found& found );
+   std::string reasonFor( size_t object, const std::string& otherwise ) const;
+   void fail( size_t object, const std::string& why, Found& found );
    bool serviceGone() const;
-   std::string afterDeath( const Death& death, Rows& rows );
+   std::string afterDeath( const Death& death, Found& found );
 
-   // The worker's side.
-   void work( const Worker::Link& link, const std::vector< size_t >& objects ) const;
-   void initialise( const Worker::Link& link ) const;
-   bool applySetting( const Worker::Link& link, size_t object, void* record ) const;
-   void* add( const Worker::Link& link, size_t object ) const;
-   void readOne( const Worker::Link& link, size_t object, void* record ) const;
-
-   const Library& library_;
+   const DriverLibrary& library_;
    const Board& board_;
    SessionOptions options_;
    Settings settings_;

@@ -15,56 +15,90 @@
 #include <exception>
 #include <system_error>
 
+#include "Host/Session/Reason.h"
 #include "pl_host.h"
 
 namespace Host {
 
 namespace {
 
-constexpr int32_t kTrace = -1;             // message type; the number is the level
-constexpr size_t kMaxText = 32 * 1024;     // of one message: a packet must fit the socket's buffer
-constexpr size_t kMaxTraces = 200;         // kept of one step, the latest
-constexpr size_t kMaxPrinted = 64 * 1024;  // kept of what the process prints
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr int32_t kFailure = -1;        // message type; the text holds details and words
+constexpr size_t kMaxText = 32 * 1024;  // of one message: a packet must fit the socket's buffer
+
+// How long this program waits at a time: where much more passed, it was stopped.
+constexpr milliseconds kStep( 100 );
 
 struct Header {
    int32_t type, number, status, hasValue;
    double value;
 };
 
-void check( int result, const char* what ) {
+void orThrow( int result, const char* what ) {
    if ( result < 0 ) {
       throw std::system_error( errno, std::generic_category(), what );
    }
 }
 
-void traceToParent( void* link, int level, const char* text ) {
+void sendFailure( void* link, const pl_service_failure* failure ) {
+   RequestFailure sent = RequestFailure::of( *failure );
+   std::string details( reinterpret_cast< const char* >( &sent.details ), sizeof sent.details );
    static_cast< const Worker::Link* >( link )->send(
-      { .type = kTrace, .number = level, .text = text } );
+      { .type = kFailure, .text = details + sent.words } );
 }
 
-[[noreturn]] void runBody( const Worker::Body& body, int socket, int output, int traceLevel ) {
+RequestFailure failureIn( const Message& message ) {
+   RequestFailure failure{};
+   memcpy( &failure.details, message.text.data(), sizeof failure.details );
+   failure.words = message.text.substr( sizeof failure.details );
+   return failure;
+}
+
+// An exception ends the process as an assertion does.
+[[noreturn]] void runBody( const Worker::Body& body,
+                           int socket,
+                           int output,
+                           int traceLevel ) noexcept {
    signal( SIGINT, SIG_IGN );  // the parent decides what an interrupt from the terminal means
    dup2( output, STDOUT_FILENO );
    dup2( output, STDERR_FILENO );
    const Worker::Link link( socket );
-   pl_trace_level_set( std::max( traceLevel, kReasonLevel ) );
-   pl_trace_sink_set( traceToParent, const_cast< Worker::Link* >( &link ) );
-   try {
-      body( link );
-   } catch ( const std::exception& error ) {
-      fprintf( stderr, "%s\n", error.what() );
-      _exit( EXIT_FAILURE );
-   } catch ( ... ) {
-      fprintf( stderr, "unknown exception\n" );
-      _exit( EXIT_FAILURE );
-   }
+   pl_trace_level_set( traceLevel );
+   pl_failure_sink_set( sendFailure, const_cast< Worker::Link* >( &link ) );
+   body( link );
    _exit( EXIT_SUCCESS );
 }
 
 }  // namespace
 
+class Worker::Patience {
+ public:
+   explicit Patience( milliseconds limit ) : left_( limit ) {}
+
+   // For poll(); 0 at the end.
+   int nextWait() const {
+      auto wait = std::chrono::ceil< milliseconds >(
+         std::clamp< steady_clock::duration >( left_, {}, kStep ) );
+      return static_cast< int >( wait.count() );
+   }
+
+   // That has passed since the last time.
+   void deductTime() {
+      auto now = steady_clock::now();
+      left_ -= std::min< steady_clock::duration >( now - last_, kStep );
+      last_ = now;
+   }
+
+ private:
+   steady_clock::duration left_;
+   steady_clock::time_point last_ = steady_clock::now();
+};
+
 void Worker::Link::send( const Message& message ) const {
-   Header header{ message.type, message.number, message.status, message.hasValue, message.value };
+   Header header{ message.type, message.number, message.status, message.value.has_value(),
+                  message.value.value_or( 0 ) };
    iovec parts[] = {
       { &header, sizeof header },
       { const_cast< char* >( message.text.data() ), std::min( message.text.size(), kMaxText ) },
@@ -91,15 +125,15 @@ bool Worker::Link::awaitRequest() const {
    }
 }
 
-Worker::Worker( const Body& body, int traceLevel ) : traceLevel_( traceLevel ) {
+Worker::Worker( const Body& body, int traceLevel ) : prints_( traceLevel >= 0 ) {
    int sockets[ 2 ];
    int pipes[ 2 ];
-   check( socketpair( AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets ), "socketpair" );
-   check( pipe2( pipes, O_CLOEXEC ), "pipe" );
+   orThrow( socketpair( AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets ), "socketpair" );
+   orThrow( pipe2( pipes, O_CLOEXEC ), "pipe" );
    fflush( nullptr );
    pid_t parent = getpid();
    process_ = fork();
-   check( process_, "fork" );
+   orThrow( process_, "fork" );
    if ( process_ == 0 ) {
       prctl( PR_SET_PDEATHSIG, SIGKILL );
       if ( getppid() != parent ) {
@@ -127,36 +161,33 @@ void Worker::request() const {
    send( socket_, "r", 1, MSG_NOSIGNAL );
 }
 
-std::optional< Message > Worker::next( std::chrono::milliseconds limit ) {
-   auto deadline = std::chrono::steady_clock::now() + limit;
-   while ( waitReadable( deadline ) ) {
+std::optional< Message > Worker::next( milliseconds limit ) {
+   Patience patience( limit );
+   while ( waitReadable( patience ) ) {
       auto message = receive();
-      if ( !message || message->type != kTrace ) {
+      if ( !message || message->type != kFailure ) {
          return message;
       }
-      keepTrace( *message );
+      failure_ = failureIn( *message );
    }
    exceeded_ = limit;
    return std::nullopt;
 }
 
-// False when the deadline has passed.
-bool Worker::waitReadable( std::chrono::steady_clock::time_point deadline ) {
-   while ( true ) {
-      auto left = std::chrono::ceil< std::chrono::milliseconds >(
-         deadline - std::chrono::steady_clock::now() );
-      if ( left.count() <= 0 ) {
-         return false;
-      }
+// False when the patience has come to its end.
+bool Worker::waitReadable( Patience& patience ) {
+   while ( int wait = patience.nextWait() ) {
       pollfd descriptors[] = { { socket_, POLLIN, 0 }, { output_, POLLIN, 0 } };
-      int ready = poll( descriptors, 2, static_cast< int >( left.count() ) );
-      if ( ready > 0 && descriptors[ 0 ].revents ) {
+      poll( descriptors, 2, wait );
+      patience.deductTime();
+      if ( descriptors[ 1 ].revents ) {
+         passOutput();
+      }
+      if ( descriptors[ 0 ].revents ) {
          return true;
       }
-      if ( ready > 0 ) {
-         drainOutput();
-      }
    }
+   return false;
 }
 
 std::optional< Message > Worker::receive() {
@@ -176,32 +207,21 @@ std::optional< Message > Worker::receive() {
       return std::nullopt;
    }
    text.resize( static_cast< size_t >( length ) - sizeof header );
-   return Message{ header.type,          header.number, header.status,
-                   header.hasValue != 0, header.value,  std::move( text ) };
+   Message message{ header.type, header.number, header.status, {}, std::move( text ) };
+   if ( header.hasValue ) {
+      message.value = header.value;
+   }
+   return message;
 }
 
-void Worker::keepTrace( Message& message ) {
-   if ( message.number <= traceLevel_ ) {
-      fprintf( stderr, "%s\n", message.text.c_str() );
-   }
-   if ( message.number <= kReasonLevel ) {
-      if ( traces_.size() == kMaxTraces ) {
-         traces_.erase( traces_.begin() );
-      }
-      traces_.push_back( { message.number, std::move( message.text ) } );
-   }
-}
-
-void Worker::drainOutput() {
+// False when there is no more of it now.
+bool Worker::passOutput() {
    char buffer[ 4096 ];
-   ssize_t length;
-   while ( ( length = read( output_, buffer, sizeof buffer ) ) > 0 ) {
-      std::string_view part( buffer, static_cast< size_t >( length ) );
-      if ( traceLevel_ >= 0 ) {
-         fwrite( part.data(), 1, part.size(), stderr );
-      }
-      printed_ += part.substr( 0, kMaxPrinted - std::min( kMaxPrinted, printed_.size() ) );
+   ssize_t length = read( output_, buffer, sizeof buffer );
+   if ( length > 0 && prints_ ) {
+      fwrite( buffer, 1, static_cast< size_t >( length ), stderr );
    }
+   return length > 0;
 }
 
 int Worker::reap() {
@@ -217,8 +237,9 @@ int Worker::reap() {
 
 std::string Worker::end() {
    int status = reap();
-   drainOutput();
-   return exceeded_ ? whyHung( *exceeded_, traces_ ) : whyDied( status, printed_, traces_ );
+   while ( passOutput() ) {
+   }
+   return exceeded_ ? whyHung( *exceeded_ ) : whyDied( status );
 }
 
 }  // namespace Host

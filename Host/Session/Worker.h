@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "Host/Session/Reason.h"
+#include "Host/Session/RequestFailure.h"
 
 namespace Host {
 
@@ -17,13 +17,12 @@ struct Message {
    int32_t type = 0;  // not negative
    int32_t number = 0;
    int32_t status = 0;
-   bool hasValue = false;
-   double value = 0;
+   std::optional< double > value = {};
    std::string text = {};
 };
 
 // A forked process for work that may abort, crash, throw or hang: none of it takes this program
-// down. Its traces and whatever it prints come to the parent; it never outlives it.
+// down. It never outlives this program.
 class Worker {
  public:
    // The worker's own end.
@@ -42,8 +41,8 @@ class Worker {
    };
    using Body = std::function< void( const Link& ) >;
 
-   // Traces up to `traceLevel` are printed on stderr as they come; -1 prints none. The process
-   // ends when the body returns.
+   // What the process prints, with the library's traces up to `traceLevel`, goes to stderr; -1
+   // prints nothing. The process ends when the body returns.
    Worker( const Body& body, int traceLevel );
    ~Worker();
    Worker( const Worker& ) = delete;
@@ -52,29 +51,31 @@ class Worker {
    // Wakes the worker from awaitRequest().
    void request() const;
 
-   // The next message; nothing when the process ended, or did not say a word within the limit.
+   // The next message; nothing when the process ended, or did not say a word within the limit. Time
+   // in which this program was stopped, and most likely the worker with it, does not count.
    std::optional< Message > next( std::chrono::milliseconds limit );
 
-   // Traces since the last clearTraces(), the latest few hundred.
-   const Traces& traces() const { return traces_; }
-   void clearTraces() { traces_.clear(); }
+   // The latest failure of the SMBus service since the last forgetFailure(), known as soon as it
+   // happens.
+   const std::optional< RequestFailure >& failure() const { return failure_; }
+   void forgetFailure() { failure_.reset(); }
 
    // After next() returned nothing: ends the process, and says why there is nothing to come.
    std::string end();
 
  private:
-   bool waitReadable( std::chrono::steady_clock::time_point deadline );
+   class Patience;
+
+   bool waitReadable( Patience& patience );
    std::optional< Message > receive();
-   void keepTrace( Message& message );
-   void drainOutput();
+   bool passOutput();
    int reap();
 
    pid_t process_ = -1;
    int socket_ = -1;
    int output_ = -1;  // what the process prints
-   int traceLevel_;
-   Traces traces_;
-   std::string printed_;
+   bool prints_;
+   std::optional< RequestFailure > failure_;
    std::optional< std::chrono::milliseconds > exceeded_;  // the time limit that has passed
 };
 

@@ -1,20 +1,24 @@
-// A driver library without chips. What an object does is the driver name in its device arguments;
-// names that begin with "read-" take effect when the object is read.
+// A driver library without chips. What a temperature sensor does is the driver name in its device
+// arguments; names that begin with "read-" take effect when the object is read.
 
 #include <unistd.h>
 
-#include <cmath>
+#include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <stdexcept>
+#include <cstring>
+#include <map>
 #include <string>
 
+#include "Platform/ServiceFailure.h"
+#include "Utils/NotImplementedException.h"
 #include "pl.h"
+#include "smbus.pb.h"
 
 namespace {
 
 constexpr int kTickMs = 5;
+constexpr int kSlowUs = 100'000;
 
 struct Sensor {
    pl_temp_sensor record;
@@ -25,69 +29,70 @@ struct Sensor {
 
 std::string driverOf( const std::string& arguments ) {
    const std::string key = "\"driver\":\"";
-   size_t begin = arguments.find( key );
-   if ( begin == std::string::npos ) {
-      return "";
-   }
-   begin += key.size();
+   size_t begin = arguments.find( key ) + key.size();
    return arguments.substr( begin, arguments.find( '"', begin ) - begin );
 }
 
-void failingRequest() {
-   pl_trace( 3,
-             "execute: failure in response request 1 of 2: read 2 bytes, device 0x48, bus 1: "
-             "no acknowledge" );
-   pl_trace( 0, "Error: Failed to read temperature for Fake device" );
+void missAcknowledge() {
+   Smbus::TransactionResponse answer;
+   answer.set_failure( ENXIO );
+   answer.mutable_details()->set_reason( "no acknowledge" );
+   answer.mutable_details()->set_request( 0 );
+   answer.mutable_details()->set_device( 0x48 );
+   PlatformLibrary::noteAnswer( answer, 2 );
+}
+
+void missService() {
+   PlatformLibrary::noteNoAnswer( ECONNRESET, "the connection broke" );
+}
+
+[[noreturn]] void hang() {
+   while ( true ) {
+      pl_trace( 0, "still busy" );
+      usleep( 1000 );
+   }
 }
 
 void misbehave( const std::string& how ) {
-   if ( how == "abort" ) {
-      failingRequest();
-      fprintf( stderr, "Drivers/Fake.cpp:7: void Fake::init(): Assertion `chip' failed.\n" );
-      abort();
-   }
-   if ( how == "throw" ) {
-      throw std::invalid_argument( "stof" );
-   }
-   if ( how == "throw-number" ) {
-      throw 7;
-   }
-   if ( how == "hang" ) {
-      while ( true ) {
-         pl_trace( 0, "still busy" );
-         usleep( 1000 );
-      }
-   }
-   if ( how == "kill" ) {
-      raise( SIGKILL );
-   }
-   if ( how == "exit" ) {
-      printf( "nothing to do here\n" );
-      exit( 3 );
+   const std::map< std::string, void ( * )() > deeds = {
+      { "abort", abort },
+      { "nak", [] { missAcknowledge(), abort(); } },
+      { "unserved", [] { missService(), abort(); } },
+      { "throw", [] { throw 7; } },
+      { "other-kind", [] { throw NotImplementedException( "newTempSensor" ); } },
+      { "hang", hang },
+      { "slow", [] { usleep( kSlowUs ); } },
+      { "kill", [] { raise( SIGKILL ); } },
+      { "exit", [] { exit( 3 ); } },
+   };
+   if ( auto deed = deeds.find( how ); deed != deeds.end() ) {
+      deed->second();
    }
 }
 
 pl_status getTemperature( pl_temp_sensor* record, float* celsius ) {
    auto sensor = static_cast< Sensor* >( record->priv );
-   if ( sensor->driver.starts_with( "read-" ) ) {
-      misbehave( sensor->driver.substr( 5 ) );
+   const std::string& driver = sensor->driver;
+   if ( driver.starts_with( "status" ) ) {
+      return std::stoi( driver.substr( strlen( "status" ) ) );
    }
-   if ( sensor->driver == "status4" ) {
-      pl_trace( 3, "execute: error. 104, Connection reset by peer" );
+   if ( driver == "nak-status3" || driver == "nak-status6" ) {
+      missAcknowledge();
+      return driver.back() - '0';
+   }
+   if ( driver == "unserved-status4" ) {
+      missService();
       return PL_STATUS_IO_ERROR;
    }
-   if ( sensor->driver.starts_with( "status" ) ) {
-      failingRequest();
-      return std::stoi( sensor->driver.substr( 6 ) );
+   if ( driver.starts_with( "read-" ) ) {
+      misbehave( driver.substr( strlen( "read-" ) ) );
+   } else {
+      *celsius = driver == "process" ? static_cast< float >( getpid() )
+                 : driver == "ticks" ? static_cast< float >( sensor->ticks )
+                                     : std::stof( driver );
    }
-   *celsius = sensor->driver == "process" ? static_cast< float >( getpid() )
-              : sensor->driver == "ticks" ? static_cast< float >( sensor->ticks )
-                                          : std::stof( sensor->driver );
    return PL_STATUS_OK;
 }
-
-constexpr pl_temp_sensor_ops kTemperatureOps = {
-   .size = sizeof( pl_temp_sensor_ops ), .unused = nullptr, .get_temperature = getTemperature };
 
 void tick( void* user ) {
    auto sensor = static_cast< Sensor* >( user );
@@ -96,49 +101,56 @@ void tick( void* user ) {
 }
 
 pl_status init( const char* topology ) {
-   std::string text( topology );
-   misbehave( text );
-   return text == "refuse" ? PL_STATUS_IO_ERROR : PL_STATUS_OK;
+   misbehave( topology );
+   return strcmp( topology, "refuse" ) == 0 ? PL_STATUS_IO_ERROR : PL_STATUS_OK;
+}
+
+pl_status setLed( pl_led*, pl_led_status status ) {
+   return status == PL_LED_BEACON ? PL_STATUS_OK : PL_STATUS_UNSUPPORTED;
+}
+
+int findNone( pl_xcvr* ) {
+   return 0;
 }
 
 }  // namespace
 
 pl_temp_sensor* pl_temp_sensor_add( const char* arguments, float, float ) {
+   static pl_temp_sensor_ops ops{};
+   ops.get_temperature = getTemperature;
    auto sensor = new Sensor{ {}, driverOf( arguments ) };
-   sensor->record = { nullptr, &kTemperatureOps, sensor };
-   pl_trace( 0, "parsing devArgs = %s", arguments );
-   if ( sensor->driver == "null" ) {
-      pl_trace( 0, "driver null not found" );
-      pl_trace( 0, "factory function returned a null object" );
-      return nullptr;
-   }
+   sensor->record = { nullptr, &ops, sensor };
    misbehave( sensor->driver );
    if ( sensor->driver == "ticks" ) {
       sensor->timer = pl_timer_add( tick, sensor );
       pl_timer_set( sensor->timer, kTickMs );
    }
-   return &sensor->record;
+   return sensor->driver == "null" ? nullptr : &sensor->record;
 }
 
 pl_status pl_temp_sensor_init( const char* topology ) {
    return init( topology );
 }
 
-#define FAKE_KIND( kind )                               \
+// `...` fills `ops`, the table of the kind's one record.
+#define FAKE_KIND( kind, ... )                          \
    pl_status pl_##kind##_init( const char* topology ) { \
       return init( topology );                          \
    }                                                    \
    pl_##kind* pl_##kind##_add( const char* ) {          \
+      static pl_##kind##_ops ops{};                     \
       static pl_##kind record{};                        \
+      __VA_ARGS__;                                      \
+      record.ops = &ops;                                \
       return &record;                                   \
    }
 
 FAKE_KIND( system )
 FAKE_KIND( slot )
-FAKE_KIND( led )
+FAKE_KIND( led, ops.set_light_setting = setLed )
 FAKE_KIND( poe_port )
 FAKE_KIND( fan )
-FAKE_KIND( xcvr )
+FAKE_KIND( xcvr, ops.type = PL_XCVR_QSFP, ops.family.qsfp.get_presence = findNone )
 FAKE_KIND( psu )
 FAKE_KIND( gpio )
 

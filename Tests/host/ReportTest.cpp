@@ -4,6 +4,8 @@
 #include "Utils/Json.h"
 #include "Utils/Text.h"
 
+using testing::HasSubstr;
+
 namespace Host {
 
 using namespace BoardFiles;
@@ -14,47 +16,37 @@ const ObjectSpec kInlet{
 const ObjectSpec kFan{ .kind = Kind::Fan, .name = "fän 1", .device = "" };
 const ObjectSpec kLed{ .kind = Kind::Led, .name = "l\x1b[2J\xff", .device = "" };
 
-const std::vector< Row > kRows = {
-   { &kInlet, -7.25, State::Alert, "" },
-   { &kFan, 12000, State::Ok, "" },
-   { &kLed, {}, State::Failed, "the first line\nand \"the second\"" },
+const std::vector< Observation > kObservations = {
+   { &kInlet, State::Alert, "", -7.3f },
+   { &kFan, State::Ok, "", 12000 },
+   { &kLed, State::Failed, "the first line\nand \"the second\"" },
 };
 
 TEST( TableTest, AlignsColumnsWhateverTheTexts ) {
-   EXPECT_EQ( rowsTable( kRows, {} ),
-              "object  kind          reading  unit     limits  state\n"
-              "l [2J?  led              -                   -  failed: the first line and "
+   EXPECT_EQ( statusTable( kObservations, {} ),
+              "object  kind         reading  unit     limits  state\n"
+              "l [2J?  led              -                  -  failed: the first line and "
               "\"the second\"\n"
-              "inlet   temp_sensor     -7.25  C     75 / 85.5  alert\n"
-              "fän 1   fan          12000     rpm           -  ok\n" );
+              "inlet   temp_sensor     -7.3  C     75 / 85.5  alert\n"
+              "fän 1   fan          12000    rpm           -  ok\n" );
 }
 
-TEST( TableTest, WrapsReasonsWithinTheirColumn ) {
-   std::string table = rowsTable( kRows, { .colours = false, .width = 70 } );
-   EXPECT_THAT( table, testing::HasSubstr( "  failed: the first line\n" + std::string( 48, ' ' ) +
-                                           "and \"the second\"\n" ) );
+TEST( TableTest, WrapsReasonsWithinTheirColumnAndColoursTextsOnly ) {
+   std::string table = statusTable( kObservations, { .colours = true, .width = 70 } );
+   EXPECT_THAT( table,
+                HasSubstr( "-  \x1b[31mfailed: the first line\x1b[0m\n" + std::string( 47, ' ' ) +
+                           "\x1b[31mand \"the second\"\x1b[0m\n" ) );
+   EXPECT_THAT( table, HasSubstr( "75 / 85.5  \x1b[33malert\x1b[0m\n" ) );
 }
 
-TEST( TableTest, ColoursTheTextAndNotThePadding ) {
-   std::string table = rowsTable( kRows, { .colours = true, .width = 0 } );
-   EXPECT_THAT( table, testing::HasSubstr( "-  \x1b[31mfailed: the first line" ) );
-   EXPECT_THAT( table, testing::HasSubstr( "75 / 85.5  \x1b[33malert\x1b[0m\n" ) );
-   EXPECT_THAT( rowsTable( kRows, {} ), testing::Not( testing::HasSubstr( "\x1b" ) ) );
-}
-
-TEST( JsonReportTest, HoldsEveryRow ) {
+TEST( JsonReportTest, TellsLimitsStatesAndReasonsOfAnyText ) {
    Utils::Json::Document json;
-   ASSERT_FALSE( Utils::Json::parse( rowsJson( "Boards/x", kRows ).c_str(), json ) );
-   EXPECT_STREQ( json[ "board" ].GetString(), "Boards/x" );
+   ASSERT_FALSE( Utils::Json::parse( statusJson( "b", kObservations ).c_str(), json ) );
    EXPECT_FALSE( json[ "ok" ].GetBool() );
-   ASSERT_EQ( json[ "objects" ].Size(), 3u );
-
-   const auto& inlet = json[ "objects" ][ 0 ];
-   EXPECT_EQ( Utils::Json::write( inlet ),
-              R"({"name":"inlet","kind":"temp_sensor","reading":-7.25,"unit":"C","alert":75.0,)"
+   EXPECT_EQ( Utils::Json::write( json[ "objects" ][ 0 ] ),
+              R"({"name":"inlet","kind":"temp_sensor","reading":-7.3,"unit":"C","alert":75.0,)"
               R"("critical":85.5,"state":"alert","reason":null})" );
-   const auto& led = json[ "objects" ][ 2 ];
-   EXPECT_EQ( Utils::Json::write( led ),
+   EXPECT_EQ( Utils::Json::write( json[ "objects" ][ 2 ] ),
               R"({"name":"l [2J?","kind":"led","reading":null,"unit":"","alert":null,)"
               R"("critical":null,"state":"failed","reason":"the first line and \"the second\""})" );
 }
@@ -68,11 +60,6 @@ TEST( JsonReportTest, KeepsItsShapeWhateverFailed ) {
       EXPECT_EQ( json[ "objects" ].Size(), 0u );
       EXPECT_FALSE( json[ "ok" ].GetBool() );
    }
-}
-
-TEST( RowTest, ReadsShortDecimalsFromFloats ) {
-   Row row{ &kInlet, 0.1f, State::Ok, "" };
-   EXPECT_THAT( rowsJson( "b", { row } ), testing::HasSubstr( "\"reading\": 0.1," ) );
 }
 
 TEST( TextTest, KeepsOnlyWhatIsValidUtf8 ) {

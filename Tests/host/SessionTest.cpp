@@ -1,12 +1,11 @@
 #include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 
-#include "BoardFiles/Finding.h"
 #include "Host/Session/Session.h"
-
-using testing::HasSubstr;
 
 namespace Host {
 
@@ -14,7 +13,9 @@ using namespace BoardFiles;
 namespace {
 
 constexpr auto kLimit = std::chrono::milliseconds( 300 );
-constexpr const char* kRequest = "request 1 of 2: read 2 bytes, device 0x48, bus 1: no acknowledge";
+const std::string kRequest = "no acknowledge from device 0x48";
+const std::string kGaveUp = "the driver gave up; --trace 0 shows why";
+const std::string kNoService = "SMBus service at /nonexistent: the connection broke";
 
 class SessionTest : public testing::Test {
  protected:
@@ -28,91 +29,79 @@ class SessionTest : public testing::Test {
                                  .critical = 60 } );
    }
 
-   std::vector< Row > read() { return session.read(); }
+   std::vector< Observation > read() { return session.read(); }
 
-   Library library = loadLibrary( LUMEN_FAKE_LIBRARY );
+   DriverLibrary library{ LUMEN_FAKE_LIBRARY };
    Board board{ .directory = "board", .topology = "[]" };
    Session session{ library, board, { .socket = "/nonexistent", .stepLimit = kLimit } };
 };
 
-struct Misbehaviour {
-   const char* driver;
+struct Row {
+   std::string driver;
    State state;
    std::string reason;
 };
 
-class MisbehaviourTest : public SessionTest, public testing::WithParamInterface< Misbehaviour > {};
-
-TEST_P( MisbehaviourTest, FailsOneObjectAndLeavesTheOthers ) {
-   addSensor( "21.5" );
-   addSensor( GetParam().driver );
-   addSensor( "-7.25" );
-
+TEST_F( SessionTest, FailsEachObjectThatMisbehavesAndNoOther ) {
+   const Row rows[] = {
+      { "abort", State::Failed, kGaveUp },
+      { "21.5", State::Ok, "" },
+      { "read-throw", State::Failed, kGaveUp },
+      { "nak", State::Failed, kRequest },
+      { "read-nak", State::Failed, kRequest },
+      { "nak-status3", State::Failed, "not supported: " + kRequest },
+      { "nak-status6", State::Failed, kRequest },
+      { "unserved-status4", State::Failed, kNoService },
+      { "other-kind", State::Failed, "the driver has no temp_sensor" },
+      { "null", State::Failed, "the driver made no object of it; --trace 0 shows why" },
+      { "hang", State::Failed, "no answer within 0.3 s" },
+      { "read-kill", State::Failed, "killed by signal 9 (Killed)" },
+      { "exit", State::Failed, "the driver ended with exit status 3; --trace 0 shows why" },
+      { "nan", State::Fault, "the reading is no number" },
+      { "status1", State::Absent, "" },
+      { "status2", State::Fault, "the device reports an error" },
+      { "status9", State::Failed, "status 9" },
+      { "-7.25", State::Ok, "" },
+   };
+   for ( const Row& row : rows ) {
+      addSensor( row.driver );
+   }
    for ( int round = 0; round < 2; ++round ) {
-      auto rows = read();
-      ASSERT_EQ( rows.size(), 3u );
-      EXPECT_EQ( rows[ 0 ].reading, 21.5 );
-      EXPECT_EQ( rows[ 0 ].state, State::Ok );
-      EXPECT_EQ( rows[ 1 ].reading, std::nullopt );
-      EXPECT_EQ( rows[ 1 ].state, GetParam().state );
-      EXPECT_EQ( rows[ 1 ].reason, GetParam().reason );
-      EXPECT_EQ( rows[ 2 ].reading, -7.25 );
-      EXPECT_EQ( rows[ 2 ].state, State::Ok );
+      auto observations = read();
+      for ( size_t i = 0; i < std::size( rows ); ++i ) {
+         EXPECT_EQ( observations[ i ].state, rows[ i ].state ) << rows[ i ].driver;
+         EXPECT_EQ( observations[ i ].reason, rows[ i ].reason ) << rows[ i ].driver;
+         EXPECT_EQ( observations[ i ].reading.has_value(), rows[ i ].state == State::Ok );
+      }
+      EXPECT_EQ( observations.back().reading, -7.25 );
    }
 }
 
-const std::string kAssertion =
-   std::string( kRequest ) + "; Drivers/Fake.cpp:7: void Fake::init(): Assertion `chip' failed.";
-
-INSTANTIATE_TEST_SUITE_P(
-   All,
-   MisbehaviourTest,
-   testing::Values(
-      Misbehaviour{ "abort", State::Failed, kAssertion },
-      Misbehaviour{ "read-abort", State::Failed, kAssertion },
-      Misbehaviour{ "throw", State::Failed, "exception: stof" },
-      Misbehaviour{ "read-throw", State::Failed, "exception: stof" },
-      Misbehaviour{ "throw-number", State::Failed, "exception of unknown type" },
-      Misbehaviour{ "hang", State::Failed, "no answer within 0.3 s" },
-      Misbehaviour{ "read-hang", State::Failed, "no answer within 0.3 s" },
-      Misbehaviour{ "kill", State::Failed, "killed by signal 9 (Killed)" },
-      Misbehaviour{ "read-exit", State::Failed, "nothing to do here" },
-      Misbehaviour{ "null", State::Failed, "driver null not found" },
-      Misbehaviour{ "nan", State::Fault, "the reading is no number" },
-      Misbehaviour{ "status1", State::Absent, "" },
-      Misbehaviour{ "status2", State::Fault,
-                    std::string( "the device reports an error: " ) + kRequest },
-      Misbehaviour{ "status3", State::Failed, std::string( "not supported: " ) + kRequest },
-      Misbehaviour{ "status4", State::Failed,
-                    "I/O error: SMBus service: 104, Connection reset by peer" },
-      Misbehaviour{ "status6", State::Failed, std::string( "service failure: " ) + kRequest },
-      Misbehaviour{ "status9", State::Failed, std::string( "status 9: " ) + kRequest } ),
-   []( const auto& row ) {
-      std::string name = row.param.driver;
-      std::erase( name, '-' );
-      return name;
-   } );
-
-TEST_F( SessionTest, SurvivesABoardOfNothingButFailures ) {
-   for ( const char* driver : { "abort", "kill", "read-abort", "null", "throw", "read-exit" } ) {
-      addSensor( driver );
-   }
-   for ( const Row& row : read() ) {
-      EXPECT_EQ( row.state, State::Failed ) << row.object->name;
-      EXPECT_NE( row.reason, "" ) << row.object->name;
-   }
-}
-
-TEST_F( SessionTest, ComparesReadingsWithTheLimits ) {
-   for ( const char* driver : { "49.875", "50", "59.875", "60", "1000" } ) {
-      addSensor( driver );
-   }
+TEST_F( SessionTest, AddsSetsAndReadsOtherKinds ) {
+   board.objects = { { Kind::System, "", "{}" },
+                     { Kind::Led, "", "{}" },
+                     { Kind::Led, "", "{}" },
+                     { Kind::Xcvr, "", "{}" },
+                     { Kind::Smbus, "", "scd0", 0x48 } };
+   session.settingIs( 1, parseSetting( board.objects[ 1 ], "beacon" ) );
+   session.settingIs( 2, parseSetting( board.objects[ 2 ], "Off" ) );
    std::vector< State > states;
-   for ( const Row& row : read() ) {
-      states.push_back( row.state );
+   for ( const Observation& observation : read() ) {
+      states.push_back( observation.state );
    }
-   EXPECT_THAT( states, testing::ElementsAre( State::Ok, State::Alert, State::Alert,
-                                              State::Critical, State::Critical ) );
+   EXPECT_THAT( states, testing::ElementsAre( State::Ok, State::Ok, State::Failed, State::Absent,
+                                              State::Ok ) );
+}
+
+TEST( ObservationTest, ComparesReadingsWithTheLimits ) {
+   const ObjectSpec sensor{
+      .kind = Kind::TempSensor, .name = "", .device = "", .alert = 50, .critical = 60 };
+   for ( auto [ reading, state ] : { std::pair( 49.875, State::Ok ),
+                                     { 50., State::Alert },
+                                     { 59.875, State::Alert },
+                                     { 60., State::Critical } } ) {
+      EXPECT_EQ( observed( sensor, { .value = reading }, "" ).state, state ) << reading;
+   }
 }
 
 TEST_F( SessionTest, KeepsOneWorkerAndRunsItsTimersBetweenReads ) {
@@ -137,62 +126,52 @@ TEST_F( SessionTest, DoesNotInitialiseAgainWhatWasRead ) {
    EXPECT_EQ( second[ 0 ].reading, read()[ 0 ].reading );
 }
 
-TEST_F( SessionTest, AddsEveryKind ) {
-   board.objects.push_back( { Kind::System, "chassis", "{}" } );
-   board.objects.push_back( { Kind::Led, "status", "{\"driver\":\"\"}" } );
-   board.objects.push_back( { Kind::Xcvr, "port", "{\"driver\":\"\"}" } );
-   board.objects.push_back( { Kind::Smbus, "raw", "scd0", 0x48 } );
-   for ( const Row& row : read() ) {
-      EXPECT_EQ( row.state, State::Ok ) << row.object->name << ": " << row.reason;
-      EXPECT_EQ( row.reading, std::nullopt ) << row.object->name;
-   }
+// A new worker shows that the object is tried again.
+TEST_F( SessionTest, BlamesNoObjectForTheService ) {
+   addSensor( "process" );
+   addSensor( "unserved" );
+   read();
+   auto second = read();
+   auto third = read();
+   EXPECT_NE( second[ 0 ].reading, third[ 0 ].reading );
+   EXPECT_EQ( third[ 1 ].reason, kNoService );
 }
 
-struct BadStart {
-   const char* topology;
-   std::string reason;
-};
+TEST_F( SessionTest, DoesNotCountTheTimeInWhichItIsStopped ) {
+   addSensor( "read-slow" );
+   setpgid( 0, 0 );
+   pid_t group = getpid();
+   pid_t stopper = fork();
+   if ( stopper == 0 ) {
+      setpgid( 0, 0 );
+      usleep( 50'000 );
+      kill( -group, SIGSTOP );
+      usleep( 2 * 1000 * kLimit.count() );
+      kill( -group, SIGCONT );
+      _exit( 0 );
+   }
+   EXPECT_EQ( read()[ 0 ].reason, "" );
+   waitpid( stopper, nullptr, 0 );
+}
 
-class BadStartTest : public SessionTest, public testing::WithParamInterface< BadStart > {};
-
-TEST_P( BadStartTest, FailsEveryObjectWithTheReason ) {
-   board.topology = GetParam().topology;
+TEST_F( SessionTest, TellsWhyTheLibraryDoesNotStart ) {
    addSensor( "20" );
-   addSensor( "30" );
-   for ( const Row& row : read() ) {
-      EXPECT_EQ( row.state, State::Failed );
-      EXPECT_THAT( row.reason, HasSubstr( GetParam().reason ) );
+   for ( auto [ topology, why ] : { std::pair( "refuse", "pl_temp_sensor_init: I/O error" ),
+                                    { "abort", kGaveUp.c_str() } } ) {
+      board.topology = topology;
+      EXPECT_EQ( read()[ 0 ].reason, "the driver library does not start: " + std::string( why ) );
    }
 }
-
-INSTANTIATE_TEST_SUITE_P( All,
-                          BadStartTest,
-                          testing::Values( BadStart{ "refuse", "pl_temp_sensor_init: I/O error" },
-                                           BadStart{ "abort", "Assertion `chip' failed." },
-                                           BadStart{ "hang", "no answer within 0.3 s" } ) );
 
 TEST_F( SessionTest, StopsWhenTheServiceIsGone ) {
    unsetenv( "SIMULATION_VMID" );
-   addSensor( "20" );
-   addSensor( "abort" );
-   addSensor( "hang" );
-   auto rows = read();
-   EXPECT_EQ( rows[ 1 ].reason, kAssertion );
-   EXPECT_EQ( rows[ 2 ].state, State::Failed );
-   EXPECT_EQ( rows[ 2 ].reason, "no SMBus service answers any more at /nonexistent" );
-}
-
-TEST( LibraryTest, SaysWhatIsWrongWithTheFile ) {
-   auto problem = []( const char* path ) -> std::string {
-      try {
-         loadLibrary( path );
-      } catch ( const StartError& error ) {
-         return error.what();
-      }
-      return "";
-   };
-   EXPECT_THAT( problem( "/nonexistent/libNone.so" ), HasSubstr( "/nonexistent/libNone.so" ) );
-   EXPECT_EQ( problem( "libm.so.6" ), "libm.so.6 is no driver library: it has no pl_system_init" );
+   for ( const char* driver : { "20", "unserved-status4", "hang" } ) {
+      addSensor( driver );
+   }
+   auto observations = read();
+   EXPECT_EQ( observations[ 0 ].state, State::Ok );
+   EXPECT_EQ( observations[ 1 ].reason, kNoService );
+   EXPECT_EQ( observations[ 2 ].reason, "no SMBus service answers any more at /nonexistent" );
 }
 
 }  // namespace

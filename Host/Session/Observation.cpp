@@ -1,0 +1,70 @@
+#include "Host/Session/Observation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace Host {
+
+namespace {
+
+State stateOf( const ObjectSpec& object, double value ) {
+   if ( object.critical && value >= *object.critical ) {
+      return State::Critical;
+   }
+   return object.alert && value >= *object.alert ? State::Alert : State::Ok;
+}
+
+}  // namespace
+
+const char* stateName( State state ) {
+   switch ( state ) {
+      case State::Ok:
+         return "ok";
+      case State::Alert:
+         return "alert";
+      case State::Critical:
+         return "critical";
+      case State::Absent:
+         return "absent";
+      case State::Fault:
+         return "fault";
+      case State::Failed:
+         break;
+   }
+   return "failed";
+}
+
+Observation observed( const ObjectSpec& object, const Reading& reading, std::string reason ) {
+   if ( reading.status == PL_STATUS_ABSENT ) {
+      return { &object, State::Absent };
+   }
+   if ( reading.status == PL_STATUS_DEVICE_ERROR ) {
+      return { &object, State::Fault, std::move( reason ) };
+   }
+   if ( reading.status != PL_STATUS_OK ) {
+      return failed( object, std::move( reason ) );
+   }
+   if ( !reading.value ) {
+      return { .object = &object, .state = State::Ok, .text = reading.text };
+   }
+   double value = *reading.value;
+   if ( !std::isfinite( value ) ) {
+      return { &object, State::Fault, "the reading is no number" };
+   }
+   if ( object.kind == Kind::Psu && value == 0 ) {
+      return { &object, State::Fault, "the power is not ok", value };
+   }
+   return { &object, stateOf( object, value ), "", value };
+}
+
+Observation failed( const ObjectSpec& object, std::string reason ) {
+   return { &object, State::Failed, std::move( reason ) };
+}
+
+bool allOk( const std::vector< Observation >& observations ) {
+   return std::ranges::all_of(
+      observations, []( State state ) { return state == State::Ok; }, &Observation::state );
+}
+
+}  // namespace Host

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Host/Session/KindOperations.h"
+
+namespace Host {
+
+enum class State { Ok, Alert, Critical, Absent, Fault, Failed };
+
+const char* stateName( State state );
+
+// What is known of one object.
+struct Observation {
+   const ObjectSpec* object;
+   State state;
+   std::string reason = {};  // of a fault or failure
+   std::optional< double > reading = {};
+   std::string text = {};  // that the object told
+};
+
+// `reason` tells why the status is not PL_STATUS_OK.
+Observation observed( const ObjectSpec& object, const Reading& reading, std::string reason );
+Observation failed( const ObjectSpec& object, std::string reason );
+
+bool allOk( const std::vector< Observation >& observations );
+
+}  // namespace Host

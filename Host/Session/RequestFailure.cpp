@@ -1,0 +1,31 @@
+#include "Host/Session/RequestFailure.h"
+
+#include <fmt/format.h>
+
+#include "Host/Session/ChipName.h"
+
+namespace Host {
+
+namespace {
+
+constexpr std::string_view kNoAcknowledge = "no acknowledge";
+
+}  // namespace
+
+RequestFailure RequestFailure::of( const pl_service_failure& failure ) {
+   bool isOneRequest = failure.answered && failure.request >= 0;
+   RequestFailure result{ failure, isOneRequest ? failure.reason : failure.text };
+   result.details.reason = result.details.text = nullptr;
+   return result;
+}
+
+std::string RequestFailure::explain( const Board& board, const ObjectSpec& object ) const {
+   if ( !details.answered || details.request < 0 ) {
+      return words;
+   }
+   std::string chip = chipName( board, object, details.device );
+   return words == kNoAcknowledge ? fmt::format( "{} from {}", words, chip )
+                                  : fmt::format( "{}: {}", chip, words );
+}
+
+}  // namespace Host

@@ -1,0 +1,131 @@
+#include "Host/Session/SessionWorker.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <set>
+#include <utility>
+
+#include "Host/Session/Reason.h"
+#include "Platform/ServicePath.h"
+#include "Utils/NotImplementedException.h"
+
+namespace Host {
+
+namespace {
+
+// What the step threw, in words; empty when it threw nothing. The details are printed.
+template < typename Step >
+std::string exceptionOf( Kind kind, Step step ) {
+   try {
+      step();
+      return {};
+   } catch ( const NotImplementedException& error ) {
+      fprintf( stderr, "exception: %s\n", error.what() );
+      return fmt::format( "the driver has no {}", info( kind ).name );
+   } catch ( const std::exception& error ) {
+      fprintf( stderr, "exception: %s\n", error.what() );
+   } catch ( ... ) {
+      fprintf( stderr, "exception of unknown type\n" );
+   }
+   return kGaveUp;
+}
+
+}  // namespace
+
+void SessionWorker::run( const std::vector< size_t >& objects ) const {
+   setenv( PlatformLibrary::kServicePathVariable, task_.socket.c_str(), 1 );
+   if ( !initialise() ) {
+      return;
+   }
+   std::map< size_t, void* > records;
+   for ( size_t object : objects ) {
+      if ( void* record = add( object ) ) {
+         records[ object ] = record;
+         read( object, record );
+      }
+   }
+   send( kAllRead );
+   while ( link_.awaitRequest() ) {
+      for ( auto [ object, record ] : records ) {
+         read( object, record );
+      }
+      send( kAllRead );
+   }
+}
+
+bool SessionWorker::initialise() const {
+   std::set< Kind > kinds;
+   for ( const ObjectSpec& object : task_.board.objects ) {
+      kinds.insert( object.kind );
+   }
+   for ( Kind kind : kinds ) {
+      send( kInitialising );
+      pl_status status = PL_STATUS_OK;
+      std::string reason =
+         exceptionOf( kind, [ & ] { status = task_.library.init( kind, task_.board.topology ); } );
+      if ( reason.empty() && status != PL_STATUS_OK ) {
+         reason = fmt::format( "pl_{}_init: {}", info( kind ).name, whyNotOk( status, "" ) );
+      }
+      if ( !reason.empty() ) {
+         send( kNotInitialised, 0, reason );
+         return false;
+      }
+   }
+   return true;
+}
+
+void* SessionWorker::add( size_t object ) const {
+   send( kAdding, object );
+   const ObjectSpec& spec = task_.board.objects[ object ];
+   void* record = nullptr;
+   std::string reason = exceptionOf( spec.kind, [ & ] { record = task_.library.add( spec ); } );
+   if ( !record ) {
+      send( kNotAdded, object, reason.empty() ? kMadeNoObject : reason );
+      return nullptr;
+   }
+   return applySetting( object, record ) ? record : nullptr;
+}
+
+bool SessionWorker::applySetting( size_t object, void* record ) const {
+   auto setting = task_.settings.find( object );
+   if ( setting == task_.settings.end() ) {
+      return true;
+   }
+   Kind kind = task_.board.objects[ object ].kind;
+   pl_status status = PL_STATUS_OK;
+   std::string reason = exceptionOf(
+      kind, [ & ] { status = operations( kind ).setting->apply( record, setting->second ); } );
+   if ( reason.empty() && status != PL_STATUS_OK ) {
+      reason = whyNotOk( status, "" );
+   }
+   if ( !reason.empty() ) {
+      send( kNotAdded, object, reason );
+   }
+   return reason.empty();
+}
+
+void SessionWorker::read( size_t object, void* record ) const {
+   send( kReading, object );
+   Kind kind = task_.board.objects[ object ].kind;
+   Reading reading;
+   std::string reason = exceptionOf( kind, [ & ] { reading = task_.read( kind, record ); } );
+   if ( !reason.empty() ) {
+      send( kNotRead, object, reason );
+      return;
+   }
+   link_.send( { .type = kRead,
+                 .number = static_cast< int32_t >( object ),
+                 .status = reading.status,
+                 .value = reading.value,
+                 .text = std::move( reading.text ) } );
+}
+
+void SessionWorker::send( SessionMessage type, size_t object, std::string text ) const {
+   link_.send(
+      { .type = type, .number = static_cast< int32_t >( object ), .text = std::move( text ) } );
+}
+
+}  // namespace Host

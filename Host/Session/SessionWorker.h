@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "BoardFiles/Board.h"
+#include "Host/Session/DriverLibrary.h"
+#include "Host/Session/Worker.h"
+
+namespace Host {
+
+using namespace BoardFiles;
+
+using Settings = std::map< size_t, int >;  // by the object's position on the board
+
+using ReadObject = std::function< Reading( Kind kind, void* object ) >;
+
+inline Reading readAsKind( Kind kind, void* object ) {
+   return operations( kind ).read( object );
+}
+
+// What the worker of a session tells. The number is the object's position on the board; the text of
+// a failure is for the user.
+enum SessionMessage : int32_t {
+   kInitialising,    // no number
+   kNotInitialised,  // with text; the worker ends
+   kAdding,
+   kNotAdded,  // with text
+   kReading,
+   kRead,     // with status, value and text
+   kNotRead,  // with text
+   kAllRead,  // no number
+};
+
+// The worker's side of a session.
+class SessionWorker {
+ public:
+   struct Task {
+      const DriverLibrary& library;
+      const Board& board;
+      std::string socket;  // of the SMBus service
+      Settings settings;
+      ReadObject read;
+   };
+
+   SessionWorker( const Worker::Link& link, const Task& task ) : link_( link ), task_( task ) {}
+
+   // Adds and reads these objects, and reads them again whenever it is asked to.
+   void run( const std::vector< size_t >& objects ) const;
+
+ private:
+   bool initialise() const;
+   void* add( size_t object ) const;
+   bool applySetting( size_t object, void* record ) const;
+   void read( size_t object, void* record ) const;
+   void send( SessionMessage type, size_t object = 0, std::string text = {} ) const;
+
+   const Worker::Link& link_;
+   const Task& task_;
+};
+
+}  // namespace Host
