@@ -1,7 +1,5 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
-
 #include "Host/Commands/Commands.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
@@ -29,11 +27,8 @@ int check( const Program& program ) {
 }  // namespace
 
 void addCheckCommand( CLI::App& app, Program& program ) {
-   auto command =
-      app.add_subcommand( "check", "the board's documents, before any chip is touched" );
-   command->fallthrough();
-   command->callback(
-      [ &program ] { program.command = [ &program ] { return check( program ); }; } );
+   addCommand( app, program, { "check", "the board's documents, before any chip is touched" },
+               [ &program ] { return check( program ); } );
 }
 
 }  // namespace Host

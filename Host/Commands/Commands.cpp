@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <ranges>
 
@@ -74,6 +75,16 @@ OpenBoard::OpenBoard( const Program& program, Board onBoard, ReadObject read )
                { .socket = findService( program ),
                  .traceLevel = program.trace,
                  .readObject = std::move( read ) } ) {}
+
+CLI::App* addCommand( CLI::App& app,
+                      Program& program,
+                      const Synopsis& synopsis,
+                      std::function< int() > run ) {
+   auto command = app.add_subcommand( synopsis.name, synopsis.help );
+   command->fallthrough();
+   command->callback( [ &program, run ] { program.command = run; } );
+   return command;
+}
 
 int Program::run() const {
    try {

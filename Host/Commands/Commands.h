@@ -43,6 +43,11 @@ struct Program {
    int run() const;
 };
 
+struct Synopsis {
+   const char* name;
+   const char* help;
+};
+
 // The exit status at the program's end, which is not well when output was lost.
 int finish( int status );
 
@@ -69,6 +74,12 @@ struct OpenBoard {
 // named.
 Board loadBoard( const Program& program );
 Board loadOneObject( const Program& program, const std::string& name );
+
+// Adds a command that may be followed by the program's own options.
+CLI::App* addCommand( CLI::App& app,
+                      Program& program,
+                      const Synopsis& synopsis,
+                      std::function< int() > run );
 
 // Each adds a command with its own options, in a file of its own.
 void addStatusCommand( CLI::App& app, Program& program );

@@ -35,27 +35,21 @@ int set( const Program& program, const std::string& name, const std::string& val
    return show( program, open.session.read()[ 0 ] );
 }
 
-CLI::App* addCommand( CLI::App& app, const char* name, const char* help, std::string& object ) {
-   auto command = app.add_subcommand( name, help );
-   command->fallthrough();
-   command->add_option( "NAME", object, "the object's name" )->required();
-   return command;
-}
-
 }  // namespace
 
 void addGetAndSetCommands( CLI::App& app, Program& program ) {
    auto name = std::make_shared< std::string >();
    auto value = std::make_shared< std::string >();
-   addCommand( app, "get", "one object's reading", *name )->callback( [ &program, name ] {
-      program.command = [ &program, name ] { return get( program, *name ); };
-   } );
-   auto setCommand = addCommand( app, "set", "drive one object: an led, a fan or a gpio", *name );
+   auto getCommand = addCommand( app, program, { "get", "one object's reading" },
+                                 [ &program, name ] { return get( program, *name ); } );
+   auto setCommand =
+      addCommand( app, program, { "set", "drive one object: an led, a fan or a gpio" },
+                  [ &program, name, value ] { return set( program, *name, *value ); } );
+   for ( CLI::App* command : { getCommand, setCommand } ) {
+      command->add_option( "NAME", *name, "the object's name" )->required();
+   }
    setCommand->add_option( "VALUE", *value, "an LED's status, a fan's rpm, a GPIO's bit" )
       ->required();
-   setCommand->callback( [ &program, name, value ] {
-      program.command = [ &program, name, value ] { return set( program, *name, *value ); };
-   } );
 }
 
 }  // namespace Host

@@ -48,9 +48,10 @@ int smbus( const Program& program, const Arguments& arguments ) {
 }  // namespace
 
 void addSmbusCommand( CLI::App& app, Program& program ) {
-   auto command = app.add_subcommand( "smbus", "one transaction through a raw SMBus endpoint" );
-   command->fallthrough();
    auto arguments = std::make_shared< Arguments >();
+   auto command =
+      addCommand( app, program, { "smbus", "one transaction through a raw SMBus endpoint" },
+                  [ &program, arguments ] { return smbus( program, *arguments ); } );
    command->add_option( "NAME", arguments->name, "an object of kind smbus" )->required();
    command->add_option( "OPERATION", arguments->operation.name, "see below" )->required();
    command->add_option( "NUMBERS", arguments->operation.arguments,
@@ -60,9 +61,6 @@ void addSmbusCommand( CLI::App& app, Program& program ) {
                     "bytes of the register number" )
       ->check( CLI::IsMember( { 1, 2, 4 } ) );
    command->footer( "Operations:\n" + smbusOperationsHelp() );
-   command->callback( [ &program, arguments ] {
-      program.command = [ &program, arguments ] { return smbus( program, *arguments ); };
-   } );
 }
 
 }  // namespace Host

@@ -1,5 +1,3 @@
-#include <CLI/CLI.hpp>
-
 #include "Host/Commands/Commands.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
@@ -19,10 +17,8 @@ int status( const Program& program ) {
 }  // namespace
 
 void addStatusCommand( CLI::App& app, Program& program ) {
-   auto command = app.add_subcommand( "status", "every object: reading, limits and state" );
-   command->fallthrough();
-   command->callback(
-      [ &program ] { program.command = [ &program ] { return status( program ); }; } );
+   addCommand( app, program, { "status", "every object: reading, limits and state" },
+               [ &program ] { return status( program ); } );
 }
 
 }  // namespace Host

@@ -117,9 +117,9 @@ int watch( const Program& program, const Arguments& arguments ) {
 }  // namespace
 
 void addWatchCommand( CLI::App& app, Program& program ) {
-   auto command = app.add_subcommand( "watch", "the status, refreshed until Ctrl-C" );
-   command->fallthrough();
    auto arguments = std::make_shared< Arguments >();
+   auto command = addCommand( app, program, { "watch", "the status, refreshed until Ctrl-C" },
+                              [ &program, arguments ] { return watch( program, *arguments ); } );
    command->add_option( "--interval", arguments->interval, "seconds between two readings" )
       ->check( CLI::Validator( checkInterval, "FLOAT in [0.05 - 3600]" ) )
       ->capture_default_str();
@@ -128,9 +128,6 @@ void addWatchCommand( CLI::App& app, Program& program ) {
       ->add_option( "--set", arguments->settings,
                     "drive an object first: an LED to a status, a fan to an rpm, a GPIO to a bit" )
       ->type_name( "NAME=VALUE" );
-   command->callback( [ &program, arguments ] {
-      program.command = [ &program, arguments ] { return watch( program, *arguments ); };
-   } );
 }
 
 }  // namespace Host

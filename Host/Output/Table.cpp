@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 
 #include "Utils/Text.h"
@@ -15,27 +16,13 @@ namespace {
 constexpr size_t kGap = 2;
 constexpr size_t kLeastWrapWidth = 20;  // below it, long lines read better than a narrow column
 
-const char* escape( Colour colour ) {
-   switch ( colour ) {
-      case Colour::Green:
-         return "\x1b[32m";
-      case Colour::Yellow:
-         return "\x1b[33m";
-      case Colour::Red:
-         return "\x1b[31m";
-      case Colour::Dim:
-         return "\x1b[2m";
-      case Colour::None:
-         break;
-   }
-   return "";
-}
+constexpr std::array kEscapes = { "", "\x1b[32m", "\x1b[33m", "\x1b[31m", "\x1b[2m" };  // by Colour
 
 std::string coloured( const std::string& text, Colour colour, bool colours ) {
    if ( !colours || colour == Colour::None ) {
       return text;
    }
-   return escape( colour ) + text + "\x1b[0m";
+   return kEscapes[ static_cast< size_t >( colour ) ] + text + "\x1b[0m";
 }
 
 // Breaks at blanks; a word longer than the width has a line of its own.

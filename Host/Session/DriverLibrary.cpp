@@ -20,37 +20,26 @@ std::string defaultPath() {
    return std::filesystem::exists( installed, error ) ? installed.string() : kFileName;
 }
 
-class Binder {
- public:
-   explicit Binder( const std::string& path )
-       : path_( path ), handle_( dlopen( path.c_str(), RTLD_NOW | RTLD_LOCAL ) ) {
-      if ( !handle_ ) {
-         throw UseError( std::string( "cannot load the driver library: " ) + dlerror() );
-      }
-   }
-
-   template < typename Function >
-   void bind( Function*& function, const std::string& name ) const {
-      void* symbol = dlsym( handle_, name.c_str() );
-      if ( !symbol ) {
-         throw UseError( path_ + " is no driver library: it has no " + name );
-      }
-      function = reinterpret_cast< Function* >( symbol );
-   }
-
- private:
-   std::string path_;
-   void* handle_;
-};
-
 }  // namespace
 
-DriverLibrary::DriverLibrary( const std::string& path ) {
-   Binder binder( path.empty() ? defaultPath() : path );
+DriverLibrary::DriverLibrary( const std::string& given ) {
+   std::string path = given.empty() ? defaultPath() : given;
+   void* handle = dlopen( path.c_str(), RTLD_NOW | RTLD_LOCAL );
+   if ( !handle ) {
+      throw UseError( std::string( "cannot load the driver library: " ) + dlerror() );
+   }
+   auto find = [ & ]( const std::string& name ) {
+      void* symbol = dlsym( handle, name.c_str() );
+      if ( !symbol ) {
+         throw UseError( path + " is no driver library: it has no " + name );
+      }
+      return symbol;
+   };
    for ( size_t kind = 0; kind < kKinds.size(); ++kind ) {
       std::string prefix = "pl_" + std::string( kKinds[ kind ].name );
-      binder.bind( entryPoints_[ kind ].init, prefix + "_init" );
-      binder.bind( entryPoints_[ kind ].add, prefix + "_add" );
+      EntryPoints& entryPoints = entryPoints_[ kind ];
+      entryPoints.init = reinterpret_cast< Init* >( find( prefix + "_init" ) );
+      entryPoints.add = reinterpret_cast< EntryPoint >( find( prefix + "_add" ) );
    }
 }
 

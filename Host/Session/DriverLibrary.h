@@ -21,8 +21,9 @@ class DriverLibrary {
    void* add( const ObjectSpec& spec ) const;
 
  private:
+   using Init = pl_status( const char* topology );
    struct EntryPoints {
-      pl_status ( *init )( const char* );
+      Init* init;
       EntryPoint add;
    };
    std::array< EntryPoints, kKinds.size() > entryPoints_;  // by Kind

@@ -1,12 +1,15 @@
 #include "Host/Session/Observation.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
 namespace Host {
 
 namespace {
+
+constexpr std::array kStateNames = { "ok", "alert", "critical", "absent", "fault", "failed" };
 
 State stateOf( const ObjectSpec& object, double value ) {
    if ( object.critical && value >= *object.critical ) {
@@ -18,21 +21,7 @@ State stateOf( const ObjectSpec& object, double value ) {
 }  // namespace
 
 const char* stateName( State state ) {
-   switch ( state ) {
-      case State::Ok:
-         return "ok";
-      case State::Alert:
-         return "alert";
-      case State::Critical:
-         return "critical";
-      case State::Absent:
-         return "absent";
-      case State::Fault:
-         return "fault";
-      case State::Failed:
-         break;
-   }
-   return "failed";
+   return kStateNames[ static_cast< size_t >( state ) ];
 }
 
 Observation observed( const ObjectSpec& object, const Reading& reading, std::string reason ) {

@@ -45,8 +45,8 @@ std::vector< Observation > Session::read() {
 std::optional< Session::Death > Session::sweep( Found& found ) {
    if ( worker_ ) {
       worker_->request();
-   } else {
-      startWorker( found );
+   } else if ( !startWorker( found ) ) {
+      return std::nullopt;
    }
    std::optional< size_t > busyWith;
    while ( auto said = worker_->next( options_.stepLimit ) ) {
@@ -67,12 +67,16 @@ std::optional< Session::Death > Session::sweep( Found& found ) {
    return Death{ busyWith, idle_, worker_->end() };
 }
 
-void Session::startWorker( const Found& found ) {
+// False when there is nothing left to do for it.
+bool Session::startWorker( const Found& found ) {
    std::vector< size_t > objects;
    for ( size_t i = 0; i < found.size(); ++i ) {
       if ( !found[ i ] && !failed_.contains( i ) ) {
          objects.push_back( i );
       }
+   }
+   if ( objects.empty() ) {
+      return false;
    }
    auto body = [ this, objects ]( const Worker::Link& link ) {
       SessionWorker::Task task{ .library = library_,
@@ -84,6 +88,7 @@ void Session::startWorker( const Found& found ) {
    };
    worker_ = std::make_unique< Worker >( body, options_.traceLevel );
    idle_ = false;
+   return true;
 }
 
 void Session::take( const Message& said, Found& found ) {

@@ -50,7 +50,7 @@ class Session {
    using Found = std::vector< std::optional< Observation > >;
 
    std::optional< Death > sweep( Found& found );
-   void startWorker( const Found& found );
+   bool startWorker( const Found& found );
    void take( const Message& said, Found& found );
    std::string reasonFor( size_t object, const std::string& otherwise ) const;
    void fail( size_t object, const std::string& why, Found& found );

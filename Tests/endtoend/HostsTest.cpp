@@ -14,9 +14,7 @@ class Service {
  public:
    Service( const std::string& program, const std::string& board )
        : process_( program, { "--emulate", board, "--socket", path() } ) {
-      while ( process_.text( "out" ).empty() ) {
-         usleep( 10'000 );
-      }
+      process_.awaitOutput();
    }
 
    std::string path() const { return directory_.path() / "smbus.sock"; }
@@ -45,9 +43,8 @@ TEST( HostOfThisWidth, ReadsThroughAServiceOfTheOther ) {
    }
    Service service( std::string( otherBinaries ) + "/lumen-smbusd",
                     LUMEN_SOURCE_DIR "/Boards/demo" );
-   Outcome outcome = Process( "lumen", { "--board", LUMEN_SOURCE_DIR "/Boards/demo", "--socket",
-                                         service.path(), "status" } )
-                        .wait();
+   Outcome outcome =
+      lumen( { "--board", LUMEN_SOURCE_DIR "/Boards/demo", "--socket", service.path(), "status" } );
    EXPECT_EQ( outcome.status, 0 ) << outcome.output << outcome.errors;
 }
 

@@ -14,6 +14,11 @@
 
 namespace Tests {
 
+inline std::string textOf( const std::filesystem::path& path ) {
+   std::ifstream file( path, std::ios::binary );
+   return { std::istreambuf_iterator< char >( file ), {} };
+}
+
 struct Outcome {
    int status = -1;  // exit status; -1 when a signal ended the process
    std::string output = {};
@@ -50,22 +55,24 @@ class Process {
 
    void signal( int number ) const { kill( process_, number ); }
 
-   void end( int number ) {
+   Outcome end( int number ) {
       signal( number );
-      wait();
+      return wait();
    }
 
    Outcome wait() {
       int status = 0;
       waitpid( process_, &status, 0 );
       process_ = -1;
-      return { WIFEXITED( status ) ? WEXITSTATUS( status ) : -1, text( "out" ), text( "err" ) };
+      return { WIFEXITED( status ) ? WEXITSTATUS( status ) : -1, textOf( files_.path() / "out" ),
+               textOf( files_.path() / "err" ) };
    }
 
-   // What the process has printed so far.
-   std::string text( const char* stream ) const {
-      std::ifstream file( files_.path() / stream, std::ios::binary );
-      return { std::istreambuf_iterator< char >( file ), {} };
+   // Until something is printed.
+   void awaitOutput() const {
+      while ( textOf( files_.path() / "out" ).empty() ) {
+         usleep( 10'000 );
+      }
    }
 
  private:
@@ -77,5 +84,9 @@ class Process {
    TemporaryDirectory files_;
    pid_t process_ = -1;
 };
+
+inline Outcome lumen( const std::vector< std::string >& arguments ) {
+   return Process( "lumen", arguments ).wait();
+}
 
 }  // namespace Tests
