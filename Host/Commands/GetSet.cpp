@@ -12,16 +12,17 @@ namespace Host {
 namespace {
 
 int show( const Program& program, const Observation& observation ) {
+   int status = observation.state == State::Ok ? kAllWell : kNotWell;
    if ( program.json ) {
       print( statusJson( program.board, { observation } ) );
-   } else {
-      print( ( observation.reading ? readingText( observation ) : stateName( observation.state ) ) +
-             "\n" );
+      return status;
    }
-   if ( !program.json && !observation.reason.empty() ) {
+   print( ( observation.reading ? readingText( observation ) : stateName( observation.state ) ) +
+          "\n" );
+   if ( !observation.reason.empty() ) {
       complain( fmt::format( "lumen: {}: {}", observation.object->name, observation.reason ) );
    }
-   return observation.state == State::Ok ? kAllWell : kNotWell;
+   return status;
 }
 
 int get( const Program& program, const std::string& name ) {

@@ -26,9 +26,9 @@ struct SessionOptions {
    ReadObject readObject = readAsKind;
 };
 
-// A board's objects in the driver library, held by a worker. An object that kills the worker, or
-// keeps it busy for too long, is failed from then on, unless the SMBus service is to blame; a fresh
-// worker goes on without it.
+// The parent's side: a board's objects in the driver library, held by a worker. An object that
+// kills the worker, or keeps it busy for too long, is failed from then on, unless the SMBus service
+// is to blame; a fresh worker goes on without it.
 class Session {
  public:
    // Library and board must outlive the session.

@@ -73,16 +73,14 @@ void misbehave( const std::string& how ) {
 pl_status getTemperature( pl_temp_sensor* record, float* celsius ) {
    auto sensor = static_cast< Sensor* >( record->priv );
    const std::string& driver = sensor->driver;
-   if ( driver.starts_with( "status" ) ) {
-      return std::stoi( driver.substr( strlen( "status" ) ) );
-   }
-   if ( driver == "nak-status3" || driver == "nak-status6" ) {
+   if ( driver.starts_with( "nak-" ) ) {
       missAcknowledge();
-      return driver.back() - '0';
    }
-   if ( driver == "unserved-status4" ) {
+   if ( driver.starts_with( "unserved-" ) ) {
       missService();
-      return PL_STATUS_IO_ERROR;
+   }
+   if ( driver.find( "status" ) != std::string::npos ) {
+      return driver.back() - '0';
    }
    if ( driver.starts_with( "read-" ) ) {
       misbehave( driver.substr( strlen( "read-" ) ) );
