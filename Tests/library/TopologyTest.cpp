@@ -31,8 +31,7 @@ struct Counter : Topology::TopologyVisitor {
    bool visit( const Topology::Device* ) override { return ++devices; }
    bool visit( const Topology::Topology* ) override { return ++roots; }
 
-   int devices = 0;
-   int roots = 0;
+   int devices = 0, roots = 0;
 };
 
 void load( const std::string& document ) {
@@ -210,15 +209,6 @@ TEST( TopologyDeathTest, RefusesDocumentsOfTheWrongShape ) {
    }
 }
 
-uint32_t addressWord( const char* json ) {
-   Utils::Json::Document document;
-   EXPECT_FALSE( Utils::Json::parse( json, document ) );
-   HamAddress address{ .command = 0x1234, .bus = 99 };
-   Topology::fillAddressFromJSON( document, address );
-   EXPECT_EQ( address.command, 0x1234u );
-   return address.word();
-}
-
 TEST( HamAddress, PacksTheAddressObjectIntoItsBits ) {
    const std::pair< const char*, uint32_t > rows[] = {
       { R"( { "address": 200 } )", 0x02000048 },
@@ -231,7 +221,12 @@ TEST( HamAddress, PacksTheAddressObjectIntoItsBits ) {
         0x02000000 },
    };
    for ( const auto& [ json, word ] : rows ) {
-      EXPECT_EQ( addressWord( json ), word ) << json;
+      Utils::Json::Document document;
+      document.Parse( json );
+      HamAddress address{ .command = 0x1234, .bus = 99 };
+      Topology::fillAddressFromJSON( document, address );
+      EXPECT_EQ( address.word(), word ) << json;
+      EXPECT_EQ( address.command, 0x1234u );
    }
 }
 
