@@ -132,7 +132,9 @@ void measureSimulation( Report& report ) {
       15, 5000,
       [ & ] {
          uint16_t word;
-         ham.read16( 0x00, &word, 1 );
+         if ( ham.read16( 0x00, &word, 1 ) != PL_STATUS_OK ) {
+            throw std::runtime_error( "the simulated register is not read" );
+         }
       },
       bare );
    report.add( { "reading from a simulation file", reading, "open, lock, read, unlock, close",
