@@ -105,7 +105,8 @@ class BoardFolder {
 };
 
 // One TMP75, device id 16 and address 0x48, on the I2C adapter.
-constexpr const char* kSensorTopology = R"([ { "type": "I2C", "ham": "LumenSmbus", "id": 0, "devices": [
+constexpr const char* kSensorTopology =
+   R"([ { "type": "I2C", "ham": "LumenSmbus", "id": 0, "devices": [
    { "did": 16, "driver": "TMP75", "address": { "address": 72 } } ] } ])";
 constexpr const char* kSensorEmulation =
    R"({ "chips": [ { "did": 16, "set": { "temperature": 42.5 } } ] })";

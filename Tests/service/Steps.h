@@ -1,0 +1,70 @@
+#pragma once
+
+#include <sstream>
+
+#include "Tests/service/Support.h"
+
+namespace Tests {
+
+inline std::string bytesOf( const std::string& hex ) {
+   std::string bytes;
+   for ( size_t i = 0; i + 1 < hex.size(); i += 2 ) {
+      bytes += static_cast< char >( std::stoi( hex.substr( i, 2 ), nullptr, 16 ) );
+   }
+   return bytes;
+}
+
+// "49>0280" writes 80 to register 02 of device 0x49, "49>02" sends it a byte, "49<02:3" reads three
+// bytes and "49<" receives one; without a device it is 0x48.
+inline Smbus::Request requestOf( const std::string& step ) {
+   size_t sign = step.find_first_of( "<>" );
+   size_t colon = step.find( ':' );
+   std::string device = bytesOf( step.substr( 0, sign ) );
+   std::string bytes = bytesOf( step.substr( sign + 1, colon - sign - 1 ) );
+   auto address = static_cast< uint8_t >( sign ? device[ 0 ] : 0x48 );
+   auto reg = static_cast< uint8_t >( bytes[ 0 ] );
+   if ( step[ sign ] == '>' ) {
+      return bytes.size() == 1 ? sendByte( address, reg )
+                               : writeBytes( address, reg, bytes.substr( 1 ) );
+   }
+   bool hasRegister = !bytes.empty();
+   return readBytes( address, hasRegister ? reg : 0,
+                     hasRegister ? std::stoul( step.substr( colon + 1 ) ) : 0 );
+}
+
+inline std::vector< std::string > wordsOf( const std::string& text ) {
+   std::istringstream words( text );
+   return { std::istream_iterator< std::string >( words ), {} };
+}
+
+// A board of one chip, with device id 1.
+class ChipBoard : public SmbusService::Emulator::EmulatedBoard {
+ public:
+   explicit ChipBoard( std::unique_ptr< SmbusService::Emulator::Chip > chip ) {
+      auto& adapter = bus( SmbusService::AdapterId::of( Smbus::MASTER_I2C, 0, 0, 0 ) );
+      auto site = std::make_unique< SmbusService::Emulator::Site >();
+      site->did = 1;
+      site->address = 0x48;
+      site->chip = std::move( chip );
+      add( adapter, adapter.root(), std::move( site ) );
+   }
+
+   // Steps as above, each a batch, and beside them "low=-4", which sets a quantity, and "low",
+   // which asks for it. All answers, with blanks between them.
+   std::string run( const std::string& steps ) {
+      std::ostringstream answers;
+      for ( const std::string& step : wordsOf( steps ) ) {
+         size_t mark = step.find_first_of( "<>=" );
+         if ( mark == std::string::npos ) {
+            answers << get( 1, step ) << ' ';
+         } else if ( step[ mark ] == '=' ) {
+            set( 1, step.substr( 0, mark ), std::stod( step.substr( mark + 1 ) ) );
+         } else {
+            answers << execute( *this, batchOf( { requestOf( step ) } ) ) << ' ';
+         }
+      }
+      return answers.str();
+   }
+};
+
+}  // namespace Tests
