@@ -17,7 +17,7 @@ using namespace Tests;
 
 namespace {
 
-constexpr auto kTimeout = 300ms;
+constexpr auto kTimeout = 500ms;
 constexpr auto kSlack = 2000ms;  // for a busy machine
 
 const auto serve = &FakeService::serve;

@@ -8,16 +8,24 @@ namespace Tests {
 
 namespace {
 
+// Tests send a megabyte, too.
+std::string hex( const std::string& bytes ) {
+   std::string text( 2 * bytes.size(), '\0' );
+   char* digit = text.data();
+   for ( unsigned char byte : bytes ) {
+      *digit++ = "0123456789abcdef"[ byte >> 4 ];
+      *digit++ = "0123456789abcdef"[ byte & 15 ];
+   }
+   return text;
+}
+
 std::string lineOf( const Smbus::Request& request ) {
    static constexpr const char* types[] = { "read", "write", "process-call", "block-read",
                                             "block-write" };
-   std::string line = fmt::format( "{} {} reg {:02x} address {:08x}", types[ request.type() ],
-                                   request.size(), request.reg(), request.address() );
-   line += request.has_data() ? " data " : "";
-   for ( unsigned char byte : request.data() ) {
-      line += { "0123456789abcdef"[ byte >> 4 ], "0123456789abcdef"[ byte & 15 ] };
-   }
-   return line + ( request.flag() ? " flag" : "" );
+   return fmt::format( "{} {} reg {:02x} address {:08x}", types[ request.type() ], request.size(),
+                       request.reg(), request.address() ) +
+          ( request.has_data() ? " data " + hex( request.data() ) : "" ) +
+          ( request.flag() ? " flag" : "" );
 }
 
 }  // namespace
