@@ -44,7 +44,10 @@ class TopologyWalk {
    void devices( const Value& node, size_t bus, const std::string& pointer );
    void device( const Value& node, size_t bus, const std::string& pointer );
    void mux( const Value& node, size_t bus, const std::string& pointer );
-   size_t busAt( const Wiring::Adapter& adapter, const Value& node, const std::string& pointer );
+   std::pair< size_t, bool > busAt( const Wiring::Adapter& adapter,
+                                    const Value& node,
+                                    const std::string& pointer );
+   void warnOfTwin( size_t bus, const std::string& pointer );
    size_t busBehind( const Wiring::Bus& channel );
 
    void label( const Value& node, const std::string& pointer );
@@ -119,7 +122,11 @@ void TopologyWalk::medium( const Value& node, const std::string& pointer ) {
               node[ "simulated" ].GetBool() ) {
             adapter.master = Smbus::MASTER_SIMULATED;
          }
-         bus( node, busAt( adapter, node, pointer ), pointer );
+         auto [ index, isFirst ] = busAt( adapter, node, pointer );
+         if ( !isFirst ) {
+            warnOfTwin( index, pointer );
+         }
+         bus( node, index, pointer );
    }
 }
 
@@ -145,7 +152,11 @@ void TopologyWalk::busses( const Value& node,
       label( child, place );
       adapter.bus = static_cast< uint32_t >( child[ "id" ].GetInt() );
       adapter.pointer = place;
-      bus( child, isNew ? busAt( adapter, child, place ) : Wiring::kNone, place );
+      auto [ index, isFirst ] = busAt( adapter, child, place );
+      if ( isNew && !isFirst ) {
+         warnOfTwin( index, place );
+      }
+      bus( child, index, place );
    } );
 }
 
@@ -199,7 +210,7 @@ void TopologyWalk::mux( const Value& node, size_t above, const std::string& poin
       inRange( child, 1, 255, "it is the byte that opens the channel", place );
       label( child, place );
       bus( child,
-           busBehind( { .adapter = above == Wiring::kNone ? above : wiring_.busses[ above ].adapter,
+           busBehind( { .adapter = wiring_.busses[ above ].adapter,
                         .above = above,
                         .mux = chip,
                         .channel = static_cast< uint32_t >( child[ "id" ].GetInt() ),
@@ -209,9 +220,10 @@ void TopologyWalk::mux( const Value& node, size_t above, const std::string& poin
    } );
 }
 
-size_t TopologyWalk::busAt( const Wiring::Adapter& adapter,
-                            const Value& node,
-                            const std::string& pointer ) {
+// The bus, and whether it is the first at its adapter.
+std::pair< size_t, bool > TopologyWalk::busAt( const Wiring::Adapter& adapter,
+                                               const Value& node,
+                                               const std::string& pointer ) {
    auto [ entry, isNew ] =
       atAdapters_.insert( { { adapter.master, adapter.pci, adapter.accelerator, adapter.bus },
                             wiring_.busses.size() } );
@@ -219,12 +231,13 @@ size_t TopologyWalk::busAt( const Wiring::Adapter& adapter,
       wiring_.busses.push_back(
          { .adapter = wiring_.adapters.size(), .label = labelOf( node ), .pointer = pointer } );
       wiring_.adapters.push_back( adapter );
-   } else {
-      findings_.push_back(
-         { file_, pointer,
-           "requests cannot tell it from " + wiring_.busses[ entry->second ].pointer, true } );
    }
-   return entry->second;
+   return { entry->second, isNew };
+}
+
+void TopologyWalk::warnOfTwin( size_t bus, const std::string& pointer ) {
+   findings_.push_back(
+      { file_, pointer, "requests cannot tell it from " + wiring_.busses[ bus ].pointer, true } );
 }
 
 size_t TopologyWalk::busBehind( const Wiring::Bus& channel ) {
