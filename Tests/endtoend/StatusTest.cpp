@@ -46,7 +46,8 @@ Utils::Json::Document parse( const std::string& text ) {
 // "name: state" of each object that is not ok, with the reason where there is one.
 std::vector< std::string > problems( const std::string& output ) {
    std::vector< std::string > list;
-   for ( const auto& object : parse( output )[ "objects" ].GetArray() ) {
+   auto document = parse( output );
+   for ( const auto& object : document[ "objects" ].GetArray() ) {
       if ( object[ "state" ] != "ok" ) {
          list.push_back( std::string( object[ "name" ].GetString() ) + ": " +
                          object[ "state" ].GetString() );
