@@ -49,17 +49,6 @@ TEST( JsonReportTest, TellsReasonsOfAnyText ) {
               R"("critical":null,"state":"failed","reason":"the first line and \"the second\""})" );
 }
 
-TEST( JsonReportTest, KeepsItsShapeWhateverFailed ) {
-   for ( const std::string& text : { findingsJson( "b", { { "f.json", "/0", "must be \"x\"" } } ),
-                                     errorJson( "b", "no" ) } ) {
-      Utils::Json::Document json;
-      ASSERT_FALSE( Utils::Json::parse( text.c_str(), json ) ) << text;
-      EXPECT_STREQ( json[ "board" ].GetString(), "b" );
-      EXPECT_EQ( json[ "objects" ].Size(), 0u );
-      EXPECT_FALSE( json[ "ok" ].GetBool() );
-   }
-}
-
 TEST( TextTest, KeepsOnlyWhatIsValidUtf8 ) {
    EXPECT_EQ( Utils::printable( "a\tb\x7f\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80" ),
               "a b \xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80" );
