@@ -13,16 +13,6 @@ namespace {
 
 using namespace SmbusService;
 
-// "low=-4 high=85.5"
-std::vector< std::pair< std::string, std::string > > pairsOf( const std::string& text ) {
-   std::vector< std::pair< std::string, std::string > > pairs;
-   for ( const std::string& word : Tests::wordsOf( text ) ) {
-      size_t sign = word.find( '=' );
-      pairs.emplace_back( word.substr( 0, sign ), word.substr( sign + 1 ) );
-   }
-   return pairs;
-}
-
 class DemoBoardTest : public testing::Test {
  protected:
    DemoBoardTest() { setenv( "PL_SMBUS_SOCKET", server.path().c_str(), 1 ); }
@@ -37,7 +27,7 @@ class DemoBoardTest : public testing::Test {
       return device[ "did" ].GetUint();
    }
 
-   pl_temp_sensor* addSensor( const char* name, float alert, float critical ) const {
+   pl_temp_sensor* addSensor( const std::string& name, float alert, float critical ) const {
       EXPECT_EQ( pl_temp_sensor_init( documents.topology.c_str() ), PL_STATUS_OK );
       return pl_temp_sensor_add( object( name ).device.c_str(), alert, critical );
    }
@@ -59,48 +49,41 @@ class DemoBoardTest : public testing::Test {
    Tests::RunningServer server{ *chips };
 };
 
+// Object, quantity, alert and critical limit; then what limits the chip has, and for each value
+// that is set what is read.
 TEST_F( DemoBoardTest, SensorsReadWhatTheChipsMeasureAndProgramTheirLimits ) {
-   struct Row {
-      const char* object;
-      const char* quantity;
-      std::string readings;  // what is set, what is read
-      float alert, critical;
-      std::string programmed;
-   };
-   const Row rows[] = {
-      { "inlet", "temperature", "-40.5=-40.5 99.9375=99.875", 1, 2, "" },
-      { "memory", "temperature", "-0.25=-0.25 25.46875=25.25", 70, -10.5,
-        "highLimit=-10.5 lowLimit=-10" },
-      { "asic-monitor", "temperature0", "-40.0625=-40.0625 255.9375=255.9375", 85, 95.5,
-        "therm2Limit0=85 thermLimit0=95.5" },
-      { "asic-edge", "temperature8", "61.0625=61.0625", -5.5, 127.5,
-        "therm2Limit8=-5.5 thermLimit8=127.5" },
-      { "phy1", "temperature1", "0=0 127.875=127.875", 95.9f, 100,
-        "alertLimit1=95 overtempLimit1=100" },
-      { "phy2", "temperature2", "127=127", 70, 80, "alertLimit2=70" },
-      { "phy4", "temperature4", "90=90", 71, 81, "alertLimit4=71 overtempLimit4=81" },
-      { "line-card", "temperature7", "38=38", 72, 82, "alertLimit7=72" },
-      { "cpu-monitor", "temperature0", "25.125=25.125 127.875=127.875", 95.9f, -5,
-        "alertLimit0=95 overtempLimit0=-5" },
-      // The diode's over-temperature is programmed where the chip has no register.
-      { "cpu-die", "temperature1", "-9.625=-9.625", -6, 80, "alertLimit1=-6 overtempLimit1=85" },
-      { "vrm-memory", "temperature", "125=125", 1, 2, "" },
-      { "vrm-serdes", "temperature1", "66=66", 105, 120,
-        "warningLimit0=110 warningLimit1=105 faultLimit1=120" },
-      { "vrm-core1", "temperature1", "61=61", 1, 2, "" },
-      { "vrm-core2", "temperature2", "300=300", 1, 2, "" },
-   };
-   for ( const Row& row : rows ) {
-      SCOPED_TRACE( row.object );
-      uint32_t did = didOf( row.object );
-      pl_temp_sensor* sensor = addSensor( row.object, row.alert, row.critical );
-      ASSERT_NE( sensor, nullptr );
-      for ( const auto& [ quantity, value ] : pairsOf( row.programmed ) ) {
-         EXPECT_EQ( chips->get( did, quantity ), std::stod( value ) ) << quantity;
-      }
-      for ( const auto& [ value, celsius ] : pairsOf( row.readings ) ) {
-         chips->set( did, row.quantity, std::stod( value ) );
-         EXPECT_EQ( read( sensor ), std::stof( celsius ) );
+   for ( const char* row : {
+            "inlet temperature 1 2 -40.5=-40.5 99.9375=99.875",
+            "memory temperature 70 -10.5 highLimit=-10.5 lowLimit=-10 -0.25=-0.25 25.46875=25.25",
+            "asic-monitor temperature0 85 95.5 therm2Limit0=85 thermLimit0=95.5 -40.0625=-40.0625",
+            "asic-edge temperature8 -5.5 127.5 therm2Limit8=-5.5 thermLimit8=127.5 61.0625=61.0625",
+            "phy1 temperature1 95.9 100 alertLimit1=95 overtempLimit1=100 0=0 127.875=127.875",
+            "phy2 temperature2 70 80 alertLimit2=70 127=127",
+            "phy4 temperature4 71 81 alertLimit4=71 overtempLimit4=81 90=90",
+            "line-card temperature7 72 82 alertLimit7=72 38=38",
+            "cpu-monitor temperature0 95.9 -5 alertLimit0=95 overtempLimit0=-5 25.125=25.125",
+            // The diode's over-temperature is programmed where the chip has no register.
+            "cpu-die temperature1 -6 80 alertLimit1=-6 overtempLimit1=85 -9.625=-9.625",
+            "vrm-memory temperature 1 2 125=125",
+            "vrm-serdes temperature1 105 120 warningLimit0=110 warningLimit1=105 faultLimit1=120 "
+            "66=66",
+            "vrm-core1 temperature1 1 2 61=61",
+            "vrm-core2 temperature2 1 2 300=300",
+         } ) {
+      auto words = Tests::wordsOf( row );
+      uint32_t did = didOf( words[ 0 ] );
+      pl_temp_sensor* sensor =
+         addSensor( words[ 0 ], std::stof( words[ 2 ] ), std::stof( words[ 3 ] ) );
+      for ( size_t i = 4; i < words.size(); ++i ) {
+         size_t sign = words[ i ].find( '=' );
+         std::string name = words[ i ].substr( 0, sign );
+         float expected = std::stof( words[ i ].substr( sign + 1 ) );
+         if ( isalpha( name[ 0 ] ) ) {
+            EXPECT_EQ( chips->get( did, name ), expected ) << row;
+         } else {
+            chips->set( did, words[ 1 ], std::stod( name ) );
+            EXPECT_EQ( read( sensor ), expected ) << row;
+         }
       }
    }
    pl_temp_sensor* sensor = addSensor( "cpu-die", 70, 80 );

@@ -72,16 +72,15 @@ TEST( ModelsTest, RefuseWhatTheChipCannotBe ) {
            std::tuple( "TMP468", "temperature8", -256.0, 255.9375 ),
            std::tuple( "PCA9548", "channels", 0.0, 255.0 ),
            std::tuple( "PCA9555", "pin9", 0.0, 1.0 ) } ) {
-      ChipBoard board( newChip( model ) );
-      for ( double value : { low, high } ) {
-         board.set( 1, quantity, value );
-         EXPECT_EQ( board.get( 1, quantity ), value ) << model;
-      }
+      auto chip = newChip( model );
+      chip->reset();
+      chip->set( quantity, low );
+      chip->set( quantity, high );
+      EXPECT_EQ( chip->get( quantity ), high ) << model;
       for ( double value : { low - 1, high + 1, std::stod( "nan" ) } ) {
-         EXPECT_THROW( board.set( 1, quantity, value ), std::invalid_argument ) << model << value;
+         EXPECT_THROW( chip->set( quantity, value ), std::invalid_argument ) << model << value;
       }
-      EXPECT_THROW( board.get( 1, "humidity" ), std::invalid_argument );
-      EXPECT_THROW( board.set( 1, "humidity", low ), std::invalid_argument );
+      EXPECT_THROW( chip->get( "humidity" ), std::invalid_argument );
    }
 }
 
