@@ -5,33 +5,49 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
+#include "Platform/Frame.h"
 #include "Platform/ServicePath.h"
+#include "smbus.pb.h"
 
 namespace Host {
 
 namespace {
 
+namespace Frame = PlatformLibrary::Frame;
+
 constexpr timeval kPatience{ .tv_sec = 2, .tv_usec = 0 };
-constexpr char kEmptyBatch[ 4 ]{};  // a frame's length, and nothing behind it
+constexpr char kEmptyBatch[ Frame::kHeaderSize ]{};  // nothing behind the header
+constexpr size_t kLongestAnswer = 4096;              // to it
+
+std::string whyNothingCame( ssize_t count ) {
+   if ( count == 0 ) {
+      return "it closes the connection";
+   }
+   return errno == EAGAIN ? "it is silent" : strerror( errno );
+}
 
 // What is wrong with the answer to an empty batch, if anything.
 std::string whyNoAnswer( int socket ) {
-   char byte;
    if ( send( socket, kEmptyBatch, sizeof kEmptyBatch, MSG_NOSIGNAL ) < 0 ) {
       return strerror( errno );
    }
-   ssize_t count = recv( socket, &byte, 1, 0 );
-   if ( count == 0 ) {
-      return "it closes the connection, as a service with too many clients does";
+   char header[ Frame::kHeaderSize ];
+   ssize_t count = recv( socket, header, sizeof header, MSG_WAITALL );
+   if ( count != sizeof header ) {
+      return whyNothingCame( count );
    }
-   if ( count < 0 ) {
-      return errno == EAGAIN ? "it is silent" : strerror( errno );
+   std::string payload( std::min< size_t >( Frame::payloadLength( header ), kLongestAnswer ), 0 );
+   count = recv( socket, payload.data(), payload.size(), MSG_WAITALL );
+   Smbus::TransactionResponse answer;
+   if ( count != static_cast< ssize_t >( payload.size() ) || !answer.ParseFromString( payload ) ) {
+      return "its answer is malformed";
    }
-   return "";
+   return answer.failure() ? answer.error() : "";
 }
 
 }  // namespace
