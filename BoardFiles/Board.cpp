@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
 
 #include "BoardFiles/Documents.h"
@@ -55,7 +56,7 @@ bool hasEntry( const std::string& directory ) {
 Board loadBoard( const std::string& directory, Emulation emulation ) {
    std::error_code error;
    if ( !std::filesystem::is_directory( directory, error ) ) {
-      throw StartError( directory + ": no such board folder" );
+      throw std::runtime_error( directory + ": no such board folder" );
    }
    std::vector< Finding > findings;
    BoardFile topology = readTopology( directory, findings );

@@ -35,7 +35,7 @@ struct Board {
 enum class Emulation { Unused, IfPresent, Needed };
 
 // Reads and checks the documents of a board's folder; the emulation document is looked at as asked.
-// Throws BoardError with every mistake found.
+// Throws BoardError with every mistake found, std::runtime_error where there is no such folder.
 Board loadBoard( const std::string& directory, Emulation emulation );
 
 }  // namespace BoardFiles

@@ -7,11 +7,6 @@
 
 namespace BoardFiles {
 
-// Something is missing or wrong before any chip can be asked; the text is for the user.
-class StartError : public std::runtime_error {
-   using std::runtime_error::runtime_error;
-};
-
 // A mistake in one of a board's documents.
 struct Finding {
    std::string file;     // path, with ":LINE:COLUMN" where no JSON; "" when the problem names it
@@ -25,10 +20,11 @@ struct Finding {
    }
 };
 
-class BoardError : public StartError {
+class BoardError : public std::runtime_error {
  public:
    explicit BoardError( std::vector< Finding > list )
-       : StartError( "the board's documents have mistakes" ), findings( std::move( list ) ) {}
+       : std::runtime_error( "the board's documents have mistakes" ),
+         findings( std::move( list ) ) {}
 
    std::vector< Finding > findings;
 };
