@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <set>
-#include <tuple>
 
 #include "BoardFiles/DeviceArguments.h"
 
@@ -26,7 +25,11 @@ class TopologyWalk {
                  Wiring& wiring,
                  AddressCheck& addresses,
                  std::vector< Finding >& findings )
-       : file_( file ), wiring_( wiring ), addresses_( addresses ), findings_( findings ) {}
+       : file_( file ),
+         wiring_( wiring ),
+         builder_( wiring ),
+         addresses_( addresses ),
+         findings_( findings ) {}
 
    void walk( const Value& media );
    void checkMuxes();
@@ -44,11 +47,7 @@ class TopologyWalk {
    void devices( const Value& node, size_t bus, const std::string& pointer );
    void device( const Value& node, size_t bus, const std::string& pointer );
    void mux( const Value& node, size_t bus, const std::string& pointer );
-   std::pair< size_t, bool > busAt( const Wiring::Adapter& adapter,
-                                    const Value& node,
-                                    const std::string& pointer );
    void warnOfTwin( size_t bus, const std::string& pointer );
-   size_t busBehind( const Wiring::Bus& channel );
 
    void label( const Value& node, const std::string& pointer );
    template < typename Number >
@@ -65,10 +64,9 @@ class TopologyWalk {
 
    const std::string& file_;
    Wiring& wiring_;
+   WiringBuilder builder_;
    AddressCheck& addresses_;
    std::vector< Finding >& findings_;
-   std::map< std::tuple< Smbus::MasterType, uint32_t, uint32_t, uint32_t >, size_t > atAdapters_;
-   std::map< std::pair< uint32_t, uint32_t >, size_t > behindMuxes_;
    std::map< uint32_t, std::string > dids_;  // to pointers, as the next
    std::map< std::string, std::string > labels_;
    std::vector< std::pair< uint32_t, std::string > > muxes_;  // chip and pointer
@@ -122,7 +120,7 @@ void TopologyWalk::medium( const Value& node, const std::string& pointer ) {
               node[ "simulated" ].GetBool() ) {
             adapter.master = Smbus::MASTER_SIMULATED;
          }
-         auto [ index, isFirst ] = busAt( adapter, node, pointer );
+         auto [ index, isFirst ] = builder_.busAt( adapter, labelOf( node ) );
          if ( !isFirst ) {
             warnOfTwin( index, pointer );
          }
@@ -152,7 +150,7 @@ void TopologyWalk::busses( const Value& node,
       label( child, place );
       adapter.bus = static_cast< uint32_t >( child[ "id" ].GetInt() );
       adapter.pointer = place;
-      auto [ index, isFirst ] = busAt( adapter, child, place );
+      auto [ index, isFirst ] = builder_.busAt( adapter, labelOf( child ) );
       if ( isNew && !isFirst ) {
          warnOfTwin( index, place );
       }
@@ -210,43 +208,19 @@ void TopologyWalk::mux( const Value& node, size_t above, const std::string& poin
       inRange( child, 1, 255, "it is the byte that opens the channel", place );
       label( child, place );
       bus( child,
-           busBehind( { .adapter = wiring_.busses[ above ].adapter,
-                        .above = above,
-                        .mux = chip,
-                        .channel = static_cast< uint32_t >( child[ "id" ].GetInt() ),
-                        .label = labelOf( child ),
-                        .pointer = place } ),
+           builder_.busBehind( { .adapter = wiring_.busses[ above ].adapter,
+                                 .above = above,
+                                 .mux = chip,
+                                 .channel = static_cast< uint32_t >( child[ "id" ].GetInt() ),
+                                 .label = labelOf( child ),
+                                 .pointer = place } ),
            place );
    } );
-}
-
-// The bus, and whether it is the first at its adapter.
-std::pair< size_t, bool > TopologyWalk::busAt( const Wiring::Adapter& adapter,
-                                               const Value& node,
-                                               const std::string& pointer ) {
-   auto [ entry, isNew ] =
-      atAdapters_.insert( { { adapter.master, adapter.pci, adapter.accelerator, adapter.bus },
-                            wiring_.busses.size() } );
-   if ( isNew ) {
-      wiring_.busses.push_back(
-         { .adapter = wiring_.adapters.size(), .label = labelOf( node ), .pointer = pointer } );
-      wiring_.adapters.push_back( adapter );
-   }
-   return { entry->second, isNew };
 }
 
 void TopologyWalk::warnOfTwin( size_t bus, const std::string& pointer ) {
    findings_.push_back(
       { file_, pointer, "requests cannot tell it from " + wiring_.busses[ bus ].pointer, true } );
-}
-
-size_t TopologyWalk::busBehind( const Wiring::Bus& channel ) {
-   auto [ entry, isNew ] =
-      behindMuxes_.insert( { { channel.mux, channel.channel }, wiring_.busses.size() } );
-   if ( isNew ) {
-      wiring_.busses.push_back( channel );
-   }
-   return entry->second;
 }
 
 void TopologyWalk::label( const Value& node, const std::string& pointer ) {

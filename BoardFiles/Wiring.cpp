@@ -39,4 +39,26 @@ std::string Wiring::nameOf( size_t bus ) const {
    return nameOfAdapter( adapters[ busses[ bus ].adapter ] );
 }
 
+std::pair< size_t, bool > WiringBuilder::busAt( const Wiring::Adapter& adapter,
+                                                const std::string& label ) {
+   auto [ entry, isNew ] =
+      atAdapters_.insert( { { adapter.master, adapter.pci, adapter.accelerator, adapter.bus },
+                            wiring_.busses.size() } );
+   if ( isNew ) {
+      wiring_.busses.push_back(
+         { .adapter = wiring_.adapters.size(), .label = label, .pointer = adapter.pointer } );
+      wiring_.adapters.push_back( adapter );
+   }
+   return { entry->second, isNew };
+}
+
+size_t WiringBuilder::busBehind( const Wiring::Bus& channel ) {
+   auto [ entry, isNew ] =
+      behindMuxes_.insert( { { channel.mux, channel.channel }, wiring_.busses.size() } );
+   if ( isNew ) {
+      wiring_.busses.push_back( channel );
+   }
+   return entry->second;
+}
+
 }  // namespace BoardFiles

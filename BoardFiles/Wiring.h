@@ -4,6 +4,8 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "BoardFiles/Media.h"
@@ -58,6 +60,23 @@ struct Wiring {
 
    // For people: the label of the bus, else of the nearest one above, else what the adapter is.
    std::string nameOf( size_t bus ) const;
+};
+
+// Puts busses in their places, from the adapters downward.
+class WiringBuilder {
+ public:
+   explicit WiringBuilder( Wiring& wiring ) : wiring_( wiring ) {}
+
+   // The adapter's bus, and whether it is a new one: adapters with the same numbers are one.
+   std::pair< size_t, bool > busAt( const Wiring::Adapter& adapter, const std::string& label );
+
+   // The bus behind a mux's channel, the same for all nodes of the mux.
+   size_t busBehind( const Wiring::Bus& channel );
+
+ private:
+   Wiring& wiring_;
+   std::map< std::tuple< Smbus::MasterType, uint32_t, uint32_t, uint32_t >, size_t > atAdapters_;
+   std::map< std::pair< uint32_t, uint32_t >, size_t > behindMuxes_;
 };
 
 }  // namespace BoardFiles
