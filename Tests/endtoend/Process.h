@@ -5,19 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "Tests/support/TemporaryDirectory.h"
 
 namespace Tests {
-
-inline std::string textOf( const std::filesystem::path& path ) {
-   std::ifstream file( path, std::ios::binary );
-   return { std::istreambuf_iterator< char >( file ), {} };
-}
 
 struct Outcome {
    int status = -1;  // exit status; -1 when a signal ended the process

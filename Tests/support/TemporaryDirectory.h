@@ -3,9 +3,16 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 namespace Tests {
+
+inline std::string textOf( const std::filesystem::path& path ) {
+   std::ifstream file( path, std::ios::binary );
+   return { std::istreambuf_iterator< char >( file ), {} };
+}
 
 class TemporaryDirectory {
  public:
