@@ -7,6 +7,8 @@
 
 #include "Host/Session/Session.h"
 
+using testing::ElementsAre;
+
 namespace Host {
 
 using namespace BoardFiles;
@@ -21,60 +23,66 @@ class SessionTest : public testing::Test {
  protected:
    SessionTest() { setenv( "SIMULATION_VMID", "1", 1 ); }
 
-   void addSensor( const std::string& driver ) {
-      board.objects.push_back( { .kind = Kind::TempSensor,
-                                 .name = driver,
-                                 .device = "{\"driver\":\"" + driver + "\"}",
-                                 .alert = 50,
-                                 .critical = 60 } );
+   // Sensors that do what their words say.
+   void add( std::initializer_list< const char* > sensors ) {
+      for ( const char* words : sensors ) {
+         board.objects.push_back( { .kind = Kind::TempSensor,
+                                    .name = "",
+                                    .device = words,
+                                    .alert = 50,
+                                    .critical = 60 } );
+      }
    }
 
    std::vector< Observation > read() { return session.read(); }
 
+   std::vector< State > states() {
+      std::vector< State > list;
+      for ( const Observation& observation : read() ) {
+         list.push_back( observation.state );
+      }
+      return list;
+   }
+
    DriverLibrary library{ LUMEN_FAKE_LIBRARY };
-   Board board{ .directory = "board", .topology = "[]" };
+   Board board{ .directory = "board", .topology = "" };
    Session session{ library, board, { .socket = "/nonexistent", .stepLimit = kLimit } };
 };
 
-struct Row {
-   std::string driver;
-   State state;
-   std::string reason;
-};
-
 TEST_F( SessionTest, FailsEachObjectThatMisbehavesAndNoOther ) {
-   const Row rows[] = {
-      { "abort", State::Failed, kGaveUp },
+   const std::tuple< const char*, State, std::string > rows[] = {
+      { "add abort", State::Failed, kGaveUp },
       { "21.5", State::Ok, "" },
-      { "read-throw", State::Failed, kGaveUp },
-      { "nak", State::Failed, kRequest },
-      { "read-nak", State::Failed, kRequest },
-      { "nak-status3", State::Failed, "not supported: " + kRequest },
-      { "nak-status6", State::Failed, kRequest },
-      { "unserved-status4", State::Failed, kNoService },
-      { "other-kind", State::Failed, "the driver has no temp_sensor" },
-      { "null", State::Failed, "the driver made no object of it; --trace 0 shows why" },
-      { "hang", State::Failed, "no answer within 0.3 s" },
-      { "read-kill", State::Failed, "killed by signal 9 (Killed)" },
-      { "exit", State::Failed, "the driver ended with exit status 3; --trace 0 shows why" },
+      { "throw", State::Failed, kGaveUp },
+      { "add nak abort", State::Failed, kRequest },
+      { "nak abort", State::Failed, kRequest },
+      { "nak status3", State::Failed, "not supported: " + kRequest },
+      { "nak status6", State::Failed, kRequest },
+      { "unserved status4", State::Failed, kNoService },
+      { "add other-kind", State::Failed, "the driver has no temp_sensor" },
+      { "add status1", State::Failed, "the driver made no object of it; --trace 0 shows why" },
+      { "add hang", State::Failed, "no answer within 0.3 s" },
+      { "kill", State::Failed, "killed by signal 9 (Killed)" },
+      { "add exit", State::Failed, "the driver ended with exit status 3; --trace 0 shows why" },
       { "nan", State::Fault, "the reading is no number" },
       { "status1", State::Absent, "" },
       { "status2", State::Fault, "the device reports an error" },
       { "status9", State::Failed, "status 9" },
       { "-7.25", State::Ok, "" },
    };
-   for ( const Row& row : rows ) {
-      addSensor( row.driver );
+   for ( const auto& row : rows ) {
+      add( { std::get< 0 >( row ) } );
    }
    for ( int round = 0; round < 2; ++round ) {
       auto observations = read();
-      for ( size_t i = 0; i < std::size( rows ); ++i ) {
-         EXPECT_EQ( observations[ i ].state, rows[ i ].state ) << rows[ i ].driver;
-         EXPECT_EQ( observations[ i ].reason, rows[ i ].reason ) << rows[ i ].driver;
-         EXPECT_EQ( observations[ i ].reading.has_value(), rows[ i ].state == State::Ok );
+      auto observation = observations.begin();
+      for ( const auto& [ words, state, reason ] : rows ) {
+         EXPECT_EQ( observation->state, state ) << words;
+         EXPECT_EQ( observation->reason, reason ) << words;
+         EXPECT_EQ( observation++->reading.has_value(), state == State::Ok ) << words;
       }
-      EXPECT_EQ( observations.back().reading, -7.25 );
    }
+   EXPECT_EQ( read().back().reading, -7.25 );
 }
 
 TEST_F( SessionTest, AddsSetsAndReadsOtherKinds ) {
@@ -85,28 +93,17 @@ TEST_F( SessionTest, AddsSetsAndReadsOtherKinds ) {
                      { Kind::Smbus, "", "scd0", 0x48 } };
    session.settingIs( 1, parseSetting( board.objects[ 1 ], "beacon" ) );
    session.settingIs( 2, parseSetting( board.objects[ 2 ], "Off" ) );
-   std::vector< State > states;
-   for ( const Observation& observation : read() ) {
-      states.push_back( observation.state );
-   }
-   EXPECT_THAT( states, testing::ElementsAre( State::Ok, State::Ok, State::Failed, State::Absent,
-                                              State::Ok ) );
+   EXPECT_THAT( states(),
+                ElementsAre( State::Ok, State::Ok, State::Failed, State::Absent, State::Ok ) );
 }
 
-TEST( ObservationTest, ComparesReadingsWithTheLimits ) {
-   const ObjectSpec sensor{
-      .kind = Kind::TempSensor, .name = "", .device = "", .alert = 50, .critical = 60 };
-   for ( auto [ reading, state ] : { std::pair( 49.875, State::Ok ),
-                                     { 50., State::Alert },
-                                     { 59.875, State::Alert },
-                                     { 60., State::Critical } } ) {
-      EXPECT_EQ( observed( sensor, { .value = reading }, "" ).state, state ) << reading;
-   }
+TEST_F( SessionTest, ComparesReadingsWithTheLimits ) {
+   add( { "49.875", "50", "59.875", "60" } );
+   EXPECT_THAT( states(), ElementsAre( State::Ok, State::Alert, State::Alert, State::Critical ) );
 }
 
 TEST_F( SessionTest, KeepsOneWorkerAndRunsItsTimersBetweenReads ) {
-   addSensor( "process" );
-   addSensor( "ticks" );
+   add( { "process", "ticks" } );
    auto first = read();
    usleep( 100'000 );
    auto second = read();
@@ -116,9 +113,7 @@ TEST_F( SessionTest, KeepsOneWorkerAndRunsItsTimersBetweenReads ) {
 }
 
 TEST_F( SessionTest, DoesNotInitialiseAgainWhatWasRead ) {
-   for ( const char* driver : { "process", "abort", "process" } ) {
-      addSensor( driver );
-   }
+   add( { "process", "add abort", "process" } );
    auto first = read();
    EXPECT_NE( first[ 0 ].reading, first[ 2 ].reading );
    auto second = read();
@@ -128,8 +123,7 @@ TEST_F( SessionTest, DoesNotInitialiseAgainWhatWasRead ) {
 
 // A new worker shows that the object is tried again.
 TEST_F( SessionTest, BlamesNoObjectForTheService ) {
-   addSensor( "process" );
-   addSensor( "unserved" );
+   add( { "process", "add unserved abort" } );
    read();
    auto second = read();
    auto third = read();
@@ -138,7 +132,7 @@ TEST_F( SessionTest, BlamesNoObjectForTheService ) {
 }
 
 TEST_F( SessionTest, DoesNotCountTheTimeInWhichItIsStopped ) {
-   addSensor( "read-slow" );
+   add( { "slow 20" } );
    setpgid( 0, 0 );
    pid_t group = getpid();
    pid_t stopper = fork();
@@ -155,19 +149,17 @@ TEST_F( SessionTest, DoesNotCountTheTimeInWhichItIsStopped ) {
 }
 
 TEST_F( SessionTest, TellsWhyTheLibraryDoesNotStart ) {
-   addSensor( "20" );
-   for ( auto [ topology, why ] : { std::pair( "refuse", "pl_temp_sensor_init: I/O error" ),
-                                    { "abort", kGaveUp.c_str() } } ) {
-      board.topology = topology;
-      EXPECT_EQ( read()[ 0 ].reason, "the driver library does not start: " + std::string( why ) );
-   }
+   add( { "20" } );
+   const std::string why = "the driver library does not start: ";
+   board.topology = "status4";
+   EXPECT_EQ( read()[ 0 ].reason, why + "pl_temp_sensor_init: I/O error" );
+   board.topology = "abort";
+   EXPECT_EQ( read()[ 0 ].reason, why + kGaveUp );
 }
 
 TEST_F( SessionTest, StopsWhenTheServiceIsGone ) {
    unsetenv( "SIMULATION_VMID" );
-   for ( const char* driver : { "20", "unserved-status4", "hang" } ) {
-      addSensor( driver );
-   }
+   add( { "20", "unserved status4", "add hang" } );
    auto observations = read();
    EXPECT_EQ( observations[ 0 ].state, State::Ok );
    EXPECT_EQ( observations[ 1 ].reason, kNoService );
