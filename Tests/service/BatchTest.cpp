@@ -1,45 +1,34 @@
+#include <fmt/ranges.h>
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <chrono>
-#include <functional>
 #include <latch>
 #include <map>
-#include <thread>
 
 #include "SmbusService/Batch.h"
-#include "Tests/service/Support.h"
+#include "Tests/service/Steps.h"
 
 using namespace Tests;
 using namespace SmbusService;
 using std::chrono::milliseconds;
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace {
 
-// Notes each transfer; fails those that `errors` names, as often as it says.
+// Notes each transfer as a step; fails as `onTransfer` says.
 class FakeAdapter : public Adapter {
  public:
-   struct Error {
-      int error;
-      int count = 1;
-   };
-
    int transfer( const Transfer& transfer, std::string& answer ) override {
-      std::string text = describe( transfer );
-      text.resize( text.find( ", bus" ) );
-      log.push_back( text );
+      log.push_back( fmt::format( "{:02x}{}{:02x}{}", transfer.address.device,
+                                  transfer.reads() ? '<' : '>', transfer.reg,
+                                  hex( std::string( transfer.data ) ) ) );
       answer = std::string( transfer.answerLimit(), '\x11' );
-      if ( inTransfer ) {
-         inTransfer();
-      }
-      auto error = errors.find( text );
-      return error != errors.end() && error->second.count-- > 0 ? error->second.error : 0;
+      return onTransfer ? onTransfer( log.back() ) : 0;
    }
 
    std::vector< std::string > log;
-   std::map< std::string, Error > errors;
-   std::function< void() > inTransfer;
+   std::function< int( const std::string& step ) > onTransfer;
 };
 
 // SCD adapters by bus number.
@@ -52,7 +41,8 @@ class FakeBackend : public Backend {
    std::map< uint8_t, FakeAdapter > adapters;
 };
 
-Smbus::Request onBus( uint8_t bus, Smbus::Request request ) {
+Smbus::Request onBus( uint8_t bus, const std::string& step ) {
+   Smbus::Request request = requestOf( step );
    request.set_mastertype( Smbus::MASTER_SCD );
    request.set_address( request.address() | bus << 7 );
    return request;
@@ -60,113 +50,101 @@ Smbus::Request onBus( uint8_t bus, Smbus::Request request ) {
 
 class BatchTest : public testing::Test {
  protected:
+   // The answers, or the error. The reading of device 0x48 fails for a number of times.
+   std::string run( const std::string& steps, uint32_t retries, int error, int failures ) {
+      Smbus::TransactionRequest batch = batchOf( steps );
+      batch.set_retry_count( retries );
+      batch.mutable_request( 0 )->set_flag( isFlagged );
+      adapter.log.clear();
+      adapter.onTransfer = [ = ]( auto& step ) mutable {
+         return step.starts_with( "48" ) && failures-- > 0 ? error : 0;
+      };
+      return execute( backend, batch );
+   }
+
+   bool isFlagged = false;  // the first request
    FakeBackend backend;
    FakeAdapter& adapter = backend.adapters[ 0 ];
+   Smbus::TransactionResponse reply;
 };
-
-constexpr int kForever = 1000000;
-const std::string kReading = "read 2 bytes, register 0x00, device 0x48";
 
 }  // namespace
 
 TEST_F( BatchTest, AnswersEachRequest ) {
-   EXPECT_EQ( execute( backend, batchOf( { sendByte( 0x70, 4 ), readBytes( 0x48, 0, 2 ),
-                                           writeBytes( 0x48, 1, "x" ), readBytes( 0x48, 0, 0 ),
-                                           sendByte( 0x70, 0 ) } ) ),
-              "- 1111 - 11 -" );
-   EXPECT_EQ( execute( backend, batchOf( {} ) ), "" );
+   EXPECT_EQ( execute( backend, batchOf( "70>04 48<00:2 48>0178 48< 70>00" ) ), "- 1111 - 11 -" );
+   EXPECT_THAT( adapter.log, ElementsAre( "70>04", "48<00", "48>0178", "48<00", "70>00" ) );
+   EXPECT_EQ( execute( backend, batchOf( "" ) ), "" );
 }
 
-TEST_F( BatchTest, FailureEndsTheBatchButNotItsMuxResets ) {
-   auto batch = batchOf( { sendByte( 0x70, 1 ), sendByte( 0x71, 2 ), writeBytes( 0x48, 1, "x" ),
-                           sendByte( 0x48, 0 ), readBytes( 0x48, 0, 2 ), sendByte( 0x71, 0 ),
-                           sendByte( 0x70, 0 ) } );
-   const std::vector< std::string > all{ "send byte 0x01, device 0x70",
-                                         "send byte 0x02, device 0x71",
-                                         "write 1 byte, register 0x01, device 0x48",
-                                         "send byte 0x00, device 0x48",
-                                         kReading,
-                                         "send byte 0x00, device 0x71",
-                                         "send byte 0x00, device 0x70" };
-   constexpr size_t kFirstReset = 5;
-   for ( size_t failing = 0; failing < all.size(); ++failing ) {
-      std::vector< std::string > expected( all.begin(), all.begin() + failing + 1 );
-      expected.insert( expected.end(), all.begin() + std::max( failing + 1, kFirstReset ),
-                       all.end() );
+TEST_F( BatchTest, FailureEndsTheBatchButNotItsMuxResetsAndHasErrnoAndWords ) {
+   const std::tuple< std::string, int, std::string > rows[] = {
+      { "70>01", ENXIO, "no acknowledge" },     { "71>02", ETIMEDOUT, "timed out" },
+      { "48>0178", EIO, "short answer" },       { "48>00", EPROTO, "corrupt answer" },
+      { "48<00", EACCES, "Permission denied" }, { "71>00", EAGAIN, "lost arbitration" },
+      { "70>00", EREMOTEIO, "no acknowledge" },
+   };
+   auto batch = batchOf( "70>01 71>02 48>0178 48>00 48<00:2 71>00 70>00" );
+   for ( int index = 0; index < 7; ++index ) {
+      const auto& [ failing, error, words ] = rows[ index ];
       adapter.log.clear();
-      adapter.errors = { { all[ failing ], { ENXIO } } };
-      if ( failing < kFirstReset ) {
-         adapter.errors[ all[ kFirstReset ] ] = { EIO };  // neither stops the outer one nor is told
-      }
-      EXPECT_EQ( execute( backend, batch ), "request " + std::to_string( failing + 1 ) + " of 7: " +
-                                               all[ failing ] + ", bus 0: no acknowledge" );
-      EXPECT_EQ( adapter.log, expected ) << failing;
-   }
-}
-
-TEST_F( BatchTest, FailureHasErrnoAndWords ) {
-   for ( auto [ error, words ] :
-         { std::pair( ENXIO, "no acknowledge" ), std::pair( ETIMEDOUT, "timed out" ),
-           std::pair( EIO, "short answer" ), std::pair( EPROTO, "corrupt answer" ),
-           std::pair( EACCES, "Permission denied" ) } ) {
-      adapter.errors = { { kReading, { error } } };
-      Smbus::TransactionResponse reply;
-      Batch( backend ).execute( batchOf( { readBytes( 0x48, 0, 2 ) } ), reply );
+      // That the first reset fails, too, neither stops the other one nor is told.
+      adapter.onTransfer = [ &, failing = failing, error = error ]( auto& step ) {
+         return step == failing ? error : index < 5 && step == "71>00" ? EBUSY : 0;
+      };
+      Batch( backend ).execute( batch, reply );
       EXPECT_EQ( reply.failure(), error );
       EXPECT_EQ( reply.details().reason(), words );
-      EXPECT_EQ( reply.error(), "request 1 of 1: " + kReading + ", bus 0: " + words );
+      EXPECT_EQ( summary( reply ),
+                 fmt::format( "request {} of 7: {}: {}", index + 1,
+                              describe( decode( batch.request( index ) ) ), words ) );
+      std::vector< std::string > expected;
+      for ( int i = 0; i < 7; ++i ) {
+         if ( i <= index || i >= 5 ) {
+            expected.push_back( std::get< 0 >( rows[ i ] ) );
+         }
+      }
+      EXPECT_EQ( adapter.log, expected );
    }
 }
 
 TEST_F( BatchTest, FailingRequestIsRepeatedAsOftenAsAsked ) {
-   auto batch = batchOf( { sendByte( 0x70, 1 ), readBytes( 0x48, 0, 2 ) }, 3 );
-   adapter.errors = { { kReading, { ENXIO, 3 } } };
-   EXPECT_EQ( execute( backend, batch ), "- 1111" );
+   EXPECT_EQ( run( "70>01 48<00:2", 3, ENXIO, 3 ), "- 1111" );
    EXPECT_EQ( adapter.log.size(), 1 + 4u );
-   adapter.errors[ kReading ].count = 4;
-   EXPECT_THAT( execute( backend, batch ), HasSubstr( "no acknowledge" ) );
-   EXPECT_EQ( adapter.log.size(), 2 * ( 1 + 4u ) );
-
-   adapter.log.clear();
-   adapter.errors[ kReading ].count = kForever;
-   EXPECT_NE( execute( backend, batchOf( { readBytes( 0x48, 0, 2 ) }, 0xffffffff ) ), "" );
+   EXPECT_THAT( run( "70>01 48<00:2", 3, ENXIO, 4 ), HasSubstr( "no acknowledge" ) );
+   EXPECT_EQ( adapter.log.size(), 1 + 4u );
+   EXPECT_THAT( run( "48<00:2", 0xffffffff, ENXIO, 1000 ), HasSubstr( "no acknowledge" ) );
    EXPECT_EQ( adapter.log.size(), 1 + kMaxRetries );
 }
 
 TEST_F( BatchTest, FlaggedWriteNeedsNoAcknowledge ) {
-   const std::string writing = "write 1 byte, register 0x01, device 0x48";
-   auto batch = batchOf( { writeBytes( 0x48, 1, "x" ), readBytes( 0x48, 0, 2 ) }, 5 );
-   batch.mutable_request( 0 )->set_flag( true );
-   batch.mutable_request( 1 )->set_flag( true );
-   adapter.errors = { { writing, { ENXIO, kForever } } };
-   EXPECT_EQ( execute( backend, batch ), "- 1111" );
+   isFlagged = true;
+   EXPECT_EQ( run( "48>0178 48<00:2", 5, ENXIO, 1 ), "- 1111" );
    EXPECT_EQ( adapter.log.size(), 2u ) << "and is not repeated";
-   adapter.errors[ writing ].error = ETIMEDOUT;
-   EXPECT_THAT( execute( backend, batch ), HasSubstr( "timed out" ) );
-   adapter.errors = { { kReading, { ENXIO, kForever } } };
-   EXPECT_THAT( execute( backend, batch ), HasSubstr( "no acknowledge" ) ) << "a read needs one";
+   EXPECT_THAT( run( "48>0178", 0, ETIMEDOUT, 1 ), HasSubstr( "timed out" ) );
+   EXPECT_THAT( run( "48<00:2", 0, ENXIO, 1 ), HasSubstr( "no acknowledge" ) );
 }
 
 TEST_F( BatchTest, PausesAsTheAddressWordAsks ) {
-   auto duration = [ & ]( Smbus::Request request, uint32_t codes ) {
-      request.set_address( request.address() | codes );
-      auto start = std::chrono::steady_clock::now();
-      execute( backend, batchOf( { request, request, request, request, request } ) );
-      return std::chrono::steady_clock::now() - start;
-   };
    constexpr uint32_t kExtraDelay = 1u << 27;  // 50 ms
    constexpr uint32_t kWriteDelay = 3u << 28;  // 20 ms
    constexpr uint32_t kReadDelay = 3u << 30;   // 20 ms
-   EXPECT_GE( duration( writeBytes( 0x48, 0, "x" ), kWriteDelay ), milliseconds( 100 ) );
-   EXPECT_LT( duration( writeBytes( 0x48, 0, "x" ), kReadDelay ), milliseconds( 100 ) );
-   EXPECT_GE( duration( readBytes( 0x48, 0, 1 ), kReadDelay | kExtraDelay ), milliseconds( 350 ) );
+   for ( const auto& [ step, codes, least, most ] :
+         { std::tuple( "48>0078", kWriteDelay, 100, 10000 ),
+           std::tuple( "48>0078", kReadDelay, 0, 100 ),
+           std::tuple( "48<00:1", kReadDelay | kExtraDelay, 350, 10000 ) } ) {
+      Smbus::Request request = requestOf( step );
+      request.set_address( request.address() | codes );
+      auto start = std::chrono::steady_clock::now();
+      execute( backend, batchOf( { request, request, request, request, request } ) );
+      auto duration = std::chrono::steady_clock::now() - start;
+      EXPECT_TRUE( duration >= milliseconds( least ) && duration < milliseconds( most ) ) << least;
+   }
 }
 
 TEST_F( BatchTest, RefusedBatchTouchesNothing ) {
-   EXPECT_EQ(
-      execute( backend, batchOf( { sendByte( 0x70, 1 ), onBus( 9, readBytes( 0x48, 0, 1 ) ) } ) ),
-      "request 2 of 2: read 1 byte, register 0x00, device 0x48, bus 9: no such adapter" );
-   EXPECT_EQ( execute( backend, batchOf( { sendByte( 0x70, 1 ), readBytes( 0x48, 0x123, 1 ) } ) ),
+   EXPECT_EQ( execute( backend, batchOf( { requestOf( "70>01" ), onBus( 9, "48<00:1" ) } ) ),
+              "request 2 of 2: read 1 byte, register 0x00, device 0x48, bus 9: no such adapter" );
+   EXPECT_EQ( execute( backend, batchOf( { requestOf( "70>01" ), readBytes( 0x48, 0x123, 1 ) } ) ),
               "request 2 of 2: read 1 byte, register 0x123, device 0x48, bus 0: register number "
               "0x123 is too wide" );
    Smbus::TransactionRequest tooLong;
@@ -178,84 +156,60 @@ TEST_F( BatchTest, RefusedBatchTouchesNothing ) {
 }
 
 TEST_F( BatchTest, KeepsItsAdaptersToItself ) {
-   std::atomic< int > inside = 0;
-   std::atomic< int > most = 0;
-   auto busy = [ & ] {
-      most = std::max< int >( most, ++inside );
-      std::this_thread::sleep_for( milliseconds( 1 ) );
-      --inside;
-   };
-   backend.adapters[ 1 ].inTransfer = busy;
-   backend.adapters[ 2 ];
+   auto& log = backend.adapters[ 2 ].log;
+   backend.adapters[ 1 ].onTransfer = []( auto& ) { return usleep( 1000 ); };
    // In both orders, so that locking in the batch's order would come to a standstill.
    auto work = [ & ]( uint8_t first, uint8_t second ) {
-      Batch batch( backend );
-      Smbus::TransactionResponse reply;
       for ( int i = 0; i < 50; ++i ) {
-         batch.execute( batchOf( { onBus( first, readBytes( 0x48, 0, 1 ) ),
-                                   onBus( second, sendByte( 0x48, first ) ),
-                                   onBus( first, readBytes( 0x48, 0, 2 ) ) } ),
-                        reply );
-         EXPECT_EQ( reply.failure(), 0 );
+         execute( backend, batchOf( { onBus( first, "48>01" ), onBus( second, "48>02" ),
+                                      onBus( first, "48>03" ) } ) );
       }
    };
-   std::thread other( work, uint8_t{ 2 }, uint8_t{ 1 } );
+   std::jthread other( work, 2, 1 );
    work( 1, 2 );
    other.join();
-   EXPECT_EQ( most, 1 );
-   // Batches never mix: on bus 2 one's requests stand together, the other's is alone.
-   const auto& log = backend.adapters[ 2 ].log;
-   ASSERT_EQ( log.size(), 50u * 3 );
-   for ( size_t i = 0; i < log.size(); ++i ) {
-      if ( log[ i ] == "read 1 byte, register 0x00, device 0x48" ) {
-         EXPECT_EQ( log.at( i + 1 ), "read 2 bytes, register 0x00, device 0x48" ) << i;
-      }
-   }
+   EXPECT_EQ( log.size(), 150u );
+   EXPECT_THAT( fmt::format( "{}", fmt::join( log, " " ) ),
+                testing::MatchesRegex( "((48>02|48>01 48>03) ?)+" ) );
+}
+
+TEST_F( BatchTest, DifferentAdaptersWorkAtTheSameTime ) {
+   std::latch both( 2 );
+   auto work = [ & ]( uint8_t bus ) {
+      backend.adapters[ bus ].onTransfer = [ & ]( auto& ) { return both.arrive_and_wait(), 0; };
+      execute( backend, batchOf( { onBus( bus, "48<00:1" ) } ) );
+   };
+   backend.adapters[ 1 ];
+   std::jthread other( work, 1 );
+   work( 0 );
 }
 
 TEST_F( BatchTest, BackendThatThrowsLeavesNothingLocked ) {
-   adapter.inTransfer = [] { throw std::runtime_error( "bug" ); };
-   Batch batch( backend );
-   Smbus::TransactionResponse reply;
-   EXPECT_THROW( batch.execute( batchOf( { readBytes( 0x48, 0, 1 ) } ), reply ),
-                 std::runtime_error );
+   adapter.onTransfer = []( auto& ) -> int { throw std::runtime_error( "bug" ); };
+   EXPECT_THROW( execute( backend, batchOf( "48<00:1" ) ), std::runtime_error );
    EXPECT_TRUE( adapter.mutex.try_lock() );
    adapter.mutex.unlock();
 }
 
 TEST_F( BatchTest, LongBatchFailsAndStillClosesTheMuxes ) {
-   adapter.inTransfer = [] { std::this_thread::sleep_for( milliseconds( 100 ) ); };
-   Smbus::TransactionResponse reply;
+   adapter.onTransfer = []( auto& ) { return usleep( 100'000 ); };
    Batch( backend, milliseconds( 80 ) )
-      .execute( batchOf( { readBytes( 0x48, 0, 2 ), readBytes( 0x48, 1, 2 ),
-                           readBytes( 0x48, 0, 2 ), sendByte( 0x70, 0 ) } ),
-                reply );
+      .execute( batchOf( "48<00:2 48<01:2 48<00:2 70>00" ), reply );
    EXPECT_EQ( reply.error(),
-              "request 3 of 4: " + kReading + ", bus 0: the batch takes longer than 80ms" );
+              "request 3 of 4: read 2 bytes, register 0x00, device 0x48, bus 0: the batch takes "
+              "longer than 80ms" );
    EXPECT_EQ( reply.failure(), ETIMEDOUT );
-   EXPECT_EQ( adapter.log.back(), "send byte 0x00, device 0x70" );
+   EXPECT_THAT( adapter.log, ElementsAre( "48<00", "48<01", "70>00" ) );
 }
 
 TEST_F( BatchTest, AbsentChipKeepsNobodyWaitingForItsRetries ) {
-   adapter.inTransfer = [] { std::this_thread::sleep_for( milliseconds( 5 ) ); };
-   adapter.errors[ "send byte 0x00, device 0x70" ] = { ENXIO, kForever };
-   auto batch = batchOf( {}, kMaxRetries );
+   adapter.onTransfer = []( auto& ) { return usleep( 5000 ), ENXIO; };
+   Smbus::TransactionRequest batch;
+   batch.set_retry_count( kMaxRetries );
    for ( int i = 0; i < kMaxRequests; ++i ) {
-      *batch.add_request() = onBus( 0, sendByte( 0x70, 0 ) );
+      *batch.add_request() = requestOf( "70>00" );
    }
-   Smbus::TransactionResponse reply;
    Batch( backend, milliseconds( 50 ) ).execute( batch, reply );
    EXPECT_EQ( reply.failure(), ENXIO );
    EXPECT_LT( adapter.log.size(), 40u );
-}
-
-TEST_F( BatchTest, DifferentAdaptersWorkAtTheSameTime ) {
-   std::latch both( 2 );
-   auto meet = [ & ] { both.arrive_and_wait(); };
-   backend.adapters[ 1 ].inTransfer = meet;
-   backend.adapters[ 2 ].inTransfer = meet;
-   std::thread other(
-      [ & ] { execute( backend, batchOf( { onBus( 1, readBytes( 0x48, 0, 1 ) ) } ) ); } );
-   execute( backend, batchOf( { onBus( 2, readBytes( 0x48, 0, 1 ) ) } ) );
-   other.join();
 }

@@ -21,20 +21,25 @@ inline Smbus::Request requestOf( const std::string& step ) {
    size_t colon = step.find( ':' );
    std::string device = bytesOf( step.substr( 0, sign ) );
    std::string bytes = bytesOf( step.substr( sign + 1, colon - sign - 1 ) );
-   auto address = static_cast< uint8_t >( sign ? device[ 0 ] : 0x48 );
-   auto reg = static_cast< uint8_t >( bytes[ 0 ] );
-   if ( step[ sign ] == '>' ) {
-      return bytes.size() == 1 ? sendByte( address, reg )
-                               : writeBytes( address, reg, bytes.substr( 1 ) );
-   }
-   bool hasRegister = !bytes.empty();
-   return readBytes( address, hasRegister ? reg : 0,
-                     hasRegister ? std::stoul( step.substr( colon + 1 ) ) : 0 );
+   uint8_t address = sign ? device[ 0 ] : 0x48;
+   uint8_t reg = bytes[ 0 ];  // 0 where there is none
+   return step[ sign ] == '>'
+             ? writeBytes( address, reg, bytes.substr( 1 ) )
+             : readBytes( address, reg,
+                          colon < step.size() ? std::stoul( step.substr( colon + 1 ) ) : 0 );
 }
 
 inline std::vector< std::string > wordsOf( const std::string& text ) {
    std::istringstream words( text );
    return { std::istream_iterator< std::string >( words ), {} };
+}
+
+inline Smbus::TransactionRequest batchOf( const std::string& steps ) {
+   Smbus::TransactionRequest batch;
+   for ( const std::string& step : wordsOf( steps ) ) {
+      *batch.add_request() = requestOf( step );
+   }
+   return batch;
 }
 
 // A board of one chip, with device id 1.
@@ -60,7 +65,7 @@ class ChipBoard : public SmbusService::Emulator::EmulatedBoard {
          } else if ( step[ mark ] == '=' ) {
             set( 1, step.substr( 0, mark ), std::stod( step.substr( mark + 1 ) ) );
          } else {
-            answers << execute( *this, batchOf( { requestOf( step ) } ) ) << ' ';
+            answers << execute( *this, batchOf( step ) ) << ' ';
          }
       }
       return answers.str();

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <sys/time.h>
+#include <poll.h>
 
 #include <asio/io_context.hpp>
 #include <asio/post.hpp>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,37 +46,26 @@ inline Smbus::Request writeBytes( uint8_t device, uint32_t reg, const std::strin
                    data );
 }
 
-inline Smbus::Request sendByte( uint8_t device, uint8_t value ) {
-   return request( Smbus::REQUEST_WRITE, device, value, 0 );
-}
-
-inline Smbus::TransactionRequest batchOf( std::initializer_list< Smbus::Request > requests,
-                                          uint32_t retries = 0 ) {
+inline Smbus::TransactionRequest batchOf( std::initializer_list< Smbus::Request > requests ) {
    Smbus::TransactionRequest batch;
    for ( const Smbus::Request& request : requests ) {
       *batch.add_request() = request;
    }
-   batch.set_retry_count( retries );
    return batch;
 }
 
 // The answers in hexadecimal with blanks between the responses, or the error's text; before it the
 // id, if there is one.
 inline std::string summary( const Smbus::TransactionResponse& reply ) {
-   std::string id = reply.has_id() ? "#" + std::to_string( reply.id() ) + " " : "";
+   std::string text = reply.has_id() ? "#" + std::to_string( reply.id() ) + " " : "";
    if ( reply.failure() || reply.has_error() ) {
-      return reply.response_size() ? "responses beside an error" : id + reply.error();
+      return reply.response_size() ? "responses beside an error" : text + reply.error();
    }
-   std::string text;
    for ( const Smbus::Response& response : reply.response() ) {
-      text += text.empty() ? "" : " ";
-      text += response.has_data() ? "" : "-";
-      for ( unsigned char byte : response.data() ) {
-         text += "0123456789abcdef"[ byte >> 4 ];
-         text += "0123456789abcdef"[ byte & 15 ];
-      }
+      text += &response == &reply.response( 0 ) ? "" : " ";
+      text += response.has_data() ? hex( response.data() ) : "-";
    }
-   return id + text;
+   return text;
 }
 
 inline std::string execute( SmbusService::Backend& backend,
@@ -111,40 +101,39 @@ constexpr const char* kSensorTopology =
 constexpr const char* kSensorEmulation =
    R"({ "chips": [ { "did": 16, "set": { "temperature": 42.5 } } ] })";
 
+// Within ten seconds.
+inline bool eventually( const std::function< bool() >& condition ) {
+   for ( int i = 0; i < 1000; ++i ) {
+      if ( condition() ) {
+         return true;
+      }
+      usleep( 10'000 );
+   }
+   return false;
+}
+
 // A server in this process.
 class RunningServer {
  public:
    explicit RunningServer( SmbusService::Backend& backend )
-       : path_( directory_.path() / "socket" ),
-         server_( std::in_place, context_, backend, path_, log_ ),
-         thread_( [ this ] { context_.run(); } ) {}
-   ~RunningServer() { stop(); }
-
-   void stop() {
+       : server_( std::in_place, context_, backend, path(), log_ ) {}
+   ~RunningServer() {
       asio::post( context_, [ this ] { server_.reset(); } );
-      if ( thread_.joinable() ) {
-         thread_.join();
-      }
    }
-   const std::string& path() const { return path_; }
+   std::string path() const { return directory_.path() / "socket"; }
 
  private:
    TemporaryDirectory directory_;
-   std::string path_;
    SmbusService::Log log_{ STDERR_FILENO };
    asio::io_context context_;
    std::optional< SmbusService::Server > server_;
-   std::thread thread_;
+   std::jthread thread_{ [ this ] { context_.run(); } };
 };
 
 // A client that may say what it likes.
 class RawClient {
  public:
-   explicit RawClient( const std::string& path )
-       : descriptor_( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) ) {
-      sockaddr_un address = addressOf( path );
-      connect( descriptor_, reinterpret_cast< sockaddr* >( &address ), sizeof address );
-   }
+   explicit RawClient( const std::string& path ) : descriptor_( socketAt( path, connect ) ) {}
    ~RawClient() { close( descriptor_ ); }
    RawClient( const RawClient& ) = delete;
    RawClient& operator=( const RawClient& ) = delete;
@@ -156,14 +145,14 @@ class RawClient {
 
    // The summary of the next reply; "closed" or "silence" when there is none.
    std::string receive( int timeoutMs = 10000 ) {
-      timeval limit{ .tv_sec = timeoutMs / 1000, .tv_usec = timeoutMs % 1000 * 1000 };
-      setsockopt( descriptor_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit );
-      std::string payload;
-      if ( !receivePayload( descriptor_, payload ) ) {
-         return errno == EAGAIN ? "silence" : "closed";
+      pollfd entry{ descriptor_, POLLIN, 0 };
+      if ( poll( &entry, 1, timeoutMs ) == 0 ) {
+         return "silence";
       }
+      std::string payload;
       Smbus::TransactionResponse reply;
-      return reply.ParseFromString( payload ) ? summary( reply ) : "garbage";
+      bool hasCome = receivePayload( descriptor_, payload ) && reply.ParseFromString( payload );
+      return hasCome ? summary( reply ) : "closed";
    }
 
  private:

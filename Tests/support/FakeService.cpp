@@ -1,23 +1,13 @@
 #include "Tests/support/FakeService.h"
 
 #include <fmt/format.h>
+#include <signal.h>
 
 #include <cstdlib>
 
 namespace Tests {
 
 namespace {
-
-// Tests send a megabyte, too.
-std::string hex( const std::string& bytes ) {
-   std::string text( 2 * bytes.size(), '\0' );
-   char* digit = text.data();
-   for ( unsigned char byte : bytes ) {
-      *digit++ = "0123456789abcdef"[ byte >> 4 ];
-      *digit++ = "0123456789abcdef"[ byte & 15 ];
-   }
-   return text;
-}
 
 std::string lineOf( const Smbus::Request& request ) {
    static constexpr const char* types[] = { "read", "write", "process-call", "block-read",
@@ -31,12 +21,9 @@ std::string lineOf( const Smbus::Request& request ) {
 }  // namespace
 
 FakeService::FakeService( std::vector< Script > scripts )
-    : listener_( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) ) {
-   std::string path = directory_.path() / "socket";
-   sockaddr_un address = addressOf( path );
-   bind( listener_, reinterpret_cast< sockaddr* >( &address ), sizeof address );
+    : listener_( socketAt( directory_.path() / "socket", bind ) ) {
    listen( listener_, 8 );
-   setenv( "PL_SMBUS_SOCKET", path.c_str(), 1 );
+   setenv( "PL_SMBUS_SOCKET", ( directory_.path() / "socket" ).c_str(), 1 );
    thread_ = std::thread( [ this, scripts ] { run( scripts ); } );
 }
 
@@ -44,24 +31,17 @@ FakeService::~FakeService() {
    ending_ = true;
    shutdown( listener_, SHUT_RDWR );
    shutdown( client_, SHUT_RDWR );
-   finish();
+   thread_.join();
    close( listener_ );
 }
 
-void FakeService::finish() {
-   if ( thread_.joinable() ) {
-      thread_.join();
-   }
-}
-
 void FakeService::run( const std::vector< Script >& scripts ) {
+   sigset_t signals;  // are the client's to handle
+   sigfillset( &signals );
+   pthread_sigmask( SIG_BLOCK, &signals, nullptr );
    for ( const Script& script : scripts ) {
-      int client = accept4( listener_, nullptr, nullptr, SOCK_CLOEXEC );
-      if ( client < 0 ) {
-         return;
-      }
-      client_ = client;
-      if ( !ending_ ) {
+      int client = client_ = accept4( listener_, nullptr, nullptr, SOCK_CLOEXEC );
+      if ( client >= 0 && !ending_ ) {
          script( *this, client );
       }
       client_ = -1;

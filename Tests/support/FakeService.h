@@ -25,9 +25,6 @@ class FakeService {
    void serve( int socket );
    bool serveOne( int socket );
 
-   // Waits until every script has run.
-   void finish();
-
    // The requests of the latest batch, one line each:
    //    read 2 reg 00 address 02000048   write 1 reg 01 address 02000048 data 40 flag
    std::vector< std::string > requests;

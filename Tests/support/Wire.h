@@ -12,11 +12,22 @@
 // Frames and sockets by hand.
 namespace Tests {
 
-inline sockaddr_un addressOf( const std::string& path ) {
-   sockaddr_un address{};
-   address.sun_family = AF_UNIX;
+inline std::string hex( const std::string& bytes ) {
+   std::string text;
+   for ( unsigned char byte : bytes ) {
+      text += "0123456789abcdef"[ byte >> 4 ];
+      text += "0123456789abcdef"[ byte & 15 ];
+   }
+   return text;
+}
+
+// A new socket that bind() or connect() has tied to a path.
+inline int socketAt( const std::string& path, int ( *tie )( int, const sockaddr*, socklen_t ) ) {
+   sockaddr_un address{ AF_UNIX, {} };
    path.copy( address.sun_path, sizeof address.sun_path - 1 );
-   return address;
+   int result = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
+   tie( result, reinterpret_cast< sockaddr* >( &address ), sizeof address );
+   return result;
 }
 
 inline bool sendBytes( int socket, const std::string& bytes ) {
@@ -30,10 +41,9 @@ inline std::string frameOf( const google::protobuf::MessageLite& message ) {
    return frame;
 }
 
-// The bytes that come next; fewer when the connection ends, or when nothing comes in time: EAGAIN.
+// The bytes that come next; fewer when the connection ends.
 inline std::string receiveBytes( int socket, size_t count ) {
    std::string bytes( count, '\0' );
-   errno = 0;
    ssize_t size = count ? recv( socket, bytes.data(), count, MSG_WAITALL ) : 0;
    bytes.resize( static_cast< size_t >( std::max< ssize_t >( size, 0 ) ) );
    return bytes;
@@ -41,13 +51,13 @@ inline std::string receiveBytes( int socket, size_t count ) {
 
 // Whether a whole frame has come.
 inline bool receivePayload( int socket, std::string& payload ) {
-   using namespace PlatformLibrary;
-   std::string header = receiveBytes( socket, Frame::kHeaderSize );
-   if ( header.size() < Frame::kHeaderSize ) {
+   std::string header = receiveBytes( socket, PlatformLibrary::Frame::kHeaderSize );
+   if ( header.size() < PlatformLibrary::Frame::kHeaderSize ) {
       return false;
    }
-   payload = receiveBytes( socket, Frame::payloadLength( header.data() ) );
-   return payload.size() == Frame::payloadLength( header.data() );
+   size_t length = PlatformLibrary::Frame::payloadLength( header.data() );
+   payload = receiveBytes( socket, length );
+   return payload.size() == length;
 }
 
 }  // namespace Tests
