@@ -42,7 +42,8 @@ std::string whyNoAnswer( int socket ) {
       return whyNothingCame( count );
    }
    std::string payload( std::min< size_t >( Frame::payloadLength( header ), kLongestAnswer ), 0 );
-   count = recv( socket, payload.data(), payload.size(), MSG_WAITALL );
+   // Waiting for no bytes at all would last until something comes.
+   count = payload.empty() ? 0 : recv( socket, payload.data(), payload.size(), MSG_WAITALL );
    Smbus::TransactionResponse answer;
    if ( count != static_cast< ssize_t >( payload.size() ) || !answer.ParseFromString( payload ) ) {
       return "its answer is malformed";
