@@ -8,92 +8,69 @@ using testing::StartsWith;
 namespace Tests {
 namespace {
 
-const std::string kBoards = LUMEN_SOURCE_DIR "/Boards/";
+const std::string kDemo = "--board Boards/demo --emulate ";
+const std::string kMinimal = "--board Boards/minimal --emulate ";
 
-// A command on the demo board, with its own emulated chips.
-Outcome demo( std::vector< std::string > command ) {
-   command.insert( command.begin(), { "--board", kBoards + "demo", "--emulate" } );
-   return lumen( command );
-}
-
-struct Row {
-   std::vector< std::string > command;
-   int status;
-   std::string output;  // all of it
-   std::string errors;  // a part
-};
-
-void expectOutcome( const Row& row, const Outcome& outcome ) {
-   EXPECT_EQ( outcome.status, row.status ) << outcome.errors;
-   EXPECT_EQ( outcome.output, row.output );
-   EXPECT_THAT( outcome.errors, HasSubstr( row.errors ) );
-}
-
-TEST( Commands, AnswerOnTheDemoBoard ) {
-   for ( const Row& row : std::initializer_list< Row >{
-            { { "get", "intake-duct" }, 0, "-7.25 C\n", "" },
-            { { "get", "nowhere" }, 2, "", "no object \"nowhere\"; it has chassis, inlet" },
-            { { "get", "\x1b[31m" }, 2, "", "\" [31m\"" },
-            { { "set", "module-reset", "0" }, 0, "0\n", "" },
-            { { "set", "module-reset", "1" }, 0, "1\n", "" },
-            { { "set", "module-reset", "2" }, 2, "", "a GPIO cannot be set to \"2\"; give 0 or 1" },
-            { { "set", "inlet", "20" }, 2, "", "only an led, fan or gpio" },
-            { { "watch", "--set", "x" }, 2, "", "--set x: give NAME=VALUE" },
-            { { "smbus", "eeprom1", "i2c-read", "0", "6" },
-              0,
-              "0x70 0x6f 0x72 0x74 0x20 0x31\n",
-              "" },
-            { { "smbus", "eeprom2", "read-byte", "5" }, 0, "0x32\n", "" },
-            { { "smbus", "eeprom1", "read-word", "4" }, 0, "0x3120\n", "" },
-            { { "smbus", "eeprom1", "receive-byte" }, 0, "0x70\n", "" },
-            { { "smbus", "eeprom1", "i2c-write", "0x10", "1", "2" }, 0, "", "" },
-            { { "--json", "smbus", "eeprom1", "write-byte", "0x10", "0xaa" },
-              0,
-              "{\n  \"board\": \"" + kBoards +
-                 "demo\",\n  \"object\": \"eeprom1\",\n  "
-                 "\"operation\": \"write-byte\",\n  \"answer\": \"\",\n  \"ok\": true\n}\n",
-              "" },
-            { { "smbus", "eeprom1", "write-byte", "0", "0x100" },
-              2,
-              "",
-              "no number from 0 to 255" },
-            { { "smbus", "eeprom1", "i2c-read", "0", "0" }, 2, "", "LENGTH must be at least 1" },
-            { { "smbus", "eeprom1", "read-byte" }, 2, "", "use: smbus NAME read-byte REG" },
-            { { "smbus", "eeprom1", "peek" }, 2, "", "no SMBus operation \"peek\"" },
-            { { "smbus", "inlet", "read-byte", "0" }, 2, "", "needs an object of kind smbus" } } ) {
-      expectOutcome( row, demo( row.command ) );
+TEST( Commands, PrintWhatIsAsked ) {
+   const std::pair< std::string, const char* > rows[] = {
+      { kMinimal + "status",
+        "object  kind         reading  unit   limits  state\n"
+        "board   temp_sensor     31.5  C     70 / 80  ok\n" },
+      { kDemo + "get intake-duct", "-7.25 C\n" },
+      { kDemo + "set module-reset 0", "0\n" },
+      { kDemo + "set module-reset 1", "1\n" },
+      { kDemo + "smbus eeprom1 i2c-read 0 6", "0x70 0x6f 0x72 0x74 0x20 0x31\n" },
+      { kDemo + "smbus eeprom2 read-byte 5", "0x32\n" },
+      { kDemo + "smbus eeprom1 read-word 4", "0x3120\n" },
+      { kDemo + "smbus eeprom1 receive-byte", "0x70\n" },
+      { kDemo + "smbus eeprom1 i2c-write 0x10 1 2", "" },
+      { kDemo + "--json smbus eeprom1 write-byte 0x10 0xaa",
+        "{\n  \"board\": \"Boards/demo\",\n  \"object\": \"eeprom1\",\n  "
+        "\"operation\": \"write-byte\",\n  \"answer\": \"\",\n  \"ok\": true\n}\n" },
+   };
+   for ( const auto& [ command, output ] : rows ) {
+      Outcome outcome = lumen( command );
+      EXPECT_EQ( outcome.status, 0 ) << outcome.errors;
+      EXPECT_EQ( outcome.output, output ) << command;
    }
 }
 
-TEST( Usage, EndsWithStatusTwo ) {
-   const std::string minimal = kBoards + "minimal";
-   for ( const Row& row : std::initializer_list< Row >{
-            { {}, 2, "", "--board is required" },
-            { { "--board", minimal }, 2, "", "subcommand is required" },
-            { { "--board", minimal, "get" }, 2, "", "NAME is required" },
-            { { "--board", minimal, "watch", "--interval", "nan" }, 2, "", "nan is not in range" },
-            { { "--board", minimal, "--emulate", "--socket", "x", "status" }, 2, "", "excludes" },
-            { { "--board", "/none", "--emulate", "status" }, 2, "", "/none: no such board folder" },
-            { { "--board", minimal, "--emulate", "--library", "/none.so", "status" },
-              2,
-              "",
-              "cannot load the driver library: /none.so" },
-            { { "--board", minimal, "--emulate", "--library", "libm.so.6", "status" },
-              2,
-              "",
-              "libm.so.6 is no driver library: it has no pl_system_init" } } ) {
-      expectOutcome( row, lumen( row.command ) );
+TEST( Commands, RefuseWhatCannotBeWithStatusTwo ) {
+   const std::pair< std::string, const char* > rows[] = {
+      { kDemo + "get nowhere", "no object \"nowhere\"; it has chassis, inlet" },
+      { kDemo + "get '\x1b[31m'", "\" [31m\"" },
+      { kDemo + "set module-reset 2", "a GPIO cannot be set to \"2\"; give 0 or 1" },
+      { kDemo + "set inlet 20", "only an led, fan or gpio" },
+      { kDemo + "watch --set x", "--set x: give NAME=VALUE" },
+      { kDemo + "smbus eeprom1 write-byte 0 0x100", "no number from 0 to 255" },
+      { kDemo + "smbus eeprom1 i2c-read 0 0", "LENGTH must be at least 1" },
+      { kDemo + "smbus eeprom1 read-byte", "use: smbus NAME read-byte REG" },
+      { kDemo + "smbus eeprom1 peek", "no SMBus operation \"peek\"" },
+      { kDemo + "smbus inlet read-byte 0", "needs an object of kind smbus" },
+      { "", "--board is required" },
+      { kMinimal, "subcommand is required" },
+      { kMinimal + "get", "NAME is required" },
+      { kMinimal + "watch --interval nan", "nan is not in range" },
+      { kMinimal + "--socket x status", "excludes" },
+      { "--board /none --emulate status", "/none: no such board folder" },
+      { kMinimal + "--library /none.so status", "cannot load the driver library: /none.so" },
+      { kMinimal + "--library libm.so.6 status",
+        "libm.so.6 is no driver library: it has no pl_system_init" },
+   };
+   for ( const auto& [ command, errors ] : rows ) {
+      Outcome outcome = lumen( command );
+      EXPECT_EQ( outcome.status, 2 ) << command;
+      EXPECT_EQ( outcome.output, "" ) << command;
+      EXPECT_THAT( outcome.errors, HasSubstr( errors ) );
    }
 }
 
 TEST( Output, ThatIsLostIsNoSuccess ) {
-   const std::string program = "exec timeout 20 " LUMEN_BIN_DIR "/lumen --board " + kBoards;
    for ( const char* command :
          { "status", "--json status", "watch --interval 0.05", "check", "--help" } ) {
       for ( const char* errors : { "", " 2>&1" } ) {
-         Outcome outcome = Process( "/bin/sh", { "-c", program + "minimal --emulate " + command +
-                                                          " > /dev/full" + errors } )
-                              .wait();
+         Outcome outcome =
+            Process( "timeout 20 lumen " + kMinimal + command + " >/dev/full" + errors ).wait();
          EXPECT_EQ( outcome.status, 1 ) << command << errors;
          EXPECT_THAT( outcome.errors, HasSubstr( *errors ? "" : "the output is lost" ) ) << command;
       }
@@ -101,16 +78,14 @@ TEST( Output, ThatIsLostIsNoSuccess ) {
 }
 
 TEST( Watch, SetsFirst ) {
-   Outcome outcome =
-      demo( { "watch", "--set", "module-reset=1", "--count", "2", "--interval", "0.05" } );
+   Outcome outcome = lumen( kDemo + "watch --set module-reset=1 --count 2 --interval 0.05" );
    EXPECT_EQ( outcome.status, 0 ) << outcome.errors;
    EXPECT_THAT( outcome.output,
                 testing::ContainsRegex( "module-reset +gpio +1 (.|\n)*\n\nobject" ) );
 }
 
 TEST( Watch, EndsOnAnInterrupt ) {
-   Process watch( "lumen",
-                  { "--board", kBoards + "minimal", "--emulate", "watch", "--interval", "30" } );
+   Process watch( "lumen " + kMinimal + "watch --interval 30" );
    watch.awaitOutput();
    Outcome outcome = watch.end( SIGINT );
    EXPECT_EQ( outcome.status, 0 ) << outcome.errors;
