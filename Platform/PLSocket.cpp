@@ -41,6 +41,10 @@ int fail( int error ) {
    return -1;
 }
 
+bool isTransient( int error ) {
+   return error == EINTR || error == EAGAIN;
+}
+
 // Those that have connected.
 std::vector< PLSocket* >& sockets() {
    static auto& list = *new std::vector< PLSocket* >;
@@ -99,12 +103,12 @@ int PLSocket::connectToService() {
                   .tv_usec = static_cast< suseconds_t >( timeoutMs_ % 1000 * 1000 ) };
    setsockopt( fd_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit );
    setsockopt( fd_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit );
-   while ( connect( fd_, reinterpret_cast< sockaddr* >( &address ), sizeof address ) < 0 ) {
-      if ( errno != EINTR ) {
-         int error = errno == EAGAIN ? ETIMEDOUT : errno;
-         cleanup();
-         return fail( error );
-      }
+   int result = TEMP_FAILURE_RETRY(
+      connect( fd_, reinterpret_cast< sockaddr* >( &address ), sizeof address ) );
+   if ( result < 0 ) {
+      int error = errno == EAGAIN ? ETIMEDOUT : errno;
+      cleanup();
+      return fail( error );
    }
    return 0;
 }
@@ -196,18 +200,18 @@ std::string PLSocket::reasonFor( int error ) const {
    }
 }
 
+// The first call blocks for as long as the socket's time limit allows; later ones only move what
+// waitFor() has announced.
 int PLSocket::sendFrame() {
    size_t sent = 0;
-   while ( true ) {
-      int flags = MSG_NOSIGNAL | ( sent ? MSG_DONTWAIT : 0 );
+   for ( int flags = MSG_NOSIGNAL;; flags |= MSG_DONTWAIT ) {
       ssize_t count = send( fd_, request_.data() + sent, request_.size() - sent, flags );
-      if ( count >= 0 ) {
-         sent += static_cast< size_t >( count );
-         if ( sent == request_.size() ) {
-            return 0;
-         }
-      } else if ( errno != EINTR && errno != EAGAIN ) {
+      if ( count < 0 && !isTransient( errno ) ) {
          return -1;
+      }
+      sent += static_cast< size_t >( std::max< ssize_t >( count, 0 ) );
+      if ( sent == request_.size() ) {
+         return 0;
       }
       if ( waitFor( POLLOUT ) < 0 ) {
          return -1;
@@ -215,37 +219,29 @@ int PLSocket::sendFrame() {
    }
 }
 
-// The first call blocks for as long as the socket's time limit allows; later ones only take what
-// waitFor() has announced.
 int PLSocket::receiveFrame() {
    received_ = 0;
-   size_t expected = 0;  // 0 until the header is here
-   if ( buffer_.size() < kReceiveSize ) {
-      buffer_.resize( kReceiveSize );
-   }
+   buffer_.resize( std::max( buffer_.size(), kReceiveSize ) );
    for ( int flags = 0;; flags = MSG_DONTWAIT ) {
       ssize_t count = recv( fd_, buffer_.data() + received_, buffer_.size() - received_, flags );
       if ( count == 0 ) {
          return fail( ECONNRESET );
       }
-      if ( count > 0 ) {
-         received_ += static_cast< uint32_t >( count );
-      } else if ( errno != EINTR && errno != EAGAIN ) {
+      if ( count < 0 && !isTransient( errno ) ) {
          return -1;
       }
-      if ( !expected && received_ >= lengthWanted_ ) {
+      received_ += static_cast< uint32_t >( std::max< ssize_t >( count, 0 ) );
+      if ( received_ >= lengthWanted_ ) {
          lengthBuffer_.assign( buffer_, 0, lengthWanted_ );
          payload_ = Frame::payloadLength( lengthBuffer_.data() );
-         if ( payload_ > Frame::kMaxPayload ) {
+         size_t expected = lengthWanted_ + size_t{ payload_ };
+         if ( payload_ > Frame::kMaxPayload || received_ > expected ) {
             return broken( kMalformed );
          }
-         expected = lengthWanted_ + payload_;
-         if ( buffer_.size() < expected ) {
-            buffer_.resize( expected );
+         if ( received_ == expected ) {
+            return 0;
          }
-      }
-      if ( expected && received_ >= expected ) {
-         return received_ == expected ? 0 : broken( kMalformed );
+         buffer_.resize( std::max( buffer_.size(), expected ) );
       }
       if ( waitFor( POLLIN ) < 0 ) {
          return -1;
@@ -253,26 +249,15 @@ int PLSocket::receiveFrame() {
    }
 }
 
+// Returns early after a signal.
 int PLSocket::waitFor( short events ) const {
-   while ( true ) {
-      int left = millisecondsLeft();
-      if ( left <= 0 ) {
-         return fail( ETIMEDOUT );
-      }
-      pollfd descriptor{ fd_, events, 0 };
-      int ready = poll( &descriptor, 1, left );
-      if ( ready > 0 ) {
-         return 0;
-      }
-      if ( ready < 0 && errno != EINTR ) {
-         return -1;
-      }
-   }
-}
-
-int PLSocket::millisecondsLeft() const {
    int64_t left = ( pending_.back() - monotonicNow() + 999'999 ) / 1'000'000;
-   return static_cast< int >( std::clamp< int64_t >( left, 0, timeoutMs_ ) );
+   if ( left <= 0 ) {
+      return fail( ETIMEDOUT );
+   }
+   pollfd descriptor{ fd_, events, 0 };
+   int ready = poll( &descriptor, 1, static_cast< int >( left ) );
+   return ready < 0 && !isTransient( errno ) ? -1 : 0;
 }
 
 }  // namespace PlatformLibrary

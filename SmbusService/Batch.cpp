@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <functional>
+#include <set>
 #include <system_error>
 #include <thread>
 
@@ -38,15 +38,8 @@ std::string wordsFor( int error ) {
    }
 }
 
-// Also when a backend throws.
-struct Unlock {
-   std::vector< std::unique_lock< std::mutex > >& locks;
-   ~Unlock() { locks.clear(); }
-};
-
 void pauseAfter( const Transfer& transfer ) {
-   bool reads = transfer.type == Smbus::REQUEST_READ || transfer.type == Smbus::REQUEST_BLOCK_READ;
-   auto delay = reads ? transfer.address.readDelay : transfer.address.writeDelay;
+   auto delay = transfer.writes() ? transfer.address.writeDelay : transfer.address.readDelay;
    if ( delay.count() ) {
       std::this_thread::sleep_for( delay );
    }
@@ -57,8 +50,7 @@ void pauseAfter( const Transfer& transfer ) {
 void Batch::execute( const Smbus::TransactionRequest& batch, Smbus::TransactionResponse& reply ) {
    reply.Clear();
    if ( prepare( batch, reply ) ) {
-      Unlock unlockAtTheEnd{ locks_ };
-      lockAdapters();
+      auto locks = lockAdapters();
       run( std::min( batch.retry_count(), kMaxRetries ), reply );
    }
 }
@@ -100,18 +92,16 @@ bool Batch::prepare( const Smbus::TransactionRequest& batch, Smbus::TransactionR
 
 // In the order of their places in memory, the same for every batch, so that two batches never wait
 // for each other.
-void Batch::lockAdapters() {
-   adapters_.clear();
+std::vector< std::unique_lock< std::mutex > > Batch::lockAdapters() const {
+   std::set< Adapter* > adapters;
    for ( const Step& step : steps_ ) {
-      if ( adapters_.empty() || adapters_.back() != step.adapter ) {
-         adapters_.push_back( step.adapter );
-      }
+      adapters.insert( step.adapter );
    }
-   std::sort( adapters_.begin(), adapters_.end(), std::less<>() );
-   auto end = std::unique( adapters_.begin(), adapters_.end() );
-   for ( auto adapter = adapters_.begin(); adapter != end; ++adapter ) {
-      locks_.emplace_back( ( *adapter )->mutex );
+   std::vector< std::unique_lock< std::mutex > > locks;
+   for ( Adapter* adapter : adapters ) {
+      locks.emplace_back( adapter->mutex );
    }
+   return locks;
 }
 
 void Batch::run( uint32_t retries, Smbus::TransactionResponse& reply ) {
@@ -162,15 +152,10 @@ bool Batch::lastsFor( std::chrono::milliseconds time ) {
 }
 
 size_t Batch::firstReset() const {
-   size_t first = steps_.size();
-   while ( first > 0 ) {
-      const Transfer& transfer = steps_[ first - 1 ].transfer;
-      if ( !transfer.isSendByte() || transfer.reg != 0 ) {
-         break;
-      }
-      --first;
-   }
-   return first;
+   auto last = std::find_if_not( steps_.rbegin(), steps_.rend(), []( const Step& step ) {
+      return step.transfer.isSendByte() && step.transfer.reg == 0;
+   } );
+   return static_cast< size_t >( steps_.rend() - last );
 }
 
 void Batch::refuse( int error, std::string_view why, Smbus::TransactionResponse& reply ) const {

@@ -39,7 +39,7 @@ class Batch {
    };
 
    bool prepare( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
-   void lockAdapters();
+   std::vector< std::unique_lock< std::mutex > > lockAdapters() const;
    void run( uint32_t retries, Smbus::TransactionResponse& );
    int attempt( const Step&, uint32_t retries, std::string& answer );
    bool lastsFor( std::chrono::milliseconds time );
@@ -54,8 +54,6 @@ class Batch {
    Clock::time_point start_;  // zero until somebody asks how long the batch lasts
    std::vector< Step > steps_;
    size_t count_ = 0;  // requests in the batch
-   std::vector< Adapter* > adapters_;
-   std::vector< std::unique_lock< std::mutex > > locks_;
    std::string scratch_;
 };
 

@@ -40,15 +40,12 @@ std::optional< Outline > outlineOf( const char* payload, size_t size ) {
    Outline outline;
    while ( uint32_t tag = input.ReadTag() ) {
       uint32_t id;
-      if ( tag == kIdTag ) {
-         if ( !input.ReadLittleEndian32( &id ) ) {
-            return std::nullopt;
-         }
+      outline.requests += tag == kRequestTag;
+      if ( tag == kIdTag && input.ReadLittleEndian32( &id ) ) {
          outline.id = id;
       } else if ( !WireFormatLite::SkipField( &input, tag ) ) {
-         return std::nullopt;
+         break;
       }
-      outline.requests += tag == kRequestTag;
    }
    return input.ConsumedEntireMessage() ? std::optional( outline ) : std::nullopt;
 }
@@ -178,22 +175,17 @@ bool Connection::sendReply() {
    if ( !Frame::encode( reply_, output_ ) ) {
       return false;
    }
-   Clock::time_point due{};
-   for ( size_t sent = 0; sent < output_.size(); ) {
-      if ( sent ) {
-         due = due == Clock::time_point{} ? Clock::now() + kTimeLimit : due;
-         if ( Clock::now() > due ) {
-            return false;
-         }
-      }
+   auto due = Clock::now() + kTimeLimit;
+   size_t sent = 0;
+   while ( sent < output_.size() && Clock::now() <= due ) {
       ssize_t count =
          send( descriptor_, output_.data() + sent, output_.size() - sent, MSG_NOSIGNAL );
       if ( count < 0 && errno != EINTR ) {
          return false;
       }
-      sent += count > 0 ? static_cast< size_t >( count ) : 0;
+      sent += static_cast< size_t >( std::max< ssize_t >( count, 0 ) );
    }
-   return true;
+   return sent == output_.size();
 }
 
 }  // namespace SmbusService

@@ -90,10 +90,7 @@ void serve( Backend& backend, const std::string& path, pid_t owner, int report )
 // Empty when the child listens.
 std::string readReport( int report ) {
    char text[ 1024 ];
-   ssize_t size;
-   do {
-      size = read( report, text, sizeof text );
-   } while ( size < 0 && errno == EINTR );
+   ssize_t size = TEMP_FAILURE_RETRY( read( report, text, sizeof text ) );
    if ( size == 1 && text[ 0 ] == '\0' ) {
       return {};
    }
@@ -104,11 +101,7 @@ std::string readReport( int report ) {
 // The pipe ends with the child.
 bool waitForEnd( int life ) {
    pollfd entry{ life, POLLIN, 0 };
-   int ready;
-   do {
-      ready = poll( &entry, 1, kStopLimitMs );
-   } while ( ready < 0 && errno == EINTR );
-   return ready > 0;
+   return TEMP_FAILURE_RETRY( poll( &entry, 1, kStopLimitMs ) ) > 0;
 }
 
 }  // namespace
@@ -158,8 +151,7 @@ void EmbeddedService::stop() {
       if ( !waitForEnd( life_ ) ) {
          kill( child_, SIGKILL );
       }
-      while ( waitpid( child_, nullptr, 0 ) < 0 && errno == EINTR ) {
-      }
+      TEMP_FAILURE_RETRY( waitpid( child_, nullptr, 0 ) );
    }
    if ( life_ >= 0 ) {
       close( life_ );

@@ -70,10 +70,6 @@ Listener::Listener( asio::io_context& context, std::string path )
       // chmod(), which adds what the process's umask took away.
       fchmod( acceptor_.native_handle(), kMode );
       acceptor_.bind( endpoint );
-   } catch ( const asio::system_error& error ) {
-      refuse( path_, error.code().message() );
-   }
-   try {
       file_ = fileNumber( path_ );
       chmod( path_.c_str(), kMode );
       acceptor_.listen();

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace SmbusService {
 
 namespace {
@@ -34,14 +36,7 @@ bool registerFits( const Transfer& transfer ) {
 
 // Bytes of data that the request must carry.
 uint32_t dataSize( const Transfer& transfer ) {
-   switch ( transfer.type ) {
-      case Smbus::REQUEST_WRITE:
-      case Smbus::REQUEST_BLOCK_WRITE:
-      case Smbus::REQUEST_PROCESS_CALL:
-         return transfer.size;
-      default:
-         return 0;
-   }
+   return transfer.writes() ? transfer.size : 0;
 }
 
 }  // namespace
@@ -50,21 +45,15 @@ AdapterId AdapterId::of( Smbus::MasterType master,
                          uint32_t pci,
                          uint8_t accelerator,
                          uint8_t bus ) {
-   switch ( master ) {
-      case Smbus::MASTER_SCD:
-      case Smbus::MASTER_CELESTICA:
-         return { master, pci, accelerator, bus };
-      case Smbus::MASTER_FB_DOM_FPGA:
-         return { master, pci, 0, bus };
-      default:
-         return { master, pci, 0, 0 };
-   }
+   bool hasAccelerators = master == Smbus::MASTER_SCD || master == Smbus::MASTER_CELESTICA;
+   bool hasBusses = hasAccelerators || master == Smbus::MASTER_FB_DOM_FPGA;
+   return { master, pci, hasAccelerators ? accelerator : uint8_t{}, hasBusses ? bus : uint8_t{} };
 }
 
 uint32_t Transfer::answerLimit() const {
    switch ( type ) {
       case Smbus::REQUEST_READ:
-         return size ? size : 1;
+         return std::max( size, 1u );
       case Smbus::REQUEST_PROCESS_CALL:
          return 2;
       case Smbus::REQUEST_BLOCK_READ:

@@ -44,6 +44,7 @@ struct Transfer {
       return type == Smbus::REQUEST_READ || type == Smbus::REQUEST_BLOCK_READ ||
              type == Smbus::REQUEST_PROCESS_CALL;
    }
+   bool writes() const { return type != Smbus::REQUEST_READ && type != Smbus::REQUEST_BLOCK_READ; }
    bool isSendByte() const { return type == Smbus::REQUEST_WRITE && size == 0; }
    bool isReceiveByte() const { return type == Smbus::REQUEST_READ && size == 0; }
 

@@ -52,7 +52,6 @@ class PLSocket {
    int sendFrame();
    int receiveFrame();
    int waitFor( short events ) const;
-   int millisecondsLeft() const;
 
    int fd_ = -1;
    uint32_t timeoutMs_ = 0;
