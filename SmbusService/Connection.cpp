@@ -54,22 +54,18 @@ bool isTransient( int error ) {
    return error == EINTR || error == EAGAIN;
 }
 
+// Also returns after a signal.
 bool waitUntilReadable( int descriptor, std::chrono::steady_clock::time_point due ) {
-   while ( true ) {
-      auto left =
-         std::chrono::ceil< std::chrono::milliseconds >( due - std::chrono::steady_clock::now() );
-      pollfd entry{ descriptor, POLLIN, 0 };
-      int ready = poll( &entry, 1, static_cast< int >( std::max< int64_t >( left.count(), 0 ) ) );
-      if ( ready >= 0 || errno != EINTR ) {
-         return ready > 0;
-      }
-   }
+   auto left =
+      std::chrono::ceil< std::chrono::milliseconds >( due - std::chrono::steady_clock::now() );
+   pollfd entry{ descriptor, POLLIN, 0 };
+   return poll( &entry, 1, static_cast< int >( std::max< int64_t >( left.count(), 0 ) ) ) != 0;
 }
 
 }  // namespace
 
 Connection::Connection( int descriptor, Backend& backend )
-    : descriptor_( descriptor ), batch_( backend ), input_( kReceiveSize ) {
+    : descriptor_( descriptor ), batch_( backend ) {
    timeval limit{ .tv_sec = kTimeLimit.count(), .tv_usec = 0 };
    setsockopt( descriptor_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit );
 }
@@ -108,9 +104,7 @@ void Connection::giveBack() {
    if ( input_.size() <= kKeptSize && output_.size() <= kKeptSize ) {
       return;
    }
-   std::vector< char > input( std::max( kReceiveSize, end_ - begin_ ) );
-   std::copy( input_.begin() + begin_, input_.begin() + end_, input.begin() );
-   input_ = std::move( input );
+   input_ = std::vector< char >( input_.begin() + begin_, input_.begin() + end_ );
    end_ -= begin_;
    begin_ = 0;
    std::string().swap( output_ );
@@ -124,7 +118,7 @@ void Connection::finish() {
 }
 
 bool Connection::receiveFrame() {
-   Clock::time_point due{};
+   Clock::time_point due = Clock::time_point::max();
    while ( true ) {
       size_t available = end_ - begin_;
       size_t wanted = Frame::kHeaderSize;
@@ -146,29 +140,25 @@ bool Connection::receiveFrame() {
 
 // A client may be silent for as long as it likes, but not within a frame.
 bool Connection::receiveMore( size_t wanted, Clock::time_point& due ) {
-   if ( begin_ != end_ ) {
-      if ( due == Clock::time_point{} ) {
-         due = Clock::now() + kTimeLimit;
-      }
+   bool isWithinFrame = begin_ != end_;
+   if ( isWithinFrame ) {
+      due = std::min( due, Clock::now() + kTimeLimit );
       if ( !waitUntilReadable( descriptor_, due ) ) {
          return false;
       }
    }
    makeRoom( wanted );
-   ssize_t count = recv( descriptor_, input_.data() + end_, input_.size() - end_, 0 );
-   if ( count > 0 ) {
-      end_ += static_cast< size_t >( count );
-   }
+   ssize_t count = recv( descriptor_, input_.data() + end_, input_.size() - end_,
+                         isWithinFrame ? MSG_DONTWAIT : 0 );
+   end_ += static_cast< size_t >( std::max< ssize_t >( count, 0 ) );
    return count > 0 || ( count < 0 && isTransient( errno ) );
 }
 
 void Connection::makeRoom( size_t wanted ) {
+   input_.resize( std::max( { input_.size(), wanted, kReceiveSize } ) );
    memmove( input_.data(), input_.data() + begin_, end_ - begin_ );
    end_ -= begin_;
    begin_ = 0;
-   if ( input_.size() < wanted ) {
-      input_.resize( wanted );
-   }
 }
 
 bool Connection::sendReply() {
