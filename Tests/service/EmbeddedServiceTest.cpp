@@ -10,41 +10,33 @@ using namespace SmbusService;
 
 namespace {
 
-std::string readThrough( const std::string& path ) {
-   RawClient client( path );
-   return client.send( batchOf( { readBytes( 0x48, 0, 2 ) } ) ) ? client.receive() : "no service";
-}
-
 bool isRemoved( const std::string& path ) {
    return !std::filesystem::exists( std::filesystem::path( path ).parent_path() );
 }
 
-class EmbeddedServiceTest : public testing::Test {
- protected:
-   BoardFolder folder{ kSensorTopology, kSensorEmulation };
-};
-
 }  // namespace
 
-TEST_F( EmbeddedServiceTest, ServesUntilItsEnd ) {
+TEST( EmbeddedServiceTest, ServesUntilItsEnd ) {
+   BoardFolder folder;
    std::string path;
    {
       EmbeddedService service( folder.path() );
       path = service.path();
-      EXPECT_EQ( readThrough( path ), "2a80" );
+      EXPECT_EQ( RawClient( path ).ask( kReading ), kReadingReply );
       if ( fork() == 0 ) {
          service.~EmbeddedService();  // a copy of the object in a child of the owner's
          _exit( 0 );
       }
       wait( nullptr );
-      EXPECT_EQ( readThrough( path ), "2a80" );
+      EXPECT_EQ( RawClient( path ).ask( kReading ), kReadingReply );
    }
    EXPECT_EQ( wait( nullptr ), -1 ) << "no child is left";
    EXPECT_TRUE( isRemoved( path ) );
    EXPECT_THROW( EmbeddedService( "/nonexistent" ), std::runtime_error );
 }
 
-TEST_F( EmbeddedServiceTest, OutlivesAnInterruptButNotItsOwner ) {
+TEST( EmbeddedServiceTest, OutlivesAnInterruptButNotItsOwner ) {
+   BoardFolder folder;
    constexpr int kFromTheTerminal[] = { SIGINT, SIGQUIT, SIGHUP };
    int ends[ 2 ];
    ASSERT_EQ( pipe( ends ), 0 );
@@ -63,7 +55,7 @@ TEST_F( EmbeddedServiceTest, OutlivesAnInterruptButNotItsOwner ) {
    for ( int number : kFromTheTerminal ) {
       kill( -owner, number );
    }
-   EXPECT_EQ( readThrough( path ), "2a80" );
+   EXPECT_EQ( RawClient( path ).ask( kReading ), kReadingReply );
    kill( owner, SIGKILL );
    waitpid( owner, nullptr, 0 );
    EXPECT_TRUE( eventually( [ & ] { return isRemoved( path ); } ) );

@@ -44,14 +44,14 @@ TEST( LogTest, NeitherWaitsForAFullPipeNorFloodsItNorLosesALineSilently ) {
 }
 
 TEST( ServiceProcessTest, ServesSixtyFourClientsAlsoWhereNobodyReadsItsMessages ) {
-   BoardFolder folder( kSensorTopology, kSensorEmulation );
+   BoardFolder folder;
    std::string path = folder.path() + "/socket";
    Process service( "/bin/bash",
                     { "-c", "exec " LUMEN_BIN_DIR "/lumen-smbusd --emulate " + folder.path() +
                                " --socket " + path + " >/dev/full 2> >(true)" } );
    std::list< RawClient > clients;
    auto connects = [ & ] {
-      bool isSent = clients.emplace_back( path ).send( batchOf( { readBytes( 0x48, 0, 2 ) } ) );
+      bool isSent = clients.emplace_back( path ).send( kReading );
       return isSent || ( clients.pop_back(), false );
    };
    EXPECT_TRUE( eventually( connects ) );
@@ -62,9 +62,10 @@ TEST( ServiceProcessTest, ServesSixtyFourClientsAlsoWhereNobodyReadsItsMessages 
    EXPECT_EQ( clients.back().receive(), "closed" );
    clients.pop_back();
    for ( RawClient& client : clients ) {
-      EXPECT_EQ( client.receive(), "2a80" );
+      EXPECT_EQ( client.receive(), kReadingReply );
    }
    clients.clear();
-   EXPECT_TRUE( eventually( [ & ] { return connects() && clients.back().receive() == "2a80"; } ) );
+   EXPECT_TRUE(
+      eventually( [ & ] { return connects() && clients.back().receive() == kReadingReply; } ) );
    EXPECT_EQ( service.end( SIGTERM ).status, 0 );
 }

@@ -17,22 +17,12 @@ using testing::HasSubstr;
 
 namespace {
 
-const Smbus::TransactionRequest kReading = batchOf( { readBytes( 0x48, 0, 2 ) } );
-constexpr const char* kReadingReply = "2a80";
-
 class ServerTest : public testing::Test {
  protected:
-   BoardFolder folder{ kSensorTopology, kSensorEmulation };
+   BoardFolder folder;
    std::unique_ptr< Emulator::EmulatedBoard > board = folder.load();
    RunningServer server{ *board };
    RawClient client{ server.path() };
-
-   // Works for a healthy client, whatever others have done.
-   void expectService() {
-      RawClient other( server.path() );
-      EXPECT_TRUE( other.send( kReading ) );
-      EXPECT_EQ( other.receive(), kReadingReply );
-   }
 };
 
 // Lets the test hold a transfer for as long as it likes.
@@ -74,8 +64,7 @@ TEST_F( ServerTest, AnswersFramesHoweverTheyArrive ) {
    EXPECT_EQ( client.receive(), "" ) << "an empty batch";
    EXPECT_EQ( client.receive(), kReadingReply );
    EXPECT_EQ( client.receive( 20 ), "silence" );
-   EXPECT_TRUE( client.send( frame.substr( 7 ) ) );
-   EXPECT_EQ( client.receive(), kReadingReply );
+   EXPECT_EQ( client.ask( frame.substr( 7 ) ), kReadingReply );
 }
 
 TEST_F( ServerTest, BrokenFramesCloseTheConnectionOnly ) {
@@ -86,10 +75,10 @@ TEST_F( ServerTest, BrokenFramesCloseTheConnectionOnly ) {
       RawClient broken( server.path() );
       broken.send( bytes );
       EXPECT_EQ( broken.receive( 3000 ), "closed" ) << "at once: " << bytes;
-      expectService();
+      EXPECT_EQ( client.ask( kReading ), kReadingReply );
    }
-   { RawClient( server.path() ).send( frameOf( kReading ).substr( 0, 9 ) ); }
-   expectService();
+   RawClient( server.path() ).send( frameOf( kReading ).substr( 0, 9 ) );
+   EXPECT_EQ( client.ask( kReading ), kReadingReply );
 }
 
 TEST_F( ServerTest, BatchOfTooManyRequestsCostsNoMemory ) {
@@ -98,11 +87,9 @@ TEST_F( ServerTest, BatchOfTooManyRequestsCostsNoMemory ) {
    for ( int i = 0; i < 256; ++i ) {
       *batch.add_request() = readBytes( 0x48, 1, 1 );
    }
-   client.send( batch );
-   EXPECT_EQ( client.receive().size(), 3 + 3 * 256 - 1u );
+   EXPECT_EQ( client.ask( batch ).size(), 3 + 3 * 256 - 1u );
    batch.add_request();
-   client.send( batch );
-   EXPECT_EQ( client.receive(), "#7 257 requests in a batch, at most 256" );
+   EXPECT_EQ( client.ask( batch ), "#7 257 requests in a batch, at most 256" );
 
    auto peakMegabytes = [] {
       rusage usage{};
@@ -127,7 +114,7 @@ TEST_F( ServerTest, DawdlingClientsDelayNobody ) {
    std::string frames = frameOf( batchOf( { readBytes( 0x48, 0, 8192 ) } ) );
    for ( int i = 0; i < 1000 && client.send( frames ); ++i ) {
    }
-   expectService();
+   EXPECT_EQ( RawClient( server.path() ).ask( kReading ), kReadingReply );
 }
 
 TEST_F( ServerTest, ServesTheClientOfThePlatformLibrary ) {

@@ -75,12 +75,21 @@ inline std::string execute( SmbusService::Backend& backend,
    return summary( reply );
 }
 
+// One TMP75, device id 16 and address 0x48, on the I2C adapter.
+constexpr const char* kSensorTopology =
+   R"([ { "type": "I2C", "ham": "LumenSmbus", "id": 0, "devices": [
+   { "did": 16, "driver": "TMP75", "address": { "address": 72 } } ] } ])";
+constexpr const char* kSensorEmulation =
+   R"({ "chips": [ { "did": 16, "set": { "temperature": 42.5 } } ] })";
+inline const Smbus::TransactionRequest kReading = batchOf( { readBytes( 0x48, 0, 2 ) } );
+constexpr const char* kReadingReply = "2a80";
+
 // A board in a temporary folder.
 class BoardFolder {
  public:
-   BoardFolder( const std::string& topology,
-                const std::string& emulation,
-                const std::string& objects = R"({ "objects": [] })" ) {
+   explicit BoardFolder( const std::string& topology = kSensorTopology,
+                         const std::string& emulation = kSensorEmulation,
+                         const std::string& objects = R"({ "objects": [] })" ) {
       std::ofstream( path() + "/topology.json" ) << topology;
       std::ofstream( path() + "/emulation.json" ) << emulation;
       std::ofstream( path() + "/objects.json" ) << objects;
@@ -93,13 +102,6 @@ class BoardFolder {
  private:
    TemporaryDirectory directory_;
 };
-
-// One TMP75, device id 16 and address 0x48, on the I2C adapter.
-constexpr const char* kSensorTopology =
-   R"([ { "type": "I2C", "ham": "LumenSmbus", "id": 0, "devices": [
-   { "did": 16, "driver": "TMP75", "address": { "address": 72 } } ] } ])";
-constexpr const char* kSensorEmulation =
-   R"({ "chips": [ { "did": 16, "set": { "temperature": 42.5 } } ] })";
 
 // Within ten seconds.
 inline bool eventually( const std::function< bool() >& condition ) {
@@ -142,6 +144,8 @@ class RawClient {
 
    bool send( const std::string& bytes ) { return sendBytes( descriptor_, bytes ); }
    bool send( const Smbus::TransactionRequest& batch ) { return send( frameOf( batch ) ); }
+
+   std::string ask( const auto& what ) { return send( what ) ? receive() : "no service"; }
 
    // The summary of the next reply; "closed" or "silence" when there is none.
    std::string receive( int timeoutMs = 10000 ) {
