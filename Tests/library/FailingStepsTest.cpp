@@ -29,25 +29,23 @@ struct Output {
 
 using Run = std::function< pl_status( Component::HardwareDevice& device, Output output[] ) >;
 
-// A driver's operation with these arguments, and an output when it has one more parameter.
+// A driver's operation, or that of its GPIO, with these arguments, and an output when it has one
+// more parameter.
 template < typename Driver, typename... Parameters, typename... Arguments >
 Run on( pl_status ( Driver::*operation )( Parameters... ), Arguments... arguments ) {
    return [ = ]( Component::HardwareDevice& device, Output output[] ) {
-      auto& driver = dynamic_cast< Driver& >( device );
-      if constexpr ( sizeof...( Parameters ) == sizeof...( Arguments ) ) {
-         return ( driver.*operation )( arguments... );
+      Driver* driver;
+      if constexpr ( std::is_same_v< Driver, Gpio > ) {
+         driver =
+            device.newGpio( Tests::argumentsOf( { { "register", "1" }, { "bitpos", "0" } } ) );
       } else {
-         return ( driver.*operation )( arguments..., *output );
+         driver = &dynamic_cast< Driver& >( device );
       }
-   };
-}
-
-template < typename... Parameters >
-Run onBit( pl_status ( Gpio::*operation )( Parameters... ) ) {
-   return [ = ]( Component::HardwareDevice& device, [[maybe_unused]] Output output[] ) {
-      std::unique_ptr< Gpio > gpio(
-         device.newGpio( Tests::argumentsOf( { { "register", "1" }, { "bitpos", "0" } } ) ) );
-      return ( gpio.get()->*operation )( static_cast< Parameters >( *output )... );
+      if constexpr ( sizeof...( Parameters ) == sizeof...( Arguments ) ) {
+         return ( driver->*operation )( arguments... );
+      } else {
+         return ( driver->*operation )( arguments..., *output );
+      }
    };
 }
 
@@ -84,9 +82,9 @@ const struct {
    { "Max6658", 2, on( &Max6658::getTemperature, kLocal ) },
    { "Max6658", 1, on( &Max6658::getThreshold, kLocal, Max6658::Threshold::Alert ) },
    { "Max6658", 1, on( &Max6658::setThreshold, kLocal, Max6658::Threshold::Alert, 5 ) },
-   { "GpioDriver", 2, onBit( &Gpio::bitSet ) },
-   { "GpioDriver", 2, onBit( &Gpio::bitClear ) },
-   { "GpioDriver", 1, onBit( &Gpio::bitRead ) },
+   { "GpioDriver", 2, on( &Gpio::bitSet ) },
+   { "GpioDriver", 2, on( &Gpio::bitClear ) },
+   { "GpioDriver", 1, on( &Gpio::bitRead ) },
    { "PCA9555", 1, on( &GPIOExpander::getInBank, 1 ) },
    { "PCA9555", 1, on( &GPIOExpander::getOutBank, 1 ) },
    { "PCA9555", 2, on( &GPIOExpander::writeConfig, kConfiguration ) },
@@ -103,7 +101,7 @@ TEST( FailingSteps, EndTheOperation ) {
                                           << &operation - kOperations << ", step " << step );
          Tests::FakeHam ham;
          ham.load( 0xFF, "0468" );
-         ham.afterWrite = [ & ]( uint32_t reg ) { ham.load( reg, "0000" ); };
+         ham.fixed = { 0xC4 };
          Component::HardwareDevice* device = Tests::createDevice(
             operation.driver, ham, { { "bank-io-0", "0" }, { "bank-io-1", "0" } } );
          ham.log.clear();

@@ -59,9 +59,8 @@ struct Kind {
    std::span< const uintptr_t > table = {};
    const std::type_info* type = nullptr;
 
-   std::unique_ptr< Tests::ObjectImage > image() const {
-      return std::make_unique< Tests::ObjectImage >( *type, table.data(), *xcvrType ? 2 : 1,
-                                                     kPort );
+   Tests::ObjectImage image() const {
+      return { *type, table.data(), size_t{ *xcvrType ? 2u : 1u }, kPort };
    }
 };
 
@@ -199,7 +198,7 @@ TEST_F( HostObjects, CallbacksReachTheOperationsOfTheirNames ) {
          }
          auto call = reinterpret_cast< Callback* >( row.table[ word++ ] );
          traces.take();
-         EXPECT_EQ( call( image->structure(), 1, 1, 1, 1, 1, 1 ) - Tests::kSlotStatus,
+         EXPECT_EQ( call( image.structure(), 1, 1, 1, 1, 1, 1 ) - Tests::kSlotStatus,
                     row.slots.empty() ? row.firstSlot + index : row.slots.at( index ) );
          EXPECT_EQ( Tests::TraceLog::lastFormat, format );
          EXPECT_THAT( traces.lines,
@@ -228,9 +227,9 @@ TEST_F( HostObjects, AddTracesTheStepThatFailedElseGivesTheStructure ) {
          EXPECT_EQ( traces.lines.back(), before );
       }
       auto image = row.image();
-      Maker::made = image->object();
+      Maker::made = image.object();
       Tests::calledSlots.clear();
-      EXPECT_EQ( row.add( json.c_str() ), image->structure() );
+      EXPECT_EQ( row.add( json.c_str() ), image.structure() );
       using Slots = std::vector< size_t >;
       EXPECT_EQ( Tests::calledSlots, row.factory == "newTempSensor" ? Slots( { 2, 3 } ) : Slots() );
 
@@ -375,8 +374,8 @@ TEST_F( HostObjects, MultiDevicesAddTheirMembersThroughTheEntryPoints ) {
    device->deviceDriverArgsIs( { { "right", member } } );
    EXPECT_EQ( device->getDeviceDriverArg( "left" ), nullptr );
    auto fan = kFan.image();
-   Maker::made = fan->object();
-   EXPECT_EQ( device->addFan( "right" ), fan->structure() );
+   Maker::made = fan.object();
+   EXPECT_EQ( device->addFan( "right" ), fan.structure() );
 }
 
 TEST_F( HostObjects, RawEndpointsAreFoundByTheirLabel ) {

@@ -27,34 +27,30 @@ pl_status answerWithSlot( void* ) {
 class ObjectImage {
  public:
    ObjectImage( const std::type_info& type, const void* ops, size_t wordsBefore, uintptr_t id )
-       : table_( tableOf( type, std::make_index_sequence< kSlots >() ) ) {
-      words_[ 0 ] = reinterpret_cast< uintptr_t >( &table_[ kBeforeSlots ] );
-      words_[ 1 ] = id;
-      structure_ = &words_[ wordsBefore ];
-      structure_[ 1 ] = reinterpret_cast< uintptr_t >( ops );
-      structure_[ 2 ] = reinterpret_cast< uintptr_t >( words_.data() );
+       : table_( tableOf( type, std::make_index_sequence< kSlots >() ) ),
+         words_{ &table_[ 2 ], reinterpret_cast< void* >( id ) },
+         structure_( &words_[ wordsBefore ] ) {
+      structure_[ 1 ] = ops;
+      structure_[ 2 ] = words_;
    }
    ObjectImage( const ObjectImage& ) = delete;
-   ObjectImage& operator=( const ObjectImage& ) = delete;
 
-   void* object() { return words_.data(); }
+   void* object() { return words_; }
    void* structure() { return structure_; }
 
  private:
    static constexpr size_t kSlots = 18;
-   static constexpr size_t kBeforeSlots = 2;  // offset to the top, type information
 
-   using Table = std::array< uintptr_t, kBeforeSlots + kSlots >;
+   using Table = std::array< const void*, 2 + kSlots >;  // offset to the top, type, slots
 
-   template < size_t... kSlotNumbers >
-   static Table tableOf( const std::type_info& type, std::index_sequence< kSlotNumbers... > ) {
-      return { uintptr_t{ 0 }, reinterpret_cast< uintptr_t >( &type ),
-               reinterpret_cast< uintptr_t >( answerWithSlot< kSlotNumbers > )... };
+   template < size_t... kNumbers >
+   static Table tableOf( const std::type_info& type, std::index_sequence< kNumbers... > ) {
+      return { nullptr, &type, reinterpret_cast< const void* >( answerWithSlot< kNumbers > )... };
    }
 
    Table table_;
-   std::array< uintptr_t, 8 > words_{};
-   uintptr_t* structure_;
+   const void* words_[ 8 ];
+   const void** structure_;
 };
 
 }  // namespace Tests

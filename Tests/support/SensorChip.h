@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -13,8 +12,8 @@ namespace Tests {
 constexpr float kUntouched = -1000;  // in an output that must stay as it is
 
 // "channel=1; page=2" as a map.
-inline std::map< std::string, std::string > pairsOf( const std::string& text ) {
-   std::map< std::string, std::string > pairs;
+inline DriverArguments pairsOf( const std::string& text ) {
+   DriverArguments pairs;
    std::istringstream items( text );
    for ( std::string item; std::getline( items >> std::ws, item, ';' ); ) {
       size_t equals = item.find( '=' );
@@ -25,24 +24,19 @@ inline std::map< std::string, std::string > pairsOf( const std::string& text ) {
 
 // A chip on a fake HAM with one temperature sensor, used as the host uses it. A TMP46x identifies
 // itself as a TMP468 and opens its lock, an IR357x as an IR3570A. Arguments and registers (both
-// hexadecimal) are given as pairs: "channel=1", "09=e0; 01=2a".
+// hexadecimal) are given as pairs: "channel=1", "09=e0; 01=2a". The failing step is of its start.
 class SensorChip {
  public:
    explicit SensorChip( const std::string& driver,
                         const std::string& arguments = "",
-                        const std::string& registers = "" ) {
-      ham.load( 0xFF, "0468" );
-      ham.afterWrite = [ this ]( uint32_t reg ) {
-         if ( reg == 0xC4 ) {
-            ham.load( reg, "0000" );
-         }
-      };
-      ham.load( 0x9A, "0124" );
-      ham.load( 0x9B, "0103" );
+                        const std::string& registers = "",
+                        size_t failingStep = 0 ) {
+      ham.fixed = { 0xC4 };
+      load( "ff=0468; 9a=0124; 9b=0103" );
       load( registers );
-      DriverArguments driverArgs = pairsOf( arguments );
-      device = createDevice( driver, ham, driverArgs );
-      sensor.reset( device->newTempSensor( argumentsOf( driverArgs ) ) );
+      ham.failNth( failingStep, PL_STATUS_FAILURE );
+      device = createDevice( driver, ham, pairsOf( arguments ) );
+      sensor.reset( device->newTempSensor( argumentsOf( pairsOf( arguments ) ) ) );
       initLog.swap( ham.log );
    }
 
