@@ -7,9 +7,7 @@
 #include "Tests/support/TraceLog.h"
 #include "Topology/Topology.h"
 
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsSupersetOf;
+using namespace testing;
 
 namespace {
 
@@ -29,11 +27,7 @@ class EntryPoints : public testing::Test {
 };
 
 TEST_F( EntryPoints, EveryInitTracesItsNameAndSharesOneConnection ) {
-   struct Row {
-      const char* name;
-      pl_status ( *init )( const char* );
-   };
-   constexpr Row rows[] = {
+   const std::pair< std::string, pl_status ( * )( const char* ) > rows[] = {
       { "pl_system_init", pl_system_init },
       { "pl_slot_init", pl_slot_init },
       { "pl_led_init", pl_led_init },
@@ -44,12 +38,13 @@ TEST_F( EntryPoints, EveryInitTracesItsNameAndSharesOneConnection ) {
       { "pl_psu_init", pl_psu_init },
       { "pl_gpio_init", pl_gpio_init },
    };
-   for ( const Row& row : rows ) {
-      EXPECT_EQ( row.init( "[]" ), PL_STATUS_OK );
-      auto lines = traces.take();
-      EXPECT_EQ( lines.at( 0 ), "0 " + std::string( row.name ) );
-      EXPECT_EQ( lines.at( 1 ), "5 " + std::string( row.name ) + ": json = []" );
+   for ( const auto& [ name, init ] : rows ) {
+      traces.take();
+      EXPECT_EQ( init( "[]" ), PL_STATUS_OK );
+      EXPECT_EQ( traces.lines.at( 0 ), "0 " + name );
+      EXPECT_EQ( traces.lines.at( 1 ), "5 " + name + ": json = []" );
    }
+   traces.take();
    EXPECT_EQ( pl_smbus_init( "[]" ), PL_STATUS_OK );
    EXPECT_EQ( traces.lines.at( 0 ), "7 pl_smbus_init\n" );
    EXPECT_EQ( traces.lines.at( 1 ), "0 pl_smbus_init" );
@@ -74,11 +69,6 @@ TEST_F( EntryPoints, ReadATemperature ) {
                           "0 setting alert threshold", "0 setting critical threshold" ) );
    EXPECT_THAT( service.requests, ElementsAre( "write 1 reg 01 address 02000048 data 40" ) );
 
-   float celsius = 0;
-   EXPECT_EQ( sensor->ops->get_temperature( sensor, &celsius ), PL_STATUS_OK );
-   EXPECT_EQ( celsius, -0.125f );
-   EXPECT_THAT( traces.lines, Contains( "6 pl_status Drivers::TMP75::getTemperature(float*)" ) );
-
    pl_temp_sensor* second = pl_temp_sensor_add(
       R"( { "driver": "NoSuchChip", "did": 1, "address": { "address": 1 } } )", 1, 2 );
    EXPECT_NE( second, nullptr );
@@ -89,18 +79,21 @@ TEST_F( EntryPoints, ReadATemperature ) {
 
 TEST_F( EntryPoints, SayWhyADeviceCannotBeMade ) {
    ASSERT_EQ( pl_temp_sensor_init( kBoard ), PL_STATUS_OK );
-   const std::pair< const char*, std::vector< std::string > > rows[] = {
+   const std::pair< const char*, const char* > rows[] = {
+      { "{", "0 failed to load device from json: Missing a name for object member. offset 1" },
       { R"( { "driver": "GenericPCA9555", "did": 1, "address": { "address": 1 } } )",
-        { "0 driver GenericPCA9555 not found" } },
+        "0 driver GenericPCA9555 not found" },
+      { R"( { "driver": "GenericPCA9555", "did": 1, "address": { "address": 1 } } )",
+        "0 factory function returned a null object" },
       { R"( { "driver": "TMP75", "did": 9, "address": { "address": 1 } } )",
-        { "0 failed to create Ham" } },
+        "0 failed to create Ham" },
       { R"( { "driver": "TMP75", "did": 9, "isMultiDevice": true, "multiDeviceArgs": {} } )",
-        { "0 driver TMP75 makes no MultiDevice; \"isMultiDevice\" must not be true" } },
+        "0 driver TMP75 makes no MultiDevice; \"isMultiDevice\" must not be true" },
    };
-   for ( const auto& [ json, lines ] : rows ) {
+   for ( const auto& [ json, line ] : rows ) {
       traces.take();
       EXPECT_EQ( pl_temp_sensor_add( json, 0, 0 ), nullptr );
-      EXPECT_THAT( traces.lines, IsSupersetOf( lines ) ) << json;
+      EXPECT_THAT( traces.lines, Contains( line ) ) << json;
    }
    EXPECT_DEATH( pl_temp_sensor_add( R"( { "driver": "TMP75", "did": 1, "provideHam": 0,
                                            "address": { "address": 1 } } )",
@@ -114,9 +107,7 @@ TEST_F( EntryPoints, ASystemRecordNeedsNoDevice ) {
    EXPECT_NE( first, second );
    EXPECT_EQ( first->host, nullptr );
    EXPECT_EQ( first->ops->size, sizeof( pl_system_ops ) );
-   for ( pl_unused_slot slot : first->ops->unused ) {
-      EXPECT_EQ( slot, nullptr );
-   }
+   EXPECT_THAT( first->ops->unused, Each( nullptr ) );
    EXPECT_EQ( traces.lines.at( 0 ), "0 DefaultSystemImpl::pl_system_add('{ not json')" );
 }
 
@@ -128,7 +119,6 @@ TEST( LibraryInit, ReportsAnAbsentServiceAndStartsOver ) {
                                             "0 pl_x_init: socket Setup failed!" ) );
    EXPECT_EQ( _plSock, nullptr );
    EXPECT_EQ( plSockInit( "pl_x_init", 1 ), PL_STATUS_IO_ERROR );
-   EXPECT_EQ( Topology::_topology, nullptr );
    Tests::FakeService service;
    EXPECT_EQ( lumenLibraryInit( "pl_x_init", "[]", 1 ), PL_STATUS_OK );
    EXPECT_NE( _plSock, nullptr );

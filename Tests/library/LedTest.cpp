@@ -7,10 +7,7 @@
 #include "Components/Led.h"
 #include "Tests/support/TraceLog.h"
 
-using ::testing::AllOf;
-using ::testing::ElementsAre;
-using ::testing::Gt;
-using ::testing::Le;
+using namespace testing;
 
 namespace {
 
@@ -29,10 +26,10 @@ namespace {
 
 class TestLed : public Component::LogicalDevice::Led {
  public:
-   TestLed( char name, std::string& heard ) : name_( name ), heard_( heard ) {}
+   TestLed( char itsName, std::string& log ) : name( itsName ), heard( log ) {}
 
    bool handleBlinkTimer( bool phase ) override {
-      heard_ += name_;
+      heard += name;
       lastPhase = phase;
       return !drops;
    }
@@ -43,40 +40,19 @@ class TestLed : public Component::LogicalDevice::Led {
    using Led::blinkTimer_;
    using Led::notifyList_;
 
+   const char name;
+   std::string& heard;
    bool drops = false;
    bool lastPhase = false;
-
-   char name() const { return name_; }
-
- private:
-   char name_;
-   std::string& heard_;
 };
-
-// Names of the LEDs that are still notified, in order.
-std::string notified() {
-   std::string names;
-   for ( auto led : TestLed::notifyList_ ) {
-      names += static_cast< TestLed* >( led )->name();
-   }
-   return names;
-}
 
 class LedBlink : public testing::Test {
  protected:
    LedBlink() {
-      TestLed::notifyList_.clear();
-      TestLed::blinkPeriod_ = 0;
       TestLed::createBlinkTimer();
-      pl_timer_run();  // what an earlier test left armed
-      TestLed::blinkStatus_ = false;
-   }
-   ~LedBlink() override {
-      TestLed::notifyList_.clear();
-      TestLed::blinkPeriod_ = period;
+      TestLed::blinkPeriod_ = 0;
    }
 
-   const int period = TestLed::blinkPeriod_;
    std::string heard;
    TestLed a{ 'A', heard };
    TestLed b{ 'B', heard };
@@ -85,34 +61,34 @@ class LedBlink : public testing::Test {
 };
 
 TEST_F( LedBlink, TickWalksTheListAndSkipsTheLedBehindADroppedOne ) {
-   struct Row {
-      const char* blinking;
-      const char* dropping;
-      const char* heard;
-      const char* left;
-   };
-   constexpr Row rows[] = {
-      { "ABC", "", "ABC", "ABC" },     { "ABC", "A", "AC", "BC" },     { "ABC", "B", "AB", "AC" },
+   const std::tuple< const char*, const char*, const char*, const char* > rows[] = {
+      { "ABC", "", "ABC", "ABC" },   { "ABC", "A", "AC", "BC" },  { "ABC", "B", "AB", "AC" },
       { "ABC", "C", "ABCAB", "AB" },  // behind the last one comes the first
-      { "A", "A", "A", "" },           { "AB", "AB", "A", "B" },       { "ABC", "ABC", "ACB", "" },
-      { "ABCD", "BD", "ABDAC", "AC" }, { "ABCD", "ABCD", "AC", "BD" },
+      { "AB", "AB", "A", "B" },      { "ABC", "ABC", "ACB", "" }, { "ABCD", "BD", "ABDAC", "AC" },
    };
-   for ( const Row& row : rows ) {
+   for ( const auto& [ blinking, dropping, told, left ] : rows ) {
+      SCOPED_TRACE( Message() << blinking << " dropping " << dropping );
       TestLed::notifyList_.clear();
       heard.clear();
       for ( TestLed* led : { &a, &b, &c, &d } ) {
-         led->drops = strchr( row.dropping, led->name() );
-         if ( strchr( row.blinking, led->name() ) ) {
+         led->drops = strchr( dropping, led->name );
+         if ( strchr( blinking, led->name ) ) {
             TestLed::notifyOnBlink( led );
          }
       }
       TestLed::handleBlinkTimerCallback( nullptr );
-      EXPECT_EQ( heard, row.heard ) << row.blinking << " dropping " << row.dropping;
-      EXPECT_EQ( notified(), row.left ) << row.blinking << " dropping " << row.dropping;
+      EXPECT_EQ( heard, told );
+      std::string names;
+      for ( auto led : TestLed::notifyList_ ) {
+         names += static_cast< TestLed* >( led )->name;
+      }
+      EXPECT_EQ( names, left );
    }
 }
 
 TEST_F( LedBlink, AllLedsShareOnePhaseThatEveryTickToggles ) {
+   Tests::TraceLog traces;
+   TestLed::createBlinkTimer();  // it exists
    TestLed::notifyOnBlink( &a );
    ASSERT_EQ( pl_timer_run(), 1 );
    EXPECT_FALSE( a.lastPhase );
@@ -123,20 +99,24 @@ TEST_F( LedBlink, AllLedsShareOnePhaseThatEveryTickToggles ) {
    EXPECT_TRUE( b.lastPhase );
    a.drops = true;
    ASSERT_EQ( pl_timer_run(), 1 );
-   EXPECT_FALSE( a.lastPhase );
    EXPECT_TRUE( TestLed::blinkStatus_ ) << "toggles when the list becomes empty, too";
    EXPECT_EQ( heard, "AABAA" );
+   EXPECT_THAT(
+      traces.lines,
+      ElementsAre( "4 notifyOnBlink() adding led to blink notification list",
+                   "4 handleBlinkTimerCallback() led blink timer hit notifying 1 leds",
+                   "4 notifyOnBlink() adding led to blink notification list",
+                   "4 handleBlinkTimerCallback() led blink timer hit notifying 2 leds",
+                   "4 handleBlinkTimerCallback() led blink timer hit notifying 1 leds" ) );
 }
 
 TEST_F( LedBlink, TimerRunsWhileALedBlinks ) {
    EXPECT_EQ( pl_timer_wait(), -1 ) << "created, not armed";
    TestLed::blinkPeriod_ = 60000;
    TestLed::notifyOnBlink( &a );
-   EXPECT_THAT( pl_timer_wait(), AllOf( Gt( 50000 ), Le( 60000 ) ) );
    TestLed::blinkPeriod_ = 0;
    TestLed::notifyOnBlink( &b );
-   EXPECT_GT( pl_timer_wait(), 50000 ) << "only the first LED arms";
-
+   EXPECT_THAT( pl_timer_wait(), AllOf( Gt( 50000 ), Le( 60000 ) ) ) << "only the first LED arms";
    TestLed::handleBlinkTimerCallback( nullptr );
    EXPECT_EQ( pl_timer_wait(), 0 ) << "armed again, with the period of now";
    TestLed::notifyList_.clear();
@@ -146,24 +126,8 @@ TEST_F( LedBlink, TimerRunsWhileALedBlinks ) {
    EXPECT_EQ( pl_timer_wait(), 0 );
 }
 
-TEST_F( LedBlink, Traces ) {
-   Tests::TraceLog traces;
-   TestLed::createBlinkTimer();  // it exists
-   TestLed::notifyOnBlink( &a );
-   TestLed::notifyOnBlink( &b );
-   TestLed::handleBlinkTimerCallback( nullptr );
-   EXPECT_THAT(
-      traces.take(),
-      ElementsAre( "4 notifyOnBlink() adding led to blink notification list",
-                   "4 notifyOnBlink() adding led to blink notification list",
-                   "4 handleBlinkTimerCallback() led blink timer hit notifying 2 leds" ) );
-}
-
-TEST( Led, BlinksOnceASecond ) {
+TEST( Led, BlinksOnceASecondAndNamesEveryStatus ) {
    EXPECT_EQ( TestLed::blinkPeriod_, 1000 );
-}
-
-TEST( Led, NamesEveryStatus ) {
    std::string names;
    for ( int status = PL_LED_OFF; status <= PL_LED_BEACON; ++status ) {
       names += TestLed::getLedStatusString( static_cast< pl_led_status >( status ) );
