@@ -18,10 +18,6 @@ constexpr const char* kSensor =
 
 class EntryPoints : public testing::Test {
  protected:
-   EntryPoints() {
-      service.answers = []( const Smbus::Request& ) { return std::string( "\xFF\xE0" ); };
-   }
-
    Tests::FakeService service;
    Tests::TraceLog traces;
 };
@@ -51,7 +47,7 @@ TEST_F( EntryPoints, EveryInitTracesItsNameAndSharesOneConnection ) {
    EXPECT_EQ( pl_led_init( "[" ), PL_STATUS_UNSUPPORTED );
 }
 
-TEST_F( EntryPoints, ReadATemperature ) {
+TEST_F( EntryPoints, AddTracesItsStepsAndSharesTheDevice ) {
    ASSERT_EQ( pl_temp_sensor_init( kBoard ), PL_STATUS_OK );
    traces.take();
    pl_temp_sensor* sensor = pl_temp_sensor_add( kSensor, 75.5f, 90 );
@@ -119,6 +115,7 @@ TEST( LibraryInit, ReportsAnAbsentServiceAndStartsOver ) {
                                             "0 pl_x_init: socket Setup failed!" ) );
    EXPECT_EQ( _plSock, nullptr );
    EXPECT_EQ( plSockInit( "pl_x_init", 1 ), PL_STATUS_IO_ERROR );
+   EXPECT_EQ( Topology::_topology, nullptr );
    Tests::FakeService service;
    EXPECT_EQ( lumenLibraryInit( "pl_x_init", "[]", 1 ), PL_STATUS_OK );
    EXPECT_NE( _plSock, nullptr );

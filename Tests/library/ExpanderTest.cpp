@@ -10,6 +10,8 @@
 #include "Tests/support/TraceLog.h"
 
 using namespace testing;
+using Component::LogicalDevice::Gpio;
+using Tests::DriverArguments;
 
 namespace {
 
@@ -114,8 +116,6 @@ TEST_F( Expander, TracesFailuresAndReadsAgainAfterThem ) {
 
 class PCA9555 : public testing::Test {
  protected:
-   using DriverArguments = Tests::DriverArguments;
-
    // The driver is not in the registry: a board adds it under a name of its own.
    PCA9555() { Drivers::drivers[ "BoardPCA9555" ] = Drivers::GenericPCA9555::create; }
 
@@ -124,10 +124,9 @@ class PCA9555 : public testing::Test {
       return Tests::createDevice( "BoardPCA9555", ham, arguments );
    }
 
-   static std::unique_ptr< Component::LogicalDevice::Gpio > gpioOf(
-      Component::HardwareDevice* device, const DriverArguments& arguments ) {
-      return std::unique_ptr< Component::LogicalDevice::Gpio >(
-         device->newGpio( Tests::argumentsOf( arguments ) ) );
+   static std::unique_ptr< Gpio > gpioOf( Component::HardwareDevice* device,
+                                          const DriverArguments& arguments ) {
+      return std::unique_ptr< Gpio >( device->newGpio( Tests::argumentsOf( arguments ) ) );
    }
 
    Tests::FakeHam ham;
@@ -149,8 +148,7 @@ TEST_F( PCA9555, WritesItsConfigurationWhenCreated ) {
 }
 
 TEST_F( PCA9555, PinsAreGpios ) {
-   auto device = create( ham );
-   auto gpio = gpioOf( device, { { "bank", "1" }, { "bit", "3" } } );
+   auto gpio = gpioOf( create( ham ), { { "bank", "1" }, { "bit", "3" } } );
    ham.log.clear();
    ham.load( 0x03, "10" );
    ham.load( 0x01, "08" );
@@ -158,34 +156,28 @@ TEST_F( PCA9555, PinsAreGpios ) {
    EXPECT_EQ( gpio->bitClear(), PL_STATUS_OK );
    EXPECT_EQ( gpio->bitRead( &value ), PL_STATUS_OK );
    EXPECT_EQ( value, 1u );
-   EXPECT_EQ( gpioOf( device, { { "bank", "1" }, { "bit", "2" } } )->bitRead( &value ),
-              PL_STATUS_OK );
-   EXPECT_EQ( value, 0u );
    EXPECT_THAT( ham.log, ElementsAre( "R8 03", "W8 03=18", "R8 03", "W8 03=10", "R8 01" ) );
-
-   gpio = gpioOf( device, { { "bank", "0" }, { "bit", "0" } } );
-   ham.failOn( "R8", PL_STATUS_FAILURE );
-   EXPECT_EQ( gpio->bitSet(), PL_STATUS_OK ) << "nothing was pending, so nothing failed to save";
-   EXPECT_EQ( gpio->bitClear(), PL_STATUS_OK );
-   value = 7;
-   EXPECT_EQ( gpio->bitRead( &value ), PL_STATUS_FAILURE );
-   EXPECT_EQ( value, 0u );
-   EXPECT_EQ( traces.lines.back(), "0 GenericPCA9555 bitRead() failed!" );
    ham.failOn( "W8", PL_STATUS_IO_ERROR );
    EXPECT_EQ( gpio->bitSet(), PL_STATUS_IO_ERROR );
    EXPECT_EQ( traces.lines.back(), "0 GenericPCA9555 bitSet() failed!" );
    EXPECT_EQ( gpio->bitClear(), PL_STATUS_IO_ERROR );
    EXPECT_EQ( traces.lines.back(), "0 GenericPCA9555 bitClear() failed!" );
+   ham.failOn( "R8", PL_STATUS_FAILURE );
+   EXPECT_EQ( gpio->bitSet(), PL_STATUS_OK ) << "nothing was pending, so nothing failed to save";
+   EXPECT_EQ( gpioOf( create( ham ), { { "bank", "0" }, { "bit", "0" } } )->bitRead( &value ),
+              PL_STATUS_FAILURE );
+   EXPECT_EQ( value, 0u );
+   EXPECT_EQ( traces.lines.back(), "0 GenericPCA9555 bitRead() failed!" );
 }
 
-TEST_F( PCA9555, WhatDoesNotExistEndsTheProcess ) {
-   TestExpander expander{ 3, 2, 0x10, 0x20, 0xFE };
-   bool bit;
-   uint8_t byte;
+TEST_F( Expander, BanksAndBitsThatDoNotExistEndTheProcess ) {
    EXPECT_DEATH( ( void )expander.readBit( 0, 8, &bit ), "Drivers/GPIOExpander.cpp.*`bit <= 7'" );
    EXPECT_DEATH( ( void )expander.writeBit( 0, 8, true ), "`bit <= 7'" );
    EXPECT_DEATH( ( void )expander.getInBank( 3, &byte ), "`n < numBanks_'" );
    EXPECT_DEATH( ( void )expander.writeBit( 24, true ), "`n < numBanks_'" );
+}
+
+TEST_F( PCA9555, MissingArgumentsEndTheProcess ) {
    constexpr const char* kMissing =
       R"(Drivers/GenericPCA9555.cpp.*`it != args\.driverArgs\.end\(\)')";
    EXPECT_DEATH( Tests::createDevice( "BoardPCA9555", ham, { { "bank-io-0", "0" } } ), kMissing );
@@ -204,13 +196,9 @@ TEST_F( PCA9555, WorksOnASimulationFile ) {
    Ham::SimHam simulation;
    auto device = create( simulation );
    EXPECT_EQ( gpioOf( device, { { "bank", "1" }, { "bit", "4" } } )->bitClear(), PL_STATUS_OK );
-   const std::pair< uint32_t, uint8_t > rows[] = {
-      { 1, 0xFF }, { 2, 0xFF }, { 3, 0xEF }, { 7, 0 } };
-   for ( const auto& [ reg, content ] : rows ) {
-      uint8_t byte = 0x55;
-      EXPECT_EQ( simulation.read8( reg, &byte, 1 ), PL_STATUS_OK ) << reg;
-      EXPECT_EQ( byte, content ) << reg;
-   }
+   uint8_t byte = 0;
+   EXPECT_EQ( simulation.read8( 3, &byte, 1 ), PL_STATUS_OK );
+   EXPECT_EQ( byte, 0xEF );
 }
 
 }  // namespace

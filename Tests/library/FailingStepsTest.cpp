@@ -77,6 +77,7 @@ const struct {
    { "TMP46x", 1, on( &TMP46x::getThreshold, 1, TMP46x::Threshold::Alert ) },
    { "TMP46x", 1, on( &TMP46x::setThreshold, 1, TMP46x::Threshold::Alert, 5 ) },
    { "Max6697", 2, on( &Max6697::getTemperature, 1 ) },
+   { "Max6697", 1, on( &Max6697::getTemperature, 2 ) },
    { "Max6697", 1, on( &Max6697::getThreshold, 1, Max6697::Threshold::Alert ) },
    { "Max6697", 1, on( &Max6697::setThreshold, 1, Max6697::Threshold::Alert, 5 ) },
    { "Max6658", 2, on( &Max6658::getTemperature, kLocal ) },

@@ -151,15 +151,9 @@ TEST( RegGpioForDevice, DrivesTheBitOfTheRegister ) {
 }
 
 TEST( Trim, StripsBlanksAndTabsOnly ) {
-   const std::pair< const char*, const char* > rows[] = {
-      { " \tab\t ", "ab" },
-      { "\nab\n", "\nab\n" },
-      { "a \t b", "a \t b" },
-      { " \t \t", "" },
-   };
-   for ( const auto& [ text, trimmed ] : rows ) {
-      EXPECT_EQ( Drivers::trim( text ), trimmed );
-   }
+   EXPECT_EQ( Drivers::trim( " \ta \t b\t " ), "a \t b" );
+   EXPECT_EQ( Drivers::trim( "\nab\r\n" ), "\nab\r\n" );
+   EXPECT_EQ( Drivers::trim( " \t \t" ), "" );
 }
 
 TEST( ZeroChecksum, AddsTheBytesModulo256 ) {
