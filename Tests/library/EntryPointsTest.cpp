@@ -75,12 +75,12 @@ TEST_F( EntryPoints, AddTracesItsStepsAndSharesTheDevice ) {
 
 TEST_F( EntryPoints, SayWhyADeviceCannotBeMade ) {
    ASSERT_EQ( pl_temp_sensor_init( kBoard ), PL_STATUS_OK );
+   constexpr const char* kUnregistered =
+      R"( { "driver": "GenericPCA9555", "did": 1, "address": { "address": 1 } } )";
    const std::pair< const char*, const char* > rows[] = {
       { "{", "0 failed to load device from json: Missing a name for object member. offset 1" },
-      { R"( { "driver": "GenericPCA9555", "did": 1, "address": { "address": 1 } } )",
-        "0 driver GenericPCA9555 not found" },
-      { R"( { "driver": "GenericPCA9555", "did": 1, "address": { "address": 1 } } )",
-        "0 factory function returned a null object" },
+      { kUnregistered, "0 driver GenericPCA9555 not found" },
+      { kUnregistered, "0 factory function returned a null object" },
       { R"( { "driver": "TMP75", "did": 9, "address": { "address": 1 } } )",
         "0 failed to create Ham" },
       { R"( { "driver": "TMP75", "did": 9, "isMultiDevice": true, "multiDeviceArgs": {} } )",

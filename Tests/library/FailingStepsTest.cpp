@@ -9,7 +9,6 @@
 #include "Drivers/Max6658.h"
 #include "Drivers/Max6697.h"
 #include "Drivers/TMP46x.h"
-#include "Drivers/TMP75.h"
 #include "Tests/support/FakeDevice.h"
 
 using namespace Drivers;
@@ -68,7 +67,6 @@ const struct {
    size_t steps;
    Run run;
 } kOperations[] = {
-   { "TMP75", 1, on( &TMP75::getTemperature ) },
    { "LM73", 1, on( &LM73::getTemperature ) },
    { "LM73", 1, on( &LM73::getThreshold ) },
    { "LM73", 2, on( &LM73::setThreshold, 50 ) },

