@@ -17,31 +17,21 @@ namespace {
 using Tests::TemporaryDirectory;
 using Documents = std::map< std::string, std::string >;
 
+std::string textOf( const std::filesystem::path& path ) {
+   std::ifstream file( path );
+   return { std::istreambuf_iterator< char >( file ), {} };
+}
+
+const std::filesystem::path kHere = LUMEN_SOURCE_DIR "/Tests/boardfiles";
+
 // A mux (did 9) with a labelled and a nameless channel below an SCD, and devices of other media.
-const Documents kSound = {
-   { "topology.json", R"([
-   { "type": "SCD", "ham": "H", "pci": 1, "label": "scd", "accelerators": [ { "id": 0, "busses": [
-      { "id": 1, "label": "scd1", "devices": [
-          { "did": 9, "driver": "PCA9548", "address": { "address": 112 } },
-          { "did": 3, "label": "scd1<0x49>" } ],
-        "muxes": [ { "did": 9, "busses": [
-          { "id": 1, "devices": [ { "did": 1, "driver": "TMP75", "address": { "address": 72 },
-            "label": "scd1<0x48>", "driverArgs": { "a/b": 1 }, "components": [ { "uid": 5 } ] } ] },
-          { "id": 2, "label": "second", "devices": [] } ] } ] },
-      { "id": 2 } ] }, { "id": 7 } ] },
-   { "type": "FbDomFpga", "ham": "H", "pci": 1, "busses": [ { "id": 6, "devices": [ { "did": 6 } ] } ] },
-   { "type": "PLM", "ham": "H", "id": 0, "devices": [ { "did": 4, "driver": "X",
-       "isMultiDevice": true, "multiDeviceArgs": { "led": "{}" } } ] },
-   { "type": "LinuxFs", "ham": "H", "devices": [ { "did": 8, "driver": "F", "address": { "address": 1 } } ] } ])" },
-   { "objects.json", R"({ "objects": [
-      { "kind": "temp_sensor", "name": "t", "alert": 70.5, "critical": 80,
-        "device": { "driver": "X", "did": 6, "address": { "address": 73 } } },
-      { "kind": "smbus", "name": "s", "label": "scd1", "address": 72 },
-      { "kind": "xcvr", "name": "x", "device": { "driver": "Y", "did": 1, "uid": 5,
-        "address": { "address": 72 }, "driverArgs": { "id": 1, "type": "sfp" } } } ] })" },
-   { "emulation.json", R"({ "chips": [ { "did": 6, "model": "TMP75", "unplugged": false,
-      "set": { "temperature": 1 }, "contents": "", "faults": [ { "kind": "stuck-mux", "count": 2 } ] } ] })" },
-};
+Documents soundDocuments() {
+   Documents documents;
+   for ( const char* name : { "topology.json", "objects.json", "emulation.json" } ) {
+      documents[ name ] = textOf( kHere / "sound" / name );
+   }
+   return documents;
+}
 
 // Writes the documents to a folder, reads them, and gives back what was found: mistakes, or else
 // warnings. File names stand without the folder.
@@ -72,7 +62,6 @@ struct Edit {
    std::vector< std::string > findings = {};
 };
 
-// "FILE: FROM -> TO", and below it a line with a leading blank for each finding.
 std::vector< Edit > editsIn( const std::string& table ) {
    std::vector< Edit > edits;
    std::istringstream lines( table );
@@ -80,8 +69,9 @@ std::vector< Edit > editsIn( const std::string& table ) {
       size_t colon = line.find( ": " );
       size_t arrow = line.find( " -> " );
       if ( line.starts_with( ' ' ) ) {
-         edits.back().findings.push_back( line.substr( line.find_first_not_of( ' ' ) ) );
-      } else if ( !line.empty() ) {
+         edits.back().findings.push_back( edits.back().file + ": " +
+                                          line.substr( line.find_first_not_of( ' ' ) ) );
+      } else if ( !line.empty() && !line.starts_with( '#' ) ) {
          edits.push_back( { line.substr( 0, colon ) + ".json",
                             line.substr( colon + 2, arrow - colon - 2 ),
                             line.substr( arrow + 4 ) } );
@@ -90,143 +80,19 @@ std::vector< Edit > editsIn( const std::string& table ) {
    return edits;
 }
 
-void expectFindings( const std::string& table ) {
-   for ( const Edit& edit : editsIn( table ) ) {
-      Documents documents = kSound;
+TEST( BoardTest, FindsEachMistakeAndDoubtWhereItIs ) {
+   auto edits = editsIn( textOf( kHere / "findings.txt" ) );
+   ASSERT_GT( edits.size(), 40u );
+   for ( const Edit& edit : edits ) {
+      Documents documents = soundDocuments();
       std::string& text = documents[ edit.file ];
       size_t place = text.find( edit.from );
       ASSERT_NE( place, std::string::npos ) << edit.from;
       text.replace( place, edit.from.size(), edit.to );
-      std::vector< std::string > expected;
-      for ( const std::string& finding : edit.findings ) {
-         expected.push_back( edit.file + ": " + finding );
-      }
       Board board;
-      EXPECT_THAT( findingsIn( documents, board ), ElementsAreArray( expected ) )
+      EXPECT_THAT( findingsIn( documents, board ), ElementsAreArray( edit.findings ) )
          << edit.from << " -> " << edit.to;
    }
-}
-
-TEST( BoardTest, TellsWhatASchemaForbids ) {
-   expectFindings( R"(
-topology: "SCD" -> "Fpga"
-   /0/type: must be "SCD", "I2C", "IOPort", "Celestica", "PLM", "SccSpi", "LinuxFs" or "FbDomFpga", not "Fpga"
-topology: "ham": "H", "pci": 1 -> "ham": ""
-   /0/ham: must not be empty
-   /0: member "pci" is missing
-topology: "pci": 1 -> "pci": 4294967296
-   /0/pci: must be at most 4294967295
-topology: "accelerators": [ -> "accelerators": [ 7,
-   /0/accelerators/0: must be an object, not an integer
-topology: "a/b": 1 -> "a/b": {}
-   /0/accelerators/0/busses/0/muxes/0/busses/0/devices/0/driverArgs/a~1b: must be a string, a number, a boolean or null, not an object
-topology: "multiDeviceArgs": { "led": "{}" } -> "x": 1
-   /2/devices/0: member "multiDeviceArgs" is missing
-topology: "led": "{}" -> "led": {}
-   /2/devices/0/multiDeviceArgs/led: must be a string, not an object
-objects: "kind": "temp_sensor" -> "kind": "temp"
-   /objects/0/kind: must be "temp_sensor", "led", "fan", "slot", "xcvr", "psu", "gpio", "poe_port", "smbus" or "system", not "temp"
-objects: 70.5, "critical": 80 -> "70"
-   /objects/0: member "critical" is missing
-   /objects/0/alert: must be a number, not a string
-objects: "temp_sensor" -> "led"
-   /objects/0/alert: unknown member
-   /objects/0/critical: unknown member
-objects: "driver": "X", "did": 6 -> "did": 6
-   /objects/0/device: member "driver" is missing
-objects: { "id": 1, "type": "sfp" } -> { "type": "SFP" }
-   /objects/2/device/driverArgs: member "id" is missing
-   /objects/2/device/driverArgs/type: must be "sfp", "sfp+", "qsfp", "qsfp+", "qsfpDd" or "qsfpCmis", not "SFP"
-emulation: "unplugged": false -> "unplugged": 1, "address": 1
-   /chips/0/unplugged: must be a boolean, not an integer
-   /chips/0/address: unknown member
-emulation: "kind": "stuck-mux", "count": 2 -> "kind": "nack", "count": 0, "skip": -1
-   /chips/0/faults/0/kind: must be "nak", "timeout", "corrupt", "short" or "stuck-mux", not "nack"
-   /chips/0/faults/0/count: must be at least 1
-   /chips/0/faults/0/skip: must be at least 0
-)" );
-}
-
-TEST( BoardTest, TellsWhatIsThereTwice ) {
-   expectFindings( R"(
-topology: "id": 7 -> "id": 0
-   /0/accelerators/1/id: 0 is already the id of /0/accelerators/0
-topology: { "id": 2 } -> { "id": 1 }
-   /0/accelerators/0/busses/1/id: 1 is already the id of /0/accelerators/0/busses/0
-topology: { "id": 6, -> { "id": 6 }, { "id": 6,
-   /1/busses/1/id: 6 is already the id of /1/busses/0
-topology: { "id": 2, "label" -> { "id": 1, "label"
-   /0/accelerators/0/busses/0/muxes/0/busses/1/id: 1 is already the id of /0/accelerators/0/busses/0/muxes/0/busses/0
-topology: "did": 3 -> "did": 9
-   /0/accelerators/0/busses/0/devices/1/did: 9 is already the did of /0/accelerators/0/busses/0/devices/0
-topology: "did": 6 -> "did": 6, "components": [ { "uid": 5 } ]
-   /1/busses/0/devices/0/components/0/uid: 5 is already the uid of /0/accelerators/0/busses/0/muxes/0/busses/0/devices/0/components/0
-topology: "second" -> "scd"
-   /0/accelerators/0/busses/0/muxes/0/busses/1/label: "scd" is already the label of /0
-objects: "name": "s" -> "name": "t"
-   /objects/1/name: "t" is already the name of /objects/0
-emulation: { "did": 6, -> { "did": 6 }, { "did": 6,
-   /chips/1/did: 6 is already the did of /chips/0
-)" );
-}
-
-TEST( BoardTest, TellsWhatDoesNotFitTogether ) {
-   expectFindings( R"(
-topology: { "id": 2 } -> { "id": 128 }
-   /0/accelerators/0/busses/1/id: must be 0 to 127: the number of a bus travels in 7 bits
-topology: { "id": 2, "label" -> { "id": 256 }, { "id": 0, "label"
-   /0/accelerators/0/busses/0/muxes/0/busses/1/id: must be 1 to 255: it is the byte that opens the channel
-   /0/accelerators/0/busses/0/muxes/0/busses/2/id: must be 1 to 255: it is the byte that opens the channel
-topology: "muxes": [ { "did": 9 -> "muxes": [ { "did": 99
-   /0/accelerators/0/busses/0/muxes/0/did: mux chip 99 is no device of the topology
-topology: "muxes": [ { "did": 9 -> "muxes": [ { "did": 3
-   /0/accelerators/0/busses/0/muxes/0/did: mux chip 3 is not declared inline: /0/accelerators/0/busses/0/devices/1 has no "driver"
-topology: "muxes": [ { "did": 9 -> "muxes": [ { "did": 1
-   /0/accelerators/0/busses/0/muxes/0/did: mux chip 1 is reached through itself
-topology: "type": "PLM", -> "type": "PLM", "muxes": [ { "did": 10, "busses": [ { "id": 1, "devices": [ { "did": 11, "driver": "X", "address": { "address": 113 } } ] } ] }, { "did": 11, "busses": [ { "id": 1, "devices": [ { "did": 10, "driver": "X", "address": { "address": 112 } } ] } ] } ],
-   /2/muxes/0/did: mux chip 10 is reached through itself
-   /2/muxes/1/did: mux chip 11 is reached through itself
-topology: "a/b": 1 -> "c~": 5000000000, "d": 4294967295, "e": 1e20
-   /0/accelerators/0/busses/0/muxes/0/busses/0/devices/0/driverArgs/c~0: must fit 32 bits: drivers get an empty text instead
-objects: "alert": 70.5 -> "alert": 80.5
-   /objects/0/alert: must not be above "critical"
-objects: "did": 1, "uid": 5 -> "did": 66
-   /objects/2/device/did: device 66 is not in the topology
-objects: "did": 1, "uid": 5 -> "did": 66, "uid": 6
-   /objects/2/device/uid: component 6 is not in the topology
-objects: "did": 1, "uid": 5 -> "did": 66, "provideHam": 0
-objects: "label": "scd1", "address": 72 -> "label": "scd1"
-   /objects/1: needs either "device", or "label" and "address"
-objects: "label": "scd1", "address": 72 -> "label": "scd1", "address": 73
-   /objects/1/label: device "scd1<0x49>" is not declared inline: /0/accelerators/0/busses/0/devices/1 has no "driver"
-objects: "label": "scd1", "address": 72 -> "label": "scd1", "address": 74
-   /objects/1/label: no device of the topology has the label "scd1<0x4a>"
-emulation: "did": 6 -> "did": 66
-   /chips/0/did: device 66 is not in the topology
-emulation: "did": 6 -> "did": 3
-   /chips/0/did: nobody gives device 3 an address: /0/accelerators/0/busses/0/devices/1 has no "driver"
-emulation: "did": 6 -> "did": 4
-   /chips/0/did: nobody gives device 4 an address: /2/devices/0 has a "driver" that uses none
-emulation: "did": 6 -> "did": 8
-   /chips/0/did: device 8 is on no bus: /3/devices/0
-)" );
-}
-
-// A chip behind a mux has a twin above it; one in another channel is none.
-TEST( BoardTest, WarnsOfChipsThatCannotBeToldApart ) {
-   expectFindings( R"(
-topology: "PLM" -> "PLM", "ham": "H", "id": 0 }, { "type": "PLM"
-   /3: warning: requests cannot tell it from /2
-topology: { "id": 7 } -> { "id": 7 } ] }, { "type": "SCD", "ham": "H", "pci": 1, "accelerators": [ { "id": 0, "busses": [ { "id": 2 } ] }
-   /1/accelerators/0/busses/0: warning: requests cannot tell it from /0/accelerators/0/busses/1
-topology: "did": 3, -> "did": 3, "driver": "X", "address": { "address": 72 },
-   /0/accelerators/0/busses/0/muxes/0/busses/0/devices/0: warning: device 3 answers to address 0x48 as well: /0/accelerators/0/busses/0/devices/1
-topology: "second", "devices": [ -> "second", "devices": [ { "did": 50, "driver": "X", "address": { "address": 72 } }
-topology: "did": 3, -> "did": 3, "driver": "X", "address": { "address": 112 },
-   /0/accelerators/0/busses/0/devices/1: warning: device 9 answers to address 0x70 as well: /0/accelerators/0/busses/0/devices/0
-objects: "did": 1, "uid": 5 -> "did": 1, "uid": 5, "address": { "address": 74 }, "x": 0
-   /objects/2/device: warning: device 1 is at address 0x4a here, but at 0x48 in /0/accelerators/0/busses/0/muxes/0/busses/0/devices/0
-)" );
 }
 
 TEST( BoardTest, TellsWhereTextIsNoJson ) {
@@ -240,7 +106,7 @@ TEST( BoardTest, TellsWhereTextIsNoJson ) {
       { "[]", ": must be an object, not an array" },
    };
    for ( const auto& [ text, finding ] : rows ) {
-      Documents documents = kSound;
+      Documents documents = soundDocuments();
       documents[ "objects.json" ] = text;
       Board board;
       EXPECT_THAT( findingsIn( documents, board ),
@@ -270,7 +136,7 @@ TEST( BoardTest, IgnoresWhatAMediumOfTheTypeDoesNotHave ) {
 
 TEST( BoardTest, KnowsWhereEverythingHangsAndWhatItIs ) {
    Board board;
-   EXPECT_THAT( findingsIn( kSound, board ), ElementsAre() );
+   EXPECT_THAT( findingsIn( soundDocuments(), board ), ElementsAre() );
    const Wiring& wiring = board.wiring;
    const Wiring::Device& sensor = wiring.devices.at( 1 );
    const Wiring::Bus& channel = wiring.busses.at( sensor.bus );
@@ -287,7 +153,7 @@ TEST( BoardTest, KnowsWhereEverythingHangsAndWhatItIs ) {
    EXPECT_THAT( names,
                 ElementsAre( "scd1", "scd1", "second", "scd bus 2", "FbDomFpga bus 6", "PLM" ) );
    ASSERT_EQ( board.objects.size(), 3u );
-   EXPECT_EQ( board.topology, kSound.at( "topology.json" ) );
+   EXPECT_EQ( board.topology, textOf( kHere / "sound/topology.json" ) );
    EXPECT_EQ( board.objects[ 0 ].kind, Kind::TempSensor );
    EXPECT_EQ( board.objects[ 0 ].device, R"({"driver":"X","did":6,"address":{"address":73}})" );
    EXPECT_EQ( board.objects[ 0 ].alert, 70.5 );
