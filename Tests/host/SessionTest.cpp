@@ -157,14 +157,5 @@ TEST_F( SessionTest, TellsWhyTheLibraryDoesNotStart ) {
    EXPECT_EQ( read()[ 0 ].reason, why + kGaveUp );
 }
 
-TEST_F( SessionTest, StopsWhenTheServiceIsGone ) {
-   unsetenv( "SIMULATION_VMID" );
-   add( { "20", "unserved status4", "add hang" } );
-   auto observations = read();
-   EXPECT_EQ( observations[ 0 ].state, State::Ok );
-   EXPECT_EQ( observations[ 1 ].reason, kNoService );
-   EXPECT_EQ( observations[ 2 ].reason, "no SMBus service answers any more at /nonexistent" );
-}
-
 }  // namespace
 }  // namespace Host
