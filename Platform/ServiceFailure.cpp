@@ -11,23 +11,20 @@ namespace {
 
 constexpr int kNone = -1;  // in place of a request's number
 
-struct Latest {
-   pl_service_failure failure;
-   std::string reason;
-   std::string text;
-   bool exists = false;
-};
-
-Latest latest;
+pl_service_failure latest;
+const pl_service_failure* last = nullptr;
+std::string latestReason;
+std::string latestText;
 pl_failure_sink failureSink = nullptr;
 void* failureSinkUser = nullptr;
 
-void note( pl_service_failure failure, std::string reason, std::string text ) {
-   latest = { failure, std::move( reason ), std::move( text ), true };
-   latest.failure.reason = latest.reason.c_str();
-   latest.failure.text = latest.text.c_str();
+void note( const pl_service_failure& failure, const std::string& reason, const std::string& text ) {
+   latest = failure;
+   latest.reason = ( latestReason = reason ).c_str();
+   latest.text = ( latestText = text ).c_str();
+   last = &latest;
    if ( failureSink ) {
-      failureSink( failureSinkUser, &latest.failure );
+      failureSink( failureSinkUser, last );
    }
 }
 
@@ -43,12 +40,11 @@ std::string textOf( const Smbus::TransactionResponse& answer, int count ) {
 
 namespace PlatformLibrary {
 
-void noteNoAnswer( int error, std::string reason ) {
+void noteNoAnswer( int error, const std::string& reason ) {
    pl_service_failure failure{};
    failure.error = error;
    failure.request = kNone;
-   std::string text = std::string( "SMBus service at " ) + servicePath() + ": " + reason;
-   note( failure, std::move( reason ), std::move( text ) );
+   note( failure, reason, std::string( "SMBus service at " ) + servicePath() + ": " + reason );
 }
 
 void noteAnswer( const Smbus::TransactionResponse& answer, int count ) {
@@ -78,5 +74,5 @@ void pl_failure_sink_set( pl_failure_sink sink, void* user ) {
 }
 
 const struct pl_service_failure* pl_last_failure( void ) {
-   return latest.exists ? &latest.failure : nullptr;
+   return last;
 }

@@ -10,7 +10,7 @@ class TransactionResponse;
 namespace PlatformLibrary {
 
 // No usable answer came.
-void noteNoAnswer( int error, std::string reason );
+void noteNoAnswer( int error, const std::string& reason );
 
 // The answer to a batch of `count` requests tells of a failure, or has not one response for each.
 void noteAnswer( const Smbus::TransactionResponse&, int count );

@@ -73,10 +73,7 @@ bool Batch::prepare( const Smbus::TransactionRequest& batch, Smbus::TransactionR
          fail( steps_.size() - 1, EINVAL, *problem, reply );
          return false;
       }
-      const Step* before = steps_.size() > 1 ? &step - 1 : nullptr;
-      step.adapter = before && before->transfer.adapter == step.transfer.adapter
-                        ? before->adapter
-                        : backend_.findAdapter( step.transfer.adapter );
+      step.adapter = backend_.findAdapter( step.transfer.adapter );
       if ( !step.adapter ) {
          fail( steps_.size() - 1, ENODEV, "no such adapter", reply );
          return false;

@@ -52,12 +52,6 @@ void settleSignals() {
    }
 }
 
-void unblockSignals() {
-   sigset_t none;
-   sigemptyset( &none );
-   sigprocmask( SIG_SETMASK, &none, nullptr );
-}
-
 // The child. What it writes to the pipe is an error text, or one zero byte when it listens.
 void serve( Backend& backend, const std::string& path, pid_t owner, int report ) {
    prctl( PR_SET_PDEATHSIG, SIGTERM );
@@ -70,7 +64,9 @@ void serve( Backend& backend, const std::string& path, pid_t owner, int report )
    asio::signal_set signals( context, SIGTERM );
    Server server( context, backend, path, log );
    signals.async_wait( [ & ]( asio::error_code, int ) { server.stop(); } );
-   unblockSignals();
+   sigset_t none;
+   sigemptyset( &none );
+   sigprocmask( SIG_SETMASK, &none, nullptr );
    if ( write( report, "", 1 ) == 1 ) {
       context.run();
    }

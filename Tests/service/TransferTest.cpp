@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "SmbusService/Transfer.h"
+#include "Tests/service/Support.h"
 
 using namespace SmbusService;
 using namespace Smbus;
@@ -50,8 +51,7 @@ TEST( TransferTest, IsDescribedForPeopleOrRefused ) {
       std::string text;  // "!" before what is wrong with it
    };
    const Row rows[] = {
-      { REQUEST_READ, 0x0200c0c8, 0, 1, "",
-        "read 1 byte, register 0x00, device 0x48, accelerator 3, bus 1" },
+      { REQUEST_READ, 0x02000048, 0, 1, "", "read 1 byte, register 0x00, device 0x48, bus 0" },
       { REQUEST_READ, 0x02000048, 0, 0, "", "receive byte, device 0x48, bus 0" },
       { REQUEST_WRITE, 0x02000048, 0xab, 0, "", "send byte 0xab, device 0x48, bus 0" },
       { REQUEST_WRITE, 0x04000050, 0x12, 1, "x",
@@ -77,13 +77,9 @@ TEST( TransferTest, IsDescribedForPeopleOrRefused ) {
    EXPECT_EQ( problemOf( request, decode( request ) ), "missing or unknown request type" );
    request.set_type( REQUEST_READ );
    EXPECT_EQ( problemOf( request, decode( request ) ), "missing or unknown master type" );
-   request.set_mastertype( MASTER_SCD );
    for ( const Row& row : rows ) {
-      request.set_type( row.type );
+      request = Tests::request( row.type, 0, row.reg, row.size, row.data );
       request.set_address( row.address );
-      request.set_reg( row.reg );
-      request.set_size( row.size );
-      request.set_data( row.data );
       Transfer transfer = decode( request );
       auto problem = problemOf( request, transfer );
       EXPECT_EQ( problem ? "!" + *problem : describe( transfer ), row.text );
