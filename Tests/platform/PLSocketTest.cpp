@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 
 #include <chrono>
@@ -103,11 +102,8 @@ void answer( const Reply& reply, FakeService& service, int socket ) {
 }  // namespace
 
 TEST_F( PLSocketTest, EndsInTimeAmidSignalsAndTheNextRequestIsServedRight ) {
-   struct sigaction interrupt {};
-   interrupt.sa_handler = []( int ) {};
-   sigaction( SIGALRM, &interrupt, nullptr );
-   itimerval often{ .it_interval = { 0, 3000 }, .it_value = { 0, 3000 } };
-   setitimer( ITIMER_REAL, &often, nullptr );
+   signal( SIGALRM, []( int ) {} );
+   ualarm( 3000, 3000 );
    for ( const Reply& reply : kReplies ) {
       SCOPED_TRACE( reply.name );
       FakeService service( { std::bind_front( answer, reply ), serve } );
@@ -116,8 +112,7 @@ TEST_F( PLSocketTest, EndsInTimeAmidSignalsAndTheNextRequestIsServedRight ) {
       EXPECT_EQ( exchange( "second" ), "second" );
       client.cleanup();
    }
-   often = {};
-   setitimer( ITIMER_REAL, &often, nullptr );
+   ualarm( 0, 0 );
 }
 
 TEST_F( PLSocketTest, OneConnectionServesManyRequestsThatAreNotTooLong ) {
