@@ -15,12 +15,8 @@ using testing::ElementsAreArray;
 namespace {
 
 using Tests::TemporaryDirectory;
+using Tests::textOf;
 using Documents = std::map< std::string, std::string >;
-
-std::string textOf( const std::filesystem::path& path ) {
-   std::ifstream file( path );
-   return { std::istreambuf_iterator< char >( file ), {} };
-}
 
 const std::filesystem::path kHere = LUMEN_SOURCE_DIR "/Tests/boardfiles";
 

@@ -30,7 +30,7 @@ class SmbusHam : public testing::Test {
       service.answers = []( const Smbus::Request& request ) {
          return std::string( request.size(), '\x5A' );
       };
-      EXPECT_EQ( lumenLibraryInit( "test", Tests::kMuxedBoard, 1 ), PL_STATUS_OK );
+      EXPECT_EQ( lumenLibraryInit( "test", Tests::kMuxedBoard.c_str(), 1 ), PL_STATUS_OK );
    }
 
    // Reads one byte and tells how the batch's first request is addressed.

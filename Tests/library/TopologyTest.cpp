@@ -17,7 +17,7 @@ TEST( Topology, ASearchVisitsTheFindAndItsAncestorsAsTheFullWalkDoes ) {
    // A component that carries the very id for "none" ends a device search when it comes first.
    const char* withoutUid = R"( [ { "type": "I2C", "ham": "", "id": 1, "devices": [
       { "did": 1 }, { "did": 2, "components": [ { "uid": 4294967295 } ] }, { "did": 3 } ] } ] )";
-   const std::tuple< const char*, uint32_t, uint32_t, std::string > rows[] = {
+   const std::tuple< std::string, uint32_t, uint32_t, std::string > rows[] = {
       { kMuxedBoard, kNoUid, 14,
         "2 Device 14 contain the component, 2 BusId 0, 2 AccelId 0, 2 SCD 0 00000100" },
       { kMuxedBoard, 77, 14,

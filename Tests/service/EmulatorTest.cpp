@@ -13,20 +13,7 @@ namespace {
 
 // Mux 1 (0x70) leads to mux 2 (0x71), which leads to sensors 10 and 11, both at 0x49; sensor 12,
 // at 0x49 too, is behind mux 1; sensor 13 has address 0x48 and hangs on the adapter itself.
-constexpr const char* kTopology = R"([ { "type": "SCD", "ham": "LumenSmbus", "pci": 5,
-  "accelerators": [ { "id": 2, "busses": [ { "id": 1, "devices": [
-    { "did": 1, "driver": "PCA9548", "address": { "address": 112 } },
-    { "did": 13, "driver": "TMP75", "address": { "address": 72 } } ], "muxes": [ { "did": 1, "busses": [
-      { "id": 1, "devices": [ { "did": 2, "driver": "Max7356", "address": { "address": 113 } } ],
-        "muxes": [ { "did": 2, "busses": [
-          { "id": 1, "devices": [ { "did": 10, "driver": "TMP75", "address": { "address": 73 } } ] },
-          { "id": 2, "devices": [ { "did": 11, "driver": "TMP75", "address": { "address": 73 } } ] }
-        ] } ] },
-      { "id": 6, "devices": [ { "did": 12, "driver": "TMP75", "address": { "address": 73 } } ] }
-    ] } ] } ] } ] } ])";
-constexpr const char* kEmulation = R"({ "chips": [ { "did": 1 }, { "did": 2 },
-   { "did": 10, "set": { "temperature": 10 } }, { "did": 11, "set": { "temperature": 11 } },
-   { "did": 12, "set": { "temperature": 12 } }, { "did": 13, "set": { "temperature": 13 } } ] })";
+const std::string kBoard = LUMEN_SOURCE_DIR "/Tests/service/twins";
 constexpr uint32_t kBus = 1 << 7 | 2 << 14;
 
 const std::string kReadInner1 = "70>01 71>01 49<00:2 71>00 70>00";
@@ -52,7 +39,7 @@ class EmulatorTest : public testing::Test {
       return execute( *board, batch );
    }
 
-   BoardFolder folder{ kTopology, kEmulation };
+   BoardFolder folder{ textOf( kBoard + "/topology.json" ), textOf( kBoard + "/emulation.json" ) };
    std::unique_ptr< EmulatedBoard > board = folder.load();
 };
 
