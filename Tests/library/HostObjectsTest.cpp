@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <memory>
 #include <new>
 #include <span>
 #include <sstream>

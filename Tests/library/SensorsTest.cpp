@@ -11,7 +11,6 @@
 #include "Drivers/Max6658.h"
 #include "Drivers/Max6697.h"
 #include "Drivers/TMP46x.h"
-#include "Drivers/TMP75.h"
 #include "Ham/SimHam.h"
 #include "Tests/support/SensorChip.h"
 #include "Tests/support/TemporaryDirectory.h"
