@@ -46,9 +46,8 @@ TEST( LogTest, NeitherWaitsForAFullPipeNorFloodsItNorLosesALineSilently ) {
 TEST( ServiceProcessTest, ServesSixtyFourClientsAlsoWhereNobodyReadsItsMessages ) {
    BoardFolder folder;
    std::string path = folder.path() + "/socket";
-   Process service( "/bin/bash",
-                    { "-c", "exec " LUMEN_BIN_DIR "/lumen-smbusd --emulate " + folder.path() +
-                               " --socket " + path + " >/dev/full 2> >(true)" } );
+   Process service( "bash -c 'exec lumen-smbusd --emulate " + folder.path() + " --socket " + path +
+                    " >/dev/full 2> >(true)'" );
    std::list< RawClient > clients;
    auto connects = [ & ] {
       bool isSent = clients.emplace_back( path ).send( kReading );
