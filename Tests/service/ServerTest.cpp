@@ -65,6 +65,13 @@ TEST_F( ServerTest, AnswersFramesHoweverTheyArrive ) {
    EXPECT_EQ( client.receive(), kReadingReply );
    EXPECT_EQ( client.receive( 20 ), "silence" );
    EXPECT_EQ( client.ask( frame.substr( 7 ) ), kReadingReply );
+
+   Smbus::TransactionRequest large;
+   for ( int i = 0; i < 9; ++i ) {
+      *large.add_request() = readBytes( 0x48, 0, 8192 );
+   }
+   EXPECT_EQ( client.ask( frameOf( large ) + frame ).size(), 9 * ( 2 * 8192 + 1 ) - 1u );
+   EXPECT_EQ( client.receive(), kReadingReply );
 }
 
 TEST_F( ServerTest, BrokenFramesCloseTheConnectionOnly ) {
