@@ -154,10 +154,10 @@ TEST_F( BatchTest, RefusedBatchTouchesNothing ) {
 }
 
 TEST_F( BatchTest, KeepsItsAdaptersToItself ) {
-   auto& log = backend.adapters[ 2 ].log;
    for ( uint8_t bus : { 1, 3 } ) {
       backend.adapters[ bus ].onTransfer = []( auto& ) { return usleep( 1000 ); };
    }
+   auto& log = backend.adapters[ 2 ].log;
    // Two of them in both orders, so that locking in the batch's order would come to a standstill.
    auto work = [ & ]( uint8_t first, uint8_t second ) {
       for ( int i = 0; i < 50; ++i ) {
