@@ -82,7 +82,7 @@ void measureRoundTrip( Report& report ) {
    auto [ reading, bare ] = compare(
       15, 5000, [ & ] { read( sensor ); }, [ & ] { echo.roundTrip(); } );
    report.add( { "reading through socket and emulator", reading,
-                 "echo of frames of the same lengths", bare, "us", 1.25 } );
+                 "echo of frames of the same lengths", bare, "us", 1.2 } );
 }
 
 void measureLibraryShare( Report& report ) {
@@ -99,12 +99,12 @@ void measureLibraryShare( Report& report ) {
    auto [ reading, bare ] = compare(
       15, 100'000, [ & ] { read( sensor ); }, codec );
    report.add( { "the library's own share of a reading", reading,
-                 "encode and decode of its messages", bare, "us", 1.5 } );
+                 "encode and decode of its messages", bare, "us", 1.0 } );
 
    size_t before = allocations();
    read( sensor );
    report.add( { "heap allocations of a reading", static_cast< double >( allocations() - before ),
-                 "at most", 6, "", 1 } );
+                 "at most", 5, "", 1 } );
 }
 
 void measureSimulation( Report& report ) {
@@ -138,7 +138,7 @@ void measureSimulation( Report& report ) {
       },
       bare );
    report.add( { "reading from a simulation file", reading, "open, lock, read, unlock, close",
-                 limit, "us", 1.3 } );
+                 limit, "us", 1.2 } );
 }
 
 }  // namespace Bench
