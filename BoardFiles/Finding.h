@@ -20,6 +20,9 @@ struct Finding {
    }
 };
 
+// A line for each of the first findings, and how many more there are.
+std::vector< std::string > linesOf( const std::vector< Finding >& findings );
+
 class BoardError : public std::runtime_error {
  public:
    explicit BoardError( std::vector< Finding > list )

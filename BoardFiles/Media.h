@@ -12,8 +12,8 @@ namespace Media {
 enum class Shape { Bus, Busses, Accelerators, Devices };
 
 struct Medium {
-   std::string_view type;  // as the topology document names it
-   Smbus::MasterType master;
+   std::string_view type;     // as the topology document names it
+   Smbus::MasterType master;  // of no meaning where there are no busses
    Shape shape;
    bool hasPci = false;  // requests carry the PCI address that the document gives
 };

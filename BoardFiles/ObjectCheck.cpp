@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "BoardFiles/DeviceArguments.h"
+#include "Utils/Text.h"
 
 namespace BoardFiles {
 
@@ -69,8 +70,8 @@ void ObjectCheck::checkEndpoint( const Value& object, const std::string& pointer
 }
 
 void ObjectCheck::checkLabel( const Value& object, const std::string& pointer ) {
-   std::string label =
-      fmt::format( "{}<0x{:02x}>", object[ "label" ].GetString(), object[ "address" ].GetUint() );
+   std::string label = Utils::deviceLabel(
+      object[ "label" ].GetString(), static_cast< uint8_t >( object[ "address" ].GetUint() ) );
    auto it = wiring_.labels.find( label );
    if ( it == wiring_.labels.end() ) {
       report( pointer + "/label",

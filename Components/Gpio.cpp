@@ -10,10 +10,6 @@ namespace {
 
 constexpr uint8_t kRegSize = 1;
 
-int requiredInt( const Drivers::DriverArgs& args, const char* key ) {
-   return Utils::stoi( LUMEN_ARGUMENT( args.driverArgs, key, "it != args.driverArgs.end()" ) );
-}
-
 }  // namespace
 
 pl_status pl_gpio_init( const char* topologyJson ) {
@@ -37,8 +33,8 @@ const pl_gpio_ops Gpio::ops_ = {
 
 RegGpio::RegGpio( HardwareDevice* device, const Drivers::DriverArgs& args )
     : device_( device ),
-      register_( requiredInt( args, "register" ) ),
-      bitPosition_( requiredInt( args, "bitpos" ) ) {}
+      register_( Utils::stoi( LUMEN_FOUND_ARGUMENT( args, "register" ) ) ),
+      bitPosition_( Utils::stoi( LUMEN_FOUND_ARGUMENT( args, "bitpos" ) ) ) {}
 
 pl_status RegGpio::bitRead( unsigned int* value ) {
    uint8_t byte;

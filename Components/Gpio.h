@@ -39,9 +39,9 @@ class RegGpio : public Gpio {
  public:
    RegGpio( HardwareDevice* device, const Drivers::DriverArgs& args );
 
-   pl_status bitClear() override;
-   pl_status bitSet() override;
-   pl_status bitRead( unsigned int* value ) override;
+   [[nodiscard]] pl_status bitClear() override;
+   [[nodiscard]] pl_status bitSet() override;
+   [[nodiscard]] pl_status bitRead( unsigned int* value ) override;
 
  protected:
    HardwareDevice* device_;

@@ -4,6 +4,7 @@
 
 #include "Components/EntryPoint.h"
 #include "Utils/Assert.h"
+#include "Utils/LedStatus.h"
 
 pl_status pl_led_init( const char* topologyJson ) {
    return lumenLibraryInit( __FUNCTION__, topologyJson, kInitTries );
@@ -32,12 +33,9 @@ bool Led::blinkStatus_ = false;
 std::list< Led* > Led::notifyList_;
 
 const char* Led::getLedStatusString( pl_led_status status ) {
-   static constexpr const char* strs[] = {
-      "Off", "Good", "Warning", "Bad", "Inactive", "Unknown", "Beacon",
-   };
-   LUMEN_ASSERT_TEXT( static_cast< unsigned >( status ) < std::size( strs ),
+   LUMEN_ASSERT_TEXT( static_cast< unsigned >( status ) < std::size( Utils::kLedStatusNames ),
                       "( unsigned )status < sizeof ( strs ) / sizeof ( *strs )" );
-   return strs[ status ];
+   return Utils::kLedStatusNames[ status ];
 }
 
 void Led::createBlinkTimer() {

@@ -1,21 +1,14 @@
 #include "Components/SmbusProxy.h"
 
-#include <cstdio>
 #include <string>
 
 #include "Components/EntryPoint.h"
 #include "Components/HardwareDevice.h"
 #include "Topology/Topology.h"
 #include "Utils/NotImplementedException.h"
+#include "Utils/Text.h"
 
 namespace {
-
-// The label "stem<0xNN>" of the topology device at an address.
-std::string deviceLabel( const char* stem, uint8_t address ) {
-   char suffix[ sizeof "<0x00>" ];
-   snprintf( suffix, sizeof suffix, "<0x%02x>", address );
-   return std::string( stem ) + suffix;
-}
 
 constexpr Component::LogicalDevice::FailureTrace kFailure = { 0, "newSmbusProxy() failed" };
 
@@ -23,7 +16,7 @@ constexpr Component::LogicalDevice::FailureTrace kFailure = { 0, "newSmbusProxy(
 pl_smbus* addByLabel( const char* stem, uint8_t address ) {
    using namespace Component;
    const Topology::Device* node =
-      Topology::getDeviceByLabel( deviceLabel( stem, address ).c_str() );
+      Topology::getDeviceByLabel( Utils::deviceLabel( stem, address ).c_str() );
    if ( !node || !node->args ) {
       pl_trace( 0, "smbus_add failed: device does not exist in topology" );
       return nullptr;

@@ -18,7 +18,7 @@ const std::string& requiredArgument( const Drivers::DriverArgs& args,
    if ( !Drivers::findArgument( args.driverArgs, key ) ) {
       LogicalDevice::traceText( 0, missing );
    }
-   return LUMEN_ARGUMENT( args.driverArgs, key, "it != args.driverArgs.end()" );
+   return LUMEN_FOUND_ARGUMENT( args, key );
 }
 
 pl_xcvr* newXcvr( DeviceBase* device, const Drivers::DriverArgs& args ) {

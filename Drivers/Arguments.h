@@ -54,6 +54,10 @@ inline const std::string& requiredArgument( const Arguments& arguments,
    ::Drivers::requiredArgument( arguments, key,     \
                                 { condition, __PRETTY_FUNCTION__, __FILE__, __LINE__ } )
 
+// The same of the record `args`, for code whose assertion is that the search found it.
+#define LUMEN_FOUND_ARGUMENT( args, key ) \
+   LUMEN_ARGUMENT( ( args ).driverArgs, key, "it != " #args ".driverArgs.end()" )
+
 // The integer of a required argument of the record `args`, for drivers whose assertion is the
 // lookup itself.
 #define LUMEN_INT_ARGUMENT( args, key )                                          \

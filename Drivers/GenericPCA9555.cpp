@@ -18,10 +18,6 @@ constexpr uint8_t kConfiguration = 0x06;
 constexpr uint32_t kPowerOn = 0xFF;  // inputs pulled up, outputs high, all pins inputs
 constexpr uint32_t kBytes = 1;
 
-int requiredInt( const DriverArgs& args, const char* key ) {
-   return Utils::stoi( LUMEN_ARGUMENT( args.driverArgs, key, "it != args.driverArgs.end()" ) );
-}
-
 uint8_t byteOr( const DriverArgs& args, const char* key, int absent ) {
    return static_cast< uint8_t >( argumentOr( args.driverArgs, key, Utils::stoi, absent ) );
 }
@@ -30,8 +26,10 @@ uint8_t byteOr( const DriverArgs& args, const char* key, int absent ) {
 
 Component::HardwareDevice* GenericPCA9555::create( const FactoryArgs& args, Ham::Ham* ) {
    uint8_t bankConfig[ kBanks ];
-   bankConfig[ 0 ] = static_cast< uint8_t >( requiredInt( args, "bank-io-0" ) );
-   bankConfig[ 1 ] = static_cast< uint8_t >( requiredInt( args, "bank-io-1" ) );
+   bankConfig[ 0 ] =
+      static_cast< uint8_t >( Utils::stoi( LUMEN_FOUND_ARGUMENT( args, "bank-io-0" ) ) );
+   bankConfig[ 1 ] =
+      static_cast< uint8_t >( Utils::stoi( LUMEN_FOUND_ARGUMENT( args, "bank-io-1" ) ) );
    uint8_t cacheTime = byteOr( args, "cacheTimeout", kDefaultCacheTime );
    uint8_t inputBase = byteOr( args, "inputBankBase", kInput );
    uint8_t outputBase = byteOr( args, "outputBankBase", kOutput );
@@ -71,8 +69,8 @@ Component::LogicalDevice::Gpio* GenericPCA9555::newGpio( const DriverArgs& args 
 
 GenericPCA9555::ExpGpio::ExpGpio( GenericPCA9555* expander, const DriverArgs& args )
     : expander_( expander ),
-      bank_( requiredInt( args, "bank" ) ),
-      bit_( requiredInt( args, "bit" ) ) {}
+      bank_( Utils::stoi( LUMEN_FOUND_ARGUMENT( args, "bank" ) ) ),
+      bit_( Utils::stoi( LUMEN_FOUND_ARGUMENT( args, "bit" ) ) ) {}
 
 pl_status GenericPCA9555::ExpGpio::bitSet() {
    pl_status status = write( true );

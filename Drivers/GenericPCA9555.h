@@ -38,9 +38,9 @@ class GenericPCA9555::ExpGpio : public Component::LogicalDevice::Gpio {
  public:
    ExpGpio( GenericPCA9555* expander, const DriverArgs& args );
 
-   pl_status bitClear() override;
-   pl_status bitSet() override;
-   pl_status bitRead( unsigned int* value ) override;
+   [[nodiscard]] pl_status bitClear() override;
+   [[nodiscard]] pl_status bitSet() override;
+   [[nodiscard]] pl_status bitRead( unsigned int* value ) override;
 
  private:
    [[nodiscard]] pl_status write( bool value );

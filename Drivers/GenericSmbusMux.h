@@ -22,7 +22,7 @@ class GenericSmbusMux::Mux : public Component::LogicalDevice::Mux {
 
    uint32_t selectRequest( Ham::Ham* ham ) override;
    uint32_t resetRequest( Ham::Ham* ham ) override;
-   pl_status executeMuxRequest() override;
+   [[nodiscard]] pl_status executeMuxRequest() override;
    Component::HardwareDevice* device() const override { return device_; }
 
  private:

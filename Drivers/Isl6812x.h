@@ -37,7 +37,7 @@ class Isl6812x::TempSensor : public Component::LogicalDevice::TempSensor {
 
    void alertThresholdIs( float value ) override;
    void criticalThresholdIs( float value ) override;
-   pl_status getTemperature( float* celsius ) override {
+   [[nodiscard]] pl_status getTemperature( float* celsius ) override {
       return device_->getTemperature( celsius );
    }
 

@@ -57,7 +57,7 @@ class LM73::TempSensor : public Component::LogicalDevice::TempSensor {
    explicit TempSensor( LM73* device ) : device_( device ) {}
 
    void criticalThresholdIs( float value ) override;
-   pl_status getTemperature( float* celsius ) override {
+   [[nodiscard]] pl_status getTemperature( float* celsius ) override {
       return device_->getTemperature( celsius );
    }
 

@@ -33,7 +33,7 @@ class Max6658::TempSensor : public Component::LogicalDevice::TempSensor {
 
    void alertThresholdIs( float value ) override;
    void criticalThresholdIs( float value ) override;
-   pl_status getTemperature( float* celsius ) override {
+   [[nodiscard]] pl_status getTemperature( float* celsius ) override {
       return device_->getTemperature( type_, celsius );
    }
 

@@ -34,34 +34,34 @@ class SmbusProxyDriver::SmbusProxy final : public Component::LogicalDevice::Smbu
    SmbusProxy( SmbusProxyDriver* driver, int readDelay, int writeDelay )
        : driver_( driver ), readDelay_( readDelay ), writeDelay_( writeDelay ) {}
 
-   pl_status receiveByte( uint8_t* out ) override {
+   [[nodiscard]] pl_status receiveByte( uint8_t* out ) override {
       return pauseAfter( ham()->recvByte( out ), readDelay_ );
    }
 
-   pl_status sendByte( uint8_t value ) override {
+   [[nodiscard]] pl_status sendByte( uint8_t value ) override {
       return pauseAfter( ham()->sendByte( value, false ), writeDelay_ );
    }
 
-   pl_status readByte( uint32_t reg, uint8_t regSize, uint8_t* out ) override {
+   [[nodiscard]] pl_status readByte( uint32_t reg, uint8_t regSize, uint8_t* out ) override {
       return pauseAfter( ham()->read8( reg, out, regSize ), readDelay_ );
    }
 
-   pl_status writeByte( uint32_t reg, uint8_t regSize, uint8_t value ) override {
+   [[nodiscard]] pl_status writeByte( uint32_t reg, uint8_t regSize, uint8_t value ) override {
       return pauseAfter( ham()->write8( reg, value, false, regSize ), writeDelay_ );
    }
 
-   pl_status readWord( uint32_t reg, uint8_t regSize, uint16_t* out ) override {
+   [[nodiscard]] pl_status readWord( uint32_t reg, uint8_t regSize, uint16_t* out ) override {
       return pauseAfter( ham()->read16( reg, out, regSize ), readDelay_ );
    }
 
-   pl_status writeWord( uint32_t reg, uint8_t regSize, uint16_t value ) override {
+   [[nodiscard]] pl_status writeWord( uint32_t reg, uint8_t regSize, uint16_t value ) override {
       return pauseAfter( ham()->write16( reg, value, false, regSize ), writeDelay_ );
    }
 
-   pl_status blockRead( uint32_t reg,
-                        uint8_t regSize,
-                        uint8_t* buffer,
-                        uint32_t* length ) override {
+   [[nodiscard]] pl_status blockRead( uint32_t reg,
+                                      uint8_t regSize,
+                                      uint8_t* buffer,
+                                      uint32_t* length ) override {
       std::string block;
       pl_status status = ham()->readBlock( reg, &block, regSize );
       *length = static_cast< uint32_t >( block.size() );
@@ -69,17 +69,17 @@ class SmbusProxyDriver::SmbusProxy final : public Component::LogicalDevice::Smbu
       return pauseAfter( status, readDelay_ );
    }
 
-   pl_status blockWrite( uint32_t reg,
-                         uint8_t regSize,
-                         const uint8_t* data,
-                         uint32_t length ) override {
+   [[nodiscard]] pl_status blockWrite( uint32_t reg,
+                                       uint8_t regSize,
+                                       const uint8_t* data,
+                                       uint32_t length ) override {
       return pauseAfter( ham()->writeBlock( reg, data, length, false, regSize ), writeDelay_ );
    }
 
-   pl_status i2cBlockRead( uint32_t reg,
-                           uint8_t regSize,
-                           uint8_t* buffer,
-                           uint32_t length ) override {
+   [[nodiscard]] pl_status i2cBlockRead( uint32_t reg,
+                                         uint8_t regSize,
+                                         uint8_t* buffer,
+                                         uint32_t length ) override {
       std::string block;
       pl_status status = ham()->read( reg, length, &block, false, regSize );
       if ( block.size() != length ) {
@@ -89,15 +89,18 @@ class SmbusProxyDriver::SmbusProxy final : public Component::LogicalDevice::Smbu
       return pauseAfter( status, readDelay_ );
    }
 
-   pl_status i2cBlockWrite( uint32_t reg,
-                            uint8_t regSize,
-                            const uint8_t* data,
-                            uint32_t length ) override {
+   [[nodiscard]] pl_status i2cBlockWrite( uint32_t reg,
+                                          uint8_t regSize,
+                                          const uint8_t* data,
+                                          uint32_t length ) override {
       return pauseAfter( ham()->write( reg, data, length, false, regSize ), writeDelay_ );
    }
 
    // The write delay: the chip has to act before it answers again.
-   pl_status processCall( uint32_t reg, uint8_t regSize, uint16_t value, uint16_t* out ) override {
+   [[nodiscard]] pl_status processCall( uint32_t reg,
+                                        uint8_t regSize,
+                                        uint16_t value,
+                                        uint16_t* out ) override {
       return pauseAfter( ham()->processCall( reg, value, out, regSize ), writeDelay_ );
    }
 

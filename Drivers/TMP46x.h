@@ -46,7 +46,7 @@ class TMP46x::TempSensor : public Component::LogicalDevice::TempSensor {
 
    void alertThresholdIs( float value ) override;
    void criticalThresholdIs( float value ) override;
-   pl_status getTemperature( float* celsius ) override {
+   [[nodiscard]] pl_status getTemperature( float* celsius ) override {
       return device_->getTemperature( id_, celsius );
    }
 

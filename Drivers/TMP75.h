@@ -26,7 +26,7 @@ class TMP75::TempSensor : public Component::LogicalDevice::TempSensor {
  public:
    explicit TempSensor( TMP75* device ) : device_( device ) {}
 
-   pl_status getTemperature( float* celsius ) override {
+   [[nodiscard]] pl_status getTemperature( float* celsius ) override {
       return device_->getTemperature( celsius );
    }
 

@@ -27,7 +27,7 @@ class Vrm::TempSensor : public Component::LogicalDevice::TempSensor {
  public:
    TempSensor( Vrm* device, uint8_t command ) : device_( device ), reg( command ) {}
 
-   pl_status getTemperature( float* celsius ) override {
+   [[nodiscard]] pl_status getTemperature( float* celsius ) override {
       return device_->readTemperature( reg, celsius );
    }
 

@@ -38,7 +38,7 @@ int main( int argc, char** argv ) {
       emulator = std::make_unique< SmbusService::EmbeddedService >( board );
       return emulator->path();
    };
-   program.tryEmulator = []( const std::string& board ) {
+   program.tryEmulator = []( const BoardFiles::Board& board ) {
       SmbusService::Emulator::loadBoard( board );
    };
    CLI::App app( "Reads and drives the objects of a board.", "lumen" );

@@ -252,11 +252,12 @@ int PLSocket::receiveFrame() {
 // Returns early after a signal.
 int PLSocket::waitFor( short events ) const {
    int64_t left = ( pending_.back() - monotonicNow() + 999'999 ) / 1'000'000;
-   if ( left <= 0 ) {
+   pollfd descriptor{ fd_, events, 0 };
+   int ready = poll( &descriptor, 1, static_cast< int >( std::max< int64_t >( left, 0 ) ) );
+   // What is there by now counts, also when the process was stopped for longer.
+   if ( ready == 0 && left <= 0 ) {
       return fail( ETIMEDOUT );
    }
-   pollfd descriptor{ fd_, events, 0 };
-   int ready = poll( &descriptor, 1, static_cast< int >( left ) );
    return ready < 0 && !isTransient( errno ) ? -1 : 0;
 }
 

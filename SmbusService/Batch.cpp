@@ -17,6 +17,10 @@ namespace {
 
 constexpr size_t kResponseOverhead = 8;  // tags and lengths around the bytes of one answer
 
+bool isNoAcknowledge( int error ) {
+   return error == ENXIO || error == EREMOTEIO;
+}
+
 std::string wordsFor( int error ) {
    switch ( error ) {
       case ENXIO:
@@ -130,7 +134,8 @@ int Batch::attempt( const Step& step, uint32_t retries, std::string& answer ) {
    while ( true ) {
       int error = step.adapter->transfer( step.transfer, answer );
       pauseAfter( step.transfer );
-      if ( error == ENXIO && step.transfer.acknowledgeOptional && !step.transfer.reads() ) {
+      if ( isNoAcknowledge( error ) && step.transfer.acknowledgeOptional &&
+           !step.transfer.reads() ) {
          return 0;
       }
       if ( !error || retries-- == 0 || lastsFor( limit_ ) ) {
@@ -159,7 +164,6 @@ void Batch::refuse( int error, std::string_view why, Smbus::TransactionResponse&
    reply.clear_response();
    reply.set_failure( error );
    reply.set_error( std::string( why ) );
-   reply.mutable_details()->set_count( static_cast< uint32_t >( count_ ) );
    reply.mutable_details()->set_reason( std::string( why ) );
 }
 
@@ -176,7 +180,6 @@ void Batch::fail( size_t index,
    details.set_type( transfer.type );
    details.set_size( transfer.size );
    details.set_reg( transfer.reg );
-   details.set_register_size( transfer.address.registerSize );
    details.set_device( transfer.address.device );
    details.set_master( transfer.adapter.master );
    details.set_pci( transfer.adapter.pci );

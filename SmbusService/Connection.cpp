@@ -23,6 +23,7 @@ constexpr size_t kReceiveSize = 4096;  // most batches fit, so that one call rec
 constexpr uint32_t kRequestTag = Smbus::TransactionRequest::kRequestFieldNumber << 3 | 2;
 constexpr uint32_t kIdTag = Smbus::TransactionRequest::kIdFieldNumber << 3 | 5;
 constexpr size_t kKeptSize = 65536;              // buffers that have grown beyond are given back
+constexpr size_t kKeptTraffic = 1 << 20;         // bytes after which messages are given back
 constexpr std::chrono::seconds kTimeLimit( 5 );  // for the rest of a frame, and for a reply
 
 // What is known of a batch before there are messages for it. A frame has room for half a million
@@ -99,12 +100,16 @@ bool Connection::execute( const char* payload, size_t size ) {
    return true;
 }
 
-// What a large batch took.
+// What a large batch took, or many that differ: messages keep the memory of the largest at each of
+// their places, which is no more than what has come and gone since they were new.
 void Connection::giveBack() {
-   if ( input_.size() <= kKeptSize && output_.size() <= kKeptSize ) {
+   moved_ += payload_ + output_.size();
+   if ( input_.size() <= kKeptSize && output_.size() <= kKeptSize && moved_ <= kKeptTraffic ) {
       return;
    }
+   moved_ = 0;
    input_ = std::vector< char >( input_.begin() + begin_, input_.begin() + end_ );
+   input_.resize( std::max( input_.size(), kReceiveSize ) );
    end_ -= begin_;
    begin_ = 0;
    std::string().swap( output_ );

@@ -43,6 +43,7 @@ class Connection {
    size_t end_ = 0;
    size_t payload_ = 0;  // bytes of the frame at begin_
    std::string output_;
+   size_t moved_ = 0;  // bytes in both directions since memory was given back
 };
 
 }  // namespace SmbusService

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "BoardFiles/Media.h"
+
 namespace SmbusService {
 
 namespace {
@@ -45,8 +47,14 @@ AdapterId AdapterId::of( Smbus::MasterType master,
                          uint32_t pci,
                          uint8_t accelerator,
                          uint8_t bus ) {
-   bool hasAccelerators = master == Smbus::MASTER_SCD || master == Smbus::MASTER_CELESTICA;
-   bool hasBusses = hasAccelerators || master == Smbus::MASTER_FB_DOM_FPGA;
+   bool hasAccelerators = false;
+   bool hasBusses = false;
+   for ( const Media::Medium& medium : Media::kAll ) {
+      bool isIt = medium.master == master;
+      hasAccelerators |= isIt && medium.shape == Media::Shape::Accelerators;
+      hasBusses |= isIt && medium.shape == Media::Shape::Busses;
+   }
+   hasBusses |= hasAccelerators;
    return { master, pci, hasAccelerators ? accelerator : uint8_t{}, hasBusses ? bus : uint8_t{} };
 }
 

@@ -69,8 +69,9 @@ int main( int argc, char** argv ) {
    try {
       serveBoard( options, log );
    } catch ( const BoardFiles::BoardError& error ) {
-      for ( const BoardFiles::Finding& finding : error.findings ) {
-         log.write( finding.text() );
+      // Nobody is served yet, who could have to wait for them.
+      for ( const std::string& line : BoardFiles::linesOf( error.findings ) ) {
+         fprintf( stderr, "lumen-smbusd: %s\n", line.c_str() );
       }
       return kFailed;
    } catch ( const std::exception& error ) {

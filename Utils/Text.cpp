@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 
 namespace Utils {
 
@@ -69,6 +70,12 @@ size_t findInvalid( std::string_view text ) {
       i += size;
    }
    return std::string_view::npos;
+}
+
+std::string deviceLabel( std::string_view stem, uint8_t address ) {
+   char suffix[ sizeof "<0x00>" ];
+   snprintf( suffix, sizeof suffix, "<0x%02x>", address );
+   return std::string( stem ) + suffix;
 }
 
 size_t length( std::string_view text ) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -12,6 +13,9 @@ std::string printable( std::string_view text );
 
 // Where the first byte is that is no UTF-8; npos when there is none.
 size_t findInvalid( std::string_view text );
+
+// The label of the device at an address of a bus, "STEM<0xNN>".
+std::string deviceLabel( std::string_view stem, uint8_t address );
 
 // Characters of UTF-8 text.
 size_t length( std::string_view text );

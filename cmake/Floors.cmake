@@ -8,10 +8,11 @@ function(lumen_floor target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;MAY_INCLUDE;EXCEPT;LINKS")
   if(NOT arg_SOURCES)
     file(GLOB_RECURSE arg_SOURCES CONFIGURE_DEPENDS *.cpp *.h)
-    list(FILTER arg_SOURCES EXCLUDE REGEX "/main\\.cpp$")
   endif()
   lumen_check_includes(${target} SOURCES ${arg_SOURCES}
     MAY_INCLUDE ${arg_MAY_INCLUDE} EXCEPT ${arg_EXCEPT})
+  # A program's main file is checked like the others, but compiled with the program.
+  list(FILTER arg_SOURCES EXCLUDE REGEX "/main\\.cpp$")
   add_library(${target} OBJECT ${arg_SOURCES} ${checked_stamp})
   target_link_libraries(${target} PRIVATE lumen-options PUBLIC ${arg_LINKS})
 endfunction()

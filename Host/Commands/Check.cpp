@@ -12,7 +12,7 @@ int check( const Program& program ) {
    Board board = BoardFiles::loadBoard(
       program.board, program.emulate ? Emulation::Needed : Emulation::IfPresent );
    if ( board.hasEmulation ) {
-      program.tryEmulator( program.board );  // the models know their quantities
+      program.tryEmulator( board );  // the models know their quantities
    }
    if ( program.json ) {
       print( findingsJson( program.board, board.warnings ) );

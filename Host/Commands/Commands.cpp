@@ -16,8 +16,6 @@ namespace Host {
 
 namespace {
 
-constexpr size_t kMostFindings = 100;  // in a text for people
-
 // The socket of the service that the program is to use.
 std::string findService( const Program& program ) {
    if ( program.emulate ) {
@@ -37,11 +35,8 @@ std::string findService( const Program& program ) {
 }  // namespace
 
 void complain( const std::vector< Finding >& findings ) {
-   for ( const Finding& finding : findings | std::views::take( kMostFindings ) ) {
-      complain( finding.text() );
-   }
-   if ( findings.size() > kMostFindings ) {
-      complain( fmt::format( "... and {} more", findings.size() - kMostFindings ) );
+   for ( const std::string& line : linesOf( findings ) ) {
+      complain( line );
    }
 }
 

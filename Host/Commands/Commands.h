@@ -34,8 +34,8 @@ struct Program {
    // std::runtime_error. The service lives as long as the program.
    std::function< std::string( const std::string& ) > startEmulator;
 
-   // Makes the emulated board in a folder and throws it away; throws std::runtime_error.
-   std::function< void( const std::string& ) > tryEmulator;
+   // Makes the emulated board of the documents and throws it away; throws BoardError.
+   std::function< void( const Board& ) > tryEmulator;
 
    std::function< int() > command;  // returns the exit status
 

@@ -9,15 +9,13 @@
 #include <cstdlib>
 
 #include "Host/Session/UseError.h"
+#include "Utils/LedStatus.h"
 
 namespace Host {
 
 namespace {
 
-constexpr std::array kLedNames = {
-   // by pl_led_status
-   "Off", "Good", "Warning", "Bad", "Inactive", "Unknown", "Beacon",
-};
+using Utils::kLedStatusNames;
 
 template < typename Function >
 void* addByDevice( EntryPoint add, const ObjectSpec& spec ) {
@@ -114,9 +112,9 @@ std::optional< int > parseLedStatus( const std::string& text ) {
          return std::tolower( a ) == std::tolower( b );
       } );
    };
-   auto name = std::ranges::find_if( kLedNames, equalIgnoringCase );
-   return name == kLedNames.end() ? std::nullopt
-                                  : std::optional( static_cast< int >( name - kLedNames.begin() ) );
+   auto name = std::ranges::find_if( kLedStatusNames, equalIgnoringCase );
+   bool isKnown = name != std::end( kLedStatusNames );
+   return isKnown ? std::optional( static_cast< int >( name - kLedStatusNames ) ) : std::nullopt;
 }
 
 pl_status applyLedStatus( void* object, int status ) {
@@ -143,7 +141,7 @@ const std::array< KindOperations, kKinds.size() > kOperations = { {
      addByDevice< decltype( pl_led_add ) >,
      readNothing,
      { { .subject = "an LED",
-         .choice = fmt::format( "it knows {}", fmt::join( kLedNames, ", " ) ),
+         .choice = fmt::format( "it knows {}", fmt::join( kLedStatusNames, ", " ) ),
          .parse = parseLedStatus,
          .apply = applyLedStatus } } },
    { Kind::PoePort, "W", addByDevice< decltype( pl_poe_port_add ) >, readPoePort },

@@ -2,15 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
+
 #include "Host/Session/ChipName.h"
 
 namespace Host {
-
-namespace {
-
-constexpr std::string_view kNoAcknowledge = "no acknowledge";
-
-}  // namespace
 
 RequestFailure RequestFailure::of( const pl_service_failure& failure ) {
    bool isOneRequest = failure.answered && failure.request >= 0;
@@ -23,9 +19,10 @@ std::string RequestFailure::explain( const Board& board, const ObjectSpec& objec
    if ( !details.answered || details.request < 0 ) {
       return words;
    }
-   std::string chip = chipName( board, object, details.device );
-   return words == kNoAcknowledge ? fmt::format( "{} from {}", words, chip )
-                                  : fmt::format( "{}: {}", chip, words );
+   std::string chip = chipName( board, object, details );
+   bool isAbsent = details.error == ENXIO || details.error == EREMOTEIO;
+   return isAbsent ? fmt::format( "{} from {}", words, chip )
+                   : fmt::format( "{}: {}", chip, words );
 }
 
 }  // namespace Host

@@ -28,6 +28,9 @@ std::string whyNothingCame( ssize_t count ) {
    if ( count == 0 ) {
       return "it closes the connection";
    }
+   if ( count > 0 ) {
+      return "its answer breaks off";
+   }
    return errno == EAGAIN ? "it is silent" : strerror( errno );
 }
 

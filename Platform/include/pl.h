@@ -7,7 +7,8 @@
  * Conventions
  *  - All calls come from one host thread; the library takes no locks and starts no threads.
  *  - Objects live until the process ends. The host never frees them, and may keep any value of its
- *    own in the `host` word; the library never reads or writes that word.
+ *    own in the `host` word; the library never reads or writes that word, but that a new
+ *    pl_system has null there.
  *  - Output arguments are written only when the callback returns PL_STATUS_OK, unless stated.
  *  - Texts returned through `char **` are allocated with malloc; the caller frees them.
  *  - A table begins with its own size in bytes; a slot the library does not serve is null.

@@ -16,10 +16,10 @@ namespace PlatformLibrary {
 // Client of the SMBus service: one request, one reply, in turn.
 //
 // The socket's path is PL_SMBUS_SOCKET, else /run/lumen/smbus.sock; the time limit of one exchange
-// is PL_SMBUS_TIMEOUT_MS, else 5000 ms. Any error closes the connection, so that a late reply can
-// never be taken for the answer to the next request; the next request connects again, once.
-// Requests carry an id, and an answer that carries another one is an error. A forked child gets a
-// connection of its own with its first request.
+// is PL_SMBUS_TIMEOUT_MS, else 5000 ms. Any error of an exchange closes the connection, so that a
+// late reply can never be taken for the answer to the next request; the next request connects
+// again, once. Requests carry an id, and an answer that carries another one is an error. A forked
+// child gets a connection of its own with its first request.
 class PLSocket {
  public:
    PLSocket() = default;
