@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
-#include <ranges>
 #include <utility>
 
 #include "Ham/LumenSmbusVisitor.h"
@@ -113,8 +112,8 @@ void LumenSmbusHam::prepare() {
 }
 
 pl_status LumenSmbusHam::execute() {
-   for ( Component::LogicalDevice::Mux* mux : muxes | std::views::reverse ) {
-      atMuxChip( mux, [ & ] { return mux->resetRequest( this ); } );
+   for ( auto mux = muxes.rbegin(); mux != muxes.rend(); ++mux ) {
+      atMuxChip( *mux, [ & ] { return ( *mux )->resetRequest( this ); } );
    }
    pl_trace( 4, "executing LumenSmbusHam request" );
    if ( retryCountSet ) {

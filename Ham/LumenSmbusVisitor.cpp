@@ -70,7 +70,7 @@ bool LumenSmbusVisitor::visit( const Topology::SccSpi* ) {
    return masterIs( Media::kSccSpi.master );
 }
 
-bool LumenSmbusVisitor::masterIs( Smbus::MasterType type, std::optional< PCIAddress > pci ) {
+bool LumenSmbusVisitor::masterIs( Smbus::MasterType type, std::optional< PCIAddress > pci ) const {
    if ( found ) {
       ham->mastertype = type;
       ham->pci = pci.value_or( ham->pci );

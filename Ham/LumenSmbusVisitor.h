@@ -40,7 +40,7 @@ class LumenSmbusVisitor : public Topology::TopologyVisitor {
    void createHam( const HamAddress& address );
 
  private:
-   bool masterIs( Smbus::MasterType type, std::optional< PCIAddress > pci = {} );
+   bool masterIs( Smbus::MasterType type, std::optional< PCIAddress > pci = {} ) const;
 };
 
 // For a device, or one of its components.

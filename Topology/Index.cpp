@@ -1,7 +1,7 @@
 #include "Topology/Index.h"
 
 #include <algorithm>
-#include <ranges>
+#include <iterator>
 
 #include "Topology/Topology.h"
 
@@ -36,10 +36,7 @@ auto firstById( const auto& rows, uint32_t id ) -> decltype( rows.front().second
    return it->first == id ? it->second : nullptr;
 }
 
-auto mediumPointers( const Topology& root ) {
-   return root.mediums |
-          std::views::transform( []( const auto& each ) -> const Node* { return each.get(); } );
-}
+constexpr auto kPointer = []( const auto& medium ) -> const Node* { return medium.get(); };
 
 // The place behind the latest label, where the next one often belongs: boards number their labels.
 // It holds while the index has grown by Node::init alone.
@@ -71,7 +68,7 @@ class Index::Collector final : public TopologyVisitor {
 
 void Index::build( const Topology& root ) {
    *this = Index();
-   std::ranges::copy( mediumPointers( root ), std::back_inserter( mediums_ ) );
+   std::ranges::transform( root.mediums, std::back_inserter( mediums_ ), kPointer );
    Collector collector( *this );
    root.accept( &collector );
    sortById( devices_ );
@@ -79,7 +76,7 @@ void Index::build( const Topology& root ) {
 }
 
 bool Index::isOf( const Topology& root ) const {
-   return std::ranges::equal( mediums_, mediumPointers( root ) );
+   return std::ranges::equal( mediums_, root.mediums, {}, {}, kPointer );
 }
 
 const Device* Index::device( uint32_t did ) const {

@@ -5,7 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <ranges>
+#include <iterator>
 
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
@@ -43,7 +43,8 @@ void complain( const std::vector< Finding >& findings ) {
 size_t findObject( const Board& board, const std::string& name ) {
    auto object = std::ranges::find( board.objects, name, &ObjectSpec::name );
    if ( object == board.objects.end() ) {
-      auto names = std::views::transform( board.objects, &ObjectSpec::name );
+      std::vector< std::string > names;
+      std::ranges::transform( board.objects, std::back_inserter( names ), &ObjectSpec::name );
       throw UseError(
          fmt::format( "the board has no object \"{}\"; it has {}", name,
                       names.empty() ? "none" : fmt::format( "{}", fmt::join( names, ", " ) ) ) );

@@ -79,8 +79,9 @@ void BoardMaker::addChip( const ChipSpec& spec ) {
    if ( spec.contents ) {
       tryAt( spec.place.member( "contents" ), [ & ] { chip.load( *spec.contents ); } );
    }
-   for ( const auto& [ name, value ] : spec.quantities ) {
-      tryAt( spec.place.member( "set" ).member( name ), [ & ] { chip.set( name, value ); } );
+   for ( const auto& quantity : spec.quantities ) {
+      tryAt( spec.place.member( "set" ).member( quantity.first ),
+             [ & ] { chip.set( quantity.first, quantity.second ); } );
    }
 }
 

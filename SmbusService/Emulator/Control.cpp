@@ -6,7 +6,7 @@
 #include <asio/buffer.hpp>
 #include <asio/read_until.hpp>
 #include <asio/write.hpp>
-#include <ranges>
+#include <iterator>
 #include <stdexcept>
 
 #include "BoardFiles/Documents.h"
@@ -85,7 +85,8 @@ std::string answerControl( EmulatedBoard& board, std::string_view line ) {
    std::vector< BoardFiles::Finding > findings;
    auto request = BoardFiles::readControlRequest( std::string( line ), findings );
    if ( !request.sound ) {
-      auto texts = std::views::transform( findings, &BoardFiles::Finding::text );
+      std::vector< std::string > texts;
+      std::ranges::transform( findings, std::back_inserter( texts ), &BoardFiles::Finding::text );
       return refuse( fmt::format( "{}", fmt::join( texts, "; " ) ) );
    }
    try {
