@@ -18,7 +18,7 @@ using Utils::Json::Value;
 
 Kind kindNamed( std::string_view name ) {
    size_t kind = 0;
-   while ( kind < kKinds.size() - 1 && kKinds[ kind ].name != name ) {
+   while ( kind < kKindNames.size() - 1 && kKindNames[ kind ] != name ) {
       ++kind;
    }
    return static_cast< Kind >( kind );

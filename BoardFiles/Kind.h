@@ -8,26 +8,13 @@ namespace BoardFiles {
 
 enum class Kind { System, Slot, Led, PoePort, TempSensor, Fan, Xcvr, Psu, Gpio, Smbus };
 
-struct KindInfo {
-   std::string_view name;  // in objects.json, and in the entry points pl_<name>_init and _add
+// In objects.json, and in the entry points pl_<name>_init and _add; in the enumeration's order.
+constexpr std::array< std::string_view, 10 > kKindNames = {
+   "system", "slot", "led", "poe_port", "temp_sensor", "fan", "xcvr", "psu", "gpio", "smbus",
 };
 
-// In the order of the enumeration.
-constexpr std::array< KindInfo, 10 > kKinds = { {
-   { "system" },
-   { "slot" },
-   { "led" },
-   { "poe_port" },
-   { "temp_sensor" },
-   { "fan" },
-   { "xcvr" },
-   { "psu" },
-   { "gpio" },
-   { "smbus" },
-} };
-
-constexpr const KindInfo& info( Kind kind ) {
-   return kKinds[ static_cast< size_t >( kind ) ];
+constexpr std::string_view kindName( Kind kind ) {
+   return kKindNames[ static_cast< size_t >( kind ) ];
 }
 
 }  // namespace BoardFiles

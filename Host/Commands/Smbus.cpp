@@ -22,7 +22,7 @@ Board loadEndpoint( const Program& program, const std::string& name ) {
    Board board = loadOneObject( program, name );
    if ( Kind kind = board.objects[ 0 ].kind; kind != Kind::Smbus ) {
       throw UseError( fmt::format( "\"{}\" is a {}; raw access needs an object of kind smbus", name,
-                                   info( kind ).name ) );
+                                   kindName( kind ) ) );
    }
    return board;
 }

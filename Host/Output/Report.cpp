@@ -71,7 +71,7 @@ class JsonObject {
 Value observationJson( const Observation& observation, JsonObject::Allocator& allocator ) {
    JsonObject json( allocator );
    json.add( "name", observation.object->name );
-   json.add( "kind", info( observation.object->kind ).name );
+   json.add( "kind", kindName( observation.object->kind ) );
    json.add( "reading", observation.reading );
    json.add( "unit", operations( observation.object->kind ).unit );
    json.add( "alert", observation.object->alert );
@@ -149,7 +149,7 @@ std::string statusTable( const std::vector< Observation >& observations, const T
       const Observation& observation = byKind[ i ];
       Kind kind = observation.object->kind;
       cells.push_back( { { observation.object->name },
-                         { std::string( info( kind ).name ) },
+                         { std::string( kindName( kind ) ) },
                          { readings[ i ] },
                          { std::string( operations( kind ).unit ) },
                          { limitsText( *observation.object ) },

@@ -35,8 +35,8 @@ DriverLibrary::DriverLibrary( const std::string& given ) {
       }
       return symbol;
    };
-   for ( size_t kind = 0; kind < kKinds.size(); ++kind ) {
-      std::string prefix = "pl_" + std::string( kKinds[ kind ].name );
+   for ( size_t kind = 0; kind < kKindNames.size(); ++kind ) {
+      std::string prefix = "pl_" + std::string( kKindNames[ kind ] );
       EntryPoints& entryPoints = entryPoints_[ kind ];
       entryPoints.init = reinterpret_cast< Init* >( find( prefix + "_init" ) );
       entryPoints.add = reinterpret_cast< EntryPoint >( find( prefix + "_add" ) );

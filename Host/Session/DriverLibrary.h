@@ -26,7 +26,7 @@ class DriverLibrary {
       Init* init;
       EntryPoint add;
    };
-   std::array< EntryPoints, kKinds.size() > entryPoints_;  // by Kind
+   std::array< EntryPoints, kKindNames.size() > entryPoints_;  // by Kind
 };
 
 }  // namespace Host

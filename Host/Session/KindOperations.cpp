@@ -133,7 +133,7 @@ pl_status applyBit( void* object, int bit ) {
 }
 
 // In the order of the enumeration.
-const std::array< KindOperations, kKinds.size() > kOperations = { {
+const std::array< KindOperations, kKindNames.size() > kOperations = { {
    { Kind::System, "", addByDevice< decltype( pl_system_add ) >, readNothing },
    { Kind::Slot, "", addByDevice< decltype( pl_slot_add ) >, readSlot },
    { Kind::Led,
@@ -174,7 +174,7 @@ int parseSetting( const ObjectSpec& object, const std::string& text ) {
    const auto& setting = operations( object.kind ).setting;
    if ( !setting ) {
       throw UseError( fmt::format( "\"{}\" is a {}; only an led, fan or gpio can be set",
-                                   object.name, info( object.kind ).name ) );
+                                   object.name, kindName( object.kind ) ) );
    }
    std::optional< int > value = setting->parse( text );
    if ( !value ) {

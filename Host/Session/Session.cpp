@@ -98,9 +98,10 @@ void Session::take( const Message& said, Found& found ) {
          fail( i, said.text, found );
          break;
       case kRead: {
-         Reading reading{ said.status, said.value, said.text };
-         found[ i ] =
-            observed( board_.objects[ i ], reading, whyNotOk( said.status, reasonFor( i, "" ) ) );
+         std::string reason =
+            said.status == PL_STATUS_OK ? "" : whyNotOk( said.status, reasonFor( i, "" ) );
+         found[ i ] = observed( board_.objects[ i ], { said.status, said.value, said.text },
+                                std::move( reason ) );
          break;
       }
       case kNotRead:

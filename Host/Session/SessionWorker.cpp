@@ -24,7 +24,7 @@ std::string exceptionOf( Kind kind, Step step ) {
       return {};
    } catch ( const NotImplementedException& error ) {
       fprintf( stderr, "exception: %s\n", error.what() );
-      return fmt::format( "the driver has no {}", info( kind ).name );
+      return fmt::format( "the driver has no {}", kindName( kind ) );
    } catch ( const std::exception& error ) {
       fprintf( stderr, "exception: %s\n", error.what() );
    } catch ( ... ) {
@@ -67,7 +67,7 @@ bool SessionWorker::initialise() const {
       std::string reason =
          exceptionOf( kind, [ & ] { status = task_.library.init( kind, task_.board.topology ); } );
       if ( reason.empty() && status != PL_STATUS_OK ) {
-         reason = fmt::format( "pl_{}_init: {}", info( kind ).name, whyNotOk( status, "" ) );
+         reason = fmt::format( "pl_{}_init: {}", kindName( kind ), whyNotOk( status, "" ) );
       }
       if ( !reason.empty() ) {
          send( kNotInitialised, 0, reason );
