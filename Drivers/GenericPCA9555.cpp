@@ -8,13 +8,6 @@ namespace Drivers {
 
 namespace {
 
-constexpr uint8_t kBanks = 2;
-constexpr uint8_t kDefaultCacheTime = 2;  // seconds
-
-// 8 bits each, one for each bank.
-constexpr uint8_t kInput = 0x00;
-constexpr uint8_t kOutput = 0x02;
-constexpr uint8_t kConfiguration = 0x06;
 constexpr uint32_t kPowerOn = 0xFF;  // inputs pulled up, outputs high, all pins inputs
 constexpr uint32_t kBytes = 1;
 
@@ -30,7 +23,7 @@ Component::HardwareDevice* GenericPCA9555::create( const FactoryArgs& args, Ham:
       static_cast< uint8_t >( Utils::stoi( LUMEN_FOUND_ARGUMENT( args, "bank-io-0" ) ) );
    bankConfig[ 1 ] =
       static_cast< uint8_t >( Utils::stoi( LUMEN_FOUND_ARGUMENT( args, "bank-io-1" ) ) );
-   uint8_t cacheTime = byteOr( args, "cacheTimeout", kDefaultCacheTime );
+   uint8_t cacheTime = byteOr( args, "cacheTimeout", kCacheTime );
    uint8_t inputBase = byteOr( args, "inputBankBase", kInput );
    uint8_t outputBase = byteOr( args, "outputBankBase", kOutput );
    uint8_t configBase = byteOr( args, "configBankBase", kConfiguration );

@@ -18,12 +18,20 @@ class GenericPCA9555 : public GPIOExpander {
 
    static Component::HardwareDevice* create( const FactoryArgs& args, Ham::Ham* ham );
 
+   static constexpr uint8_t kBanks = 2;
+   static constexpr uint8_t kCacheTime = 2;  // seconds
+
+   // 8 bits each, one for each bank.
+   static constexpr uint8_t kInput = 0x00;
+   static constexpr uint8_t kOutput = 0x02;
+   static constexpr uint8_t kConfiguration = 0x06;
+
    GenericPCA9555( const uint8_t* bankConfig,
-                   uint8_t numBanks,
-                   uint8_t cacheTime,
-                   uint8_t inputBase,
-                   uint8_t outputBase,
-                   uint8_t configBase );
+                   uint8_t numBanks = kBanks,
+                   uint8_t cacheTime = kCacheTime,
+                   uint8_t inputBase = kInput,
+                   uint8_t outputBase = kOutput,
+                   uint8_t configBase = kConfiguration );
 
    void init() override;
    Component::LogicalDevice::Gpio* newGpio( const DriverArgs& args ) override;

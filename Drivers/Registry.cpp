@@ -1,3 +1,9 @@
+#include "Drivers/Corvid/CpuCPLD.h"
+#include "Drivers/Corvid/MorrowFanspinnerController.h"
+#include "Drivers/Corvid/MorrowFanspinnerIdprom.h"
+#include "Drivers/Corvid/QuillonRearCardStatusLed.h"
+#include "Drivers/Corvid/TarnRearCardCPLD.h"
+#include "Drivers/Corvid/TarnStatusLed.h"
 #include "Drivers/Drivers.h"
 #include "Drivers/Dummy.h"
 #include "Drivers/GenericSmbusMux.h"
@@ -14,6 +20,7 @@
 namespace Drivers {
 
 std::map< std::string, DriverFactory > drivers = {
+   { "CpuCPLD", CpuCPLD::create },
    { "Dummy", Dummy::create },
    { "GpioDriver", Dummy::create },
    { "IR357x", IR357x::create },
@@ -22,11 +29,16 @@ std::map< std::string, DriverFactory > drivers = {
    { "Max6658", Max6658::create },
    { "Max6697", Max6697::create },
    { "Max7356", GenericSmbusMux::create },
+   { "MorrowFanspinnerController", MorrowFanspinnerController::create },
+   { "MorrowFanspinnerIdprom", MorrowFanspinnerIdprom::create },
    { "MpsVrm", MpsVrm::create },
    { "PCA9548", GenericSmbusMux::create },
+   { "QuillonRearCardStatusLed", QuillonRearCardStatusLed::create },
    { "SmbusProxyDriver", SmbusProxyDriver::create },
    { "TMP46x", TMP46x::create },
    { "TMP75", TMP75::create },
+   { "TarnRearCardCPLD", TarnRearCardCPLD::create },
+   { "TarnStatusLed", TarnStatusLed::create },
 };
 
 }  // namespace Drivers

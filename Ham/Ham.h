@@ -39,6 +39,10 @@ class Ham {
    virtual void prepare() = 0;
    [[nodiscard]] virtual pl_status execute() = 0;
 
+   // After execute() failed: whether it did because the device itself did not acknowledge, as one
+   // that is not there. False where the transport cannot tell.
+   virtual bool lacksAcknowledge() const { return false; }
+
    virtual ResponseId addRecvByte();
    virtual ResponseId addRead8( Register reg, uint8_t regSize );
    virtual ResponseId addRead16( Register reg, uint8_t regSize );

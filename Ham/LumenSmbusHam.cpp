@@ -141,6 +141,13 @@ pl_status LumenSmbusHam::execute() {
    return PL_STATUS_OK;
 }
 
+// A mux on the way may be the silent chip, where the answer tells which one it was.
+bool LumenSmbusHam::lacksAcknowledge() const {
+   int error = response_.failure();
+   bool isOwn = !response_.has_details() || response_.details().device() == address.address;
+   return isOwn && ( error == ENXIO || error == EREMOTEIO );
+}
+
 void LumenSmbusHam::requestInit( Smbus::Request* request, const Transaction& transaction ) {
    address.command = transaction.reg;
    if ( transaction.readFlag ) {

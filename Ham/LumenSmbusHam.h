@@ -32,6 +32,7 @@ class LumenSmbusHam : public Ham {
    void init() override;
    void prepare() override;
    [[nodiscard]] pl_status execute() override;
+   bool lacksAcknowledge() const override;
 
    ResponseId addRecvByte() override;
    ResponseId addRead8( Register reg, uint8_t regSize ) override;

@@ -45,6 +45,12 @@ int stoi( const std::string& text ) {
    return static_cast< int >( value );
 }
 
+unsigned long stoul( const std::string& text ) {
+   return convert( text, "stoul", []( const char* begin, char** end ) {
+      return strtoul_l( begin, end, 10, plainLocale() );
+   } );
+}
+
 float stof( const std::string& text ) {
    return convert( text, "stof", []( const char* begin, char** end ) {
       return strtof_l( begin, end, plainLocale() );

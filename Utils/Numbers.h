@@ -5,9 +5,10 @@
 
 namespace Utils {
 
-// Text to number as std::stoi, std::stof and std::stod do it (leading white space and trailing text
-// accepted; std::invalid_argument and std::out_of_range named after them), in any locale.
+// Text to number as std::stoi and its kin do it (leading white space and trailing text accepted;
+// std::invalid_argument and std::out_of_range named after them), in any locale.
 int stoi( const std::string& text );
+unsigned long stoul( const std::string& text );
 float stof( const std::string& text );
 double stod( const std::string& text );
 

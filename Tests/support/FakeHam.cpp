@@ -28,6 +28,12 @@ void FakeHam::load( Register reg, const std::string& hexBytes ) {
    registers_[ reg ] = fromHex( hexBytes );
 }
 
+void FakeHam::loadNext( Register reg, const std::vector< std::string >& hexBytes ) {
+   for ( const std::string& bytes : hexBytes ) {
+      next_[ reg ].push_back( fromHex( bytes ) );
+   }
+}
+
 pl_status FakeHam::execute() {
    ++batches;
    for ( Transaction& transaction : batch_ ) {
@@ -40,6 +46,10 @@ pl_status FakeHam::execute() {
          bytes = transaction.written;
       }
       transaction.answer = bytes;
+      if ( auto& next = next_[ transaction.reg ]; transaction.readLength && !next.empty() ) {
+         transaction.answer = next.front();
+         next.pop_front();
+      }
       if ( transaction.readLength != kWholeRegister ) {
          transaction.answer.resize( transaction.readLength );
       }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <deque>
 #include <map>
 #include <set>
 #include <string>
@@ -16,12 +17,17 @@ namespace Tests {
 class FakeHam : public Ham::Ham {
  public:
    void load( Register reg, const std::string& hexBytes );
+   // What the next reads give, one each, before the register's own bytes.
+   void loadNext( Register reg, const std::vector< std::string >& hexBytes );
 
    // Batches with a transaction whose log line begins so fail with `status`.
    void failOn( const std::string& linePrefix, pl_status status ) {
       failingLine_ = linePrefix;
       failure_ = status;
    }
+   bool lacksAcknowledge() const override { return isAbsent; }
+   bool isAbsent = false;  // what failures are to be taken for
+
    void failNothing() { failOn( "nothing", PL_STATUS_OK ); }
 
    // The `step`th transaction from now on fails; whether it did.
@@ -84,6 +90,7 @@ class FakeHam : public Ham::Ham {
    }
 
    std::map< Register, std::string > registers_;
+   std::map< Register, std::deque< std::string > > next_;
    std::string failingLine_ = "nothing";
    size_t failingStep_ = kWholeRegister;  // as the log counts
    pl_status failure_ = PL_STATUS_OK;
