@@ -4,6 +4,8 @@
 #include <functional>
 
 #include "Components/Gpio.h"
+#include "Drivers/Corvid/CpuCPLD.h"
+#include "Drivers/Corvid/TarnRearCardCPLD.h"
 #include "Drivers/GenericPCA9555.h"
 #include "Drivers/LM73.h"
 #include "Drivers/Max6658.h"
@@ -23,7 +25,7 @@ struct Output {
       return reinterpret_cast< Value* >( bytes );
    }
 
-   alignas( float ) char bytes[ 4 ] = { 1, 2, 3, 4 };
+   alignas( void* ) char bytes[ sizeof( void* ) ] = { 1, 2, 3, 4 };
 };
 
 using Run = std::function< pl_status( Component::HardwareDevice& device, Output output[] ) >;
@@ -59,6 +61,35 @@ pl_status changeBanks( Component::HardwareDevice& device, Output[] ) {
    return expander.save();
 }
 
+const Tests::DriverArguments kArguments = {
+   { "bank-io-0", "0" },        { "bank-io-1", "0" },       { "fanId", "1" },
+   { "position", "0" },         { "type", "status" },       { "pinRed", "0" },
+   { "pinGreen", "1" },         { "maxRpm", "100" },        { "minRpm", "0" },
+   { "fanFdlMapKey_a", "255" }, { "fanFdlMapValue_a", "" },
+};
+
+pl_status light( Component::HardwareDevice& device, Output[] ) {
+   return device.newLed( Tests::argumentsOf( kArguments ) )->setLightSetting( PL_LED_OFF );
+}
+
+pl_status turn( Component::HardwareDevice& device, Output[] ) {
+   return device.newFan( Tests::argumentsOf( kArguments ) )->setRpm( 100 );
+}
+
+template < typename Fan >
+pl_status rpmOf( Fan fan, Output output[] ) {
+   return fan.getRpm( *output );
+}
+
+pl_status describe( Component::HardwareDevice& device, Output output[] ) {
+   char** text = *output;
+   pl_status status = device.newSlot( Tests::argumentsOf( kArguments ) )->getPresence( text );
+   if ( status == PL_STATUS_OK ) {
+      free( *text );
+   }
+   return status;
+}
+
 constexpr uint8_t kConfiguration[] = { 1, 2 };
 constexpr auto kLocal = Max6658::DiodeType::local;
 
@@ -88,6 +119,21 @@ const struct {
    { "PCA9555", 1, on( &GPIOExpander::getOutBank, 1 ) },
    { "PCA9555", 2, on( &GPIOExpander::writeConfig, kConfiguration ) },
    { "PCA9555", 4, changeBanks },
+   { "CpuCPLD", 2, light },
+   { "TarnRearCardCPLD", 2, light },
+   { "QuillonRearCardStatusLed", 1, light },
+   { "TarnStatusLed", 2, light },
+   { "CpuCPLD", 4,
+     []( auto& device, Output output[] ) {
+        return rpmOf( CpuCPLD::Fan( &dynamic_cast< CpuCPLD& >( device ), 0 ), output );
+     } },
+   { "TarnRearCardCPLD", 3,
+     []( auto& device, Output output[] ) {
+        return rpmOf( TarnRearCardCPLD::Fan( &dynamic_cast< TarnRearCardCPLD& >( device ) ),
+                      output );
+     } },
+   { "MorrowFanspinnerController", 7, turn },
+   { "TarnRearCardCPLD", 4, describe },
 };
 
 // Each step in turn fails until a run passes: its status comes back, the output stays as it was and
@@ -99,10 +145,13 @@ TEST( FailingSteps, EndTheOperation ) {
          SCOPED_TRACE( testing::Message() << operation.driver << ", row "
                                           << &operation - kOperations << ", step " << step );
          Tests::FakeHam ham;
+         for ( uint32_t reg : { 0x20, 0x41, 0x49, 0x4A } ) {
+            ham.load( reg, "ff" );
+         }
          ham.load( 0xFF, "0468" );
          ham.fixed = { 0xC4 };
-         Component::HardwareDevice* device = Tests::createDevice(
-            operation.driver, ham, { { "bank-io-0", "0" }, { "bank-io-1", "0" } } );
+         Component::HardwareDevice* device =
+            Tests::createDevice( operation.driver, ham, kArguments );
          ham.log.clear();
          ham.failNth( step, PL_STATUS_FAILURE );
          Output output;

@@ -1,0 +1,166 @@
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "Components/Fan.h"
+#include "Tests/support/SensorChip.h"
+#include "Utils/Json.h"
+
+// The table of driver arguments against the drivers.
+
+using Component::DeviceBase;
+using Tests::DriverArguments;
+using Utils::Json::Value;
+
+namespace {
+
+// A device on a fake HAM is made, and an object of it.
+bool makes( const std::string& driver, const std::string& kind, const DriverArguments& arguments ) {
+   Tests::FakeHam ham;
+   ham.load( 0xFF, "0468" );  // a TMP468
+   ham.fixed = { 0xC4 };      // whose lock opens
+   ham.load( 0x9A, "0124" );  // an IR3570A
+   ham.load( 0x9B, "0103" );
+   ham.load( 0x49, "ff" );  // fan modules
+   Component::HardwareDevice* device = Tests::createDevice( driver, ham, arguments );
+   auto args = Tests::argumentsOf( arguments );
+   return kind == "temp_sensor" ? device->newTempSensor( args ) != nullptr
+          : kind == "fan"       ? device->newFan( args ) != nullptr
+          : kind == "led"       ? device->newLed( args ) != nullptr
+          : kind == "slot"      ? device->newSlot( args ) != nullptr
+          : kind == "gpio"      ? device->newGpio( args ) != nullptr
+                                : device->newSmbusProxy( args ) != nullptr;
+}
+
+// The same in a process that may end as it likes.
+bool accepts( const std::string& driver, const std::string& kind, const DriverArguments& args ) {
+   pid_t child = fork();
+   if ( child == 0 ) {
+      freopen( "/dev/null", "w", stderr );
+      bool made = false;
+      try {
+         made = makes( driver, kind, args );
+      } catch ( const std::logic_error& ) {
+      }
+      _exit( made ? 0 : 1 );
+   }
+   int status = 0;
+   waitpid( child, &status, 0 );
+   return WIFEXITED( status ) && WEXITSTATUS( status ) == 0;
+}
+
+std::string textOf( const Value& value ) {
+   return value.IsString() ? value.GetString() : Utils::Json::write( value );
+}
+
+// Values that are none of the argument's.
+std::vector< std::string > wrongValues( const Value& argument ) {
+   std::vector< std::string > values;
+   if ( argument[ "type" ] != "text" ) {
+      values.push_back( "x" );
+   }
+   if ( argument.HasMember( "values" ) ) {
+      values.push_back( argument[ "type" ] == "text" ? "x" : "77" );
+   }
+   if ( argument.HasMember( "maximum" ) ) {
+      values.push_back( std::to_string( argument[ "minimum" ].GetInt() - 1 ) );
+      values.push_back( std::to_string( argument[ "maximum" ].GetInt() + 1 ) );
+   }
+   return values;
+}
+
+TEST( DriverArguments, AreAsTheTableSays ) {
+   std::ifstream file( LUMEN_SOURCE_DIR "/Boards/schemas/drivers.json" );
+   std::ostringstream text;
+   text << file.rdbuf();
+   Utils::Json::Document table;
+   ASSERT_FALSE( Utils::Json::parse( text.str().c_str(), table ) );
+   int tried = 0;
+   for ( const auto& driver : table.GetObject() ) {
+      std::string name = driver.name.GetString();
+      name = name == "*" ? "Dummy" : name;
+      EXPECT_TRUE( Drivers::drivers.contains( name ) ) << name;
+      for ( const auto& kind : driver.value.GetObject() ) {
+         std::string kindName = kind.name.GetString();
+         DriverArguments all;
+         for ( const Value& argument : kind.value.GetArray() ) {
+            if ( argument.HasMember( "example" ) ) {
+               all[ argument[ "name" ].GetString() ] = textOf( argument[ "example" ] );
+            }
+         }
+         ASSERT_TRUE( accepts( name, kindName, all ) ) << name << " " << kindName;
+         for ( const Value& argument : kind.value.GetArray() ) {
+            std::string key = argument[ "name" ].GetString();
+            if ( !all.contains( key ) ) {
+               continue;
+            }
+            auto without = all;
+            without.erase( key );
+            EXPECT_EQ( accepts( name, kindName, without ), !argument.HasMember( "required" ) )
+               << name << " " << kindName << " without " << key;
+            for ( const std::string& wrong : wrongValues( argument ) ) {
+               auto changed = all;
+               changed[ key ] = wrong;
+               EXPECT_FALSE( accepts( name, kindName, changed ) )
+                  << name << " " << kindName << " " << key << "=" << wrong;
+               ++tried;
+            }
+         }
+      }
+   }
+   EXPECT_GT( tried, 50 );
+}
+
+TEST( DriverArgumentsDeathTest, BoardControllersSayWhatIsWrong ) {
+   const std::string fan = "fanId=1; position=1; maxRpm=1; isOuter=1";
+   const std::string led = "bank-io-0=0; bank-io-1=0; pinRed=0; pinGreen=1";
+   const std::tuple< const char*, const char*, std::string, const char* > rows[] = {
+      { "CpuCPLD", "led", "",
+        R"(CpuCPLD.cpp:.*`args.driverArgs.find\( "fanId" \) != args.driverArgs.end\(\)')" },
+      { "CpuCPLD", "fan", "fanId=8; G2maxRpm=1", "`it != args.end\\(\\)'" },
+      { "TarnRearCardCPLD", "fan", "position=0", "`fanIdIter != args.end\\(\\)'" },
+      { "TarnRearCardCPLD", "fan", "fanId=1", "`posIter != args.end\\(\\)'" },
+      { "TarnRearCardCPLD", "fan", "fanId=16", "`id < 16'" },
+      { "TarnRearCardCPLD", "fan", "fanId=1; position=-1", "`position < 8'" },
+      { "TarnRearCardCPLD", "led", "position=1",
+        "Error: Failed to find fanId for TarnRearCardCPLD::newLed" },
+      { "TarnRearCardCPLD", "led", "fanId=1",
+        "Error: expected 'position' in TarnRearCardCPLD::newLed" },
+      { "TarnRearCardCPLD", "slot", "", "Error: expected 'fanId' in driverArgs" },
+      { "TarnRearCardCPLD", "slot", "fanId=16", "Error: expected 'position' in driverArgs" },
+      { "TarnRearCardCPLD", "slot", "fanId=16; position=1", "`fanId < 16'" },
+      { "TarnRearCardCPLD", "slot", "fanId=15; position=8", "`position < 8'" },
+      { "MorrowFanspinnerController", "fan", "", "`fanIdIter != args.driverArgs.end\\(\\)'" },
+      { "MorrowFanspinnerController", "fan", "fanId=1; minRpm=1",
+        "`max != args.driverArgs.end\\(\\)'" },
+      { "MorrowFanspinnerController", "fan", "fanId=1; maxRpm=1",
+        "`min != args.driverArgs.end\\(\\)'" },
+      { "QuillonRearCardStatusLed", "led", "", "`it != args.driverArgs.end\\(\\)'" },
+      { "QuillonRearCardStatusLed", "led", "type=fan",
+        "Error: failed to find driverArg forQuillonRearCardStatusLed::newLed\n.*`false'" },
+      { "TarnStatusLed", "led", "bank-io-0=1", "`it != args.driverArgs.end\\(\\)'" },
+      { "TarnStatusLed", "led", "bank-io-0=0; bank-io-1=0; pinRed=0; pinGreen=",
+        R"(`ledPins_\[ 1 \].present && ledPins_\[ 0 \].present')" },
+      { "TarnStatusLed", "led", led + "; pinBlue=8", "`tmp < 8'" },
+      { "TarnStatusLed", "led", led + "; bankBlue=-1",
+        R"(`tmp < \( unsigned \)pca9555_->numBanks_')" },
+   };
+   for ( const auto& [ driver, kind, arguments, text ] : rows ) {
+      EXPECT_DEATH( makes( driver, kind, Tests::pairsOf( arguments ) ), text )
+         << driver << " " << arguments;
+   }
+   Tests::FakeHam ham;
+   ham.load( 0x49, "ff" );
+   for ( const char* driver : { "TarnRearCardCPLD", "MorrowFanspinnerController" } ) {
+      auto args = Tests::argumentsOf( Tests::pairsOf( fan + "; minRpm=0" ) );
+      auto made = Tests::createDevice( driver, ham )->newFan( args );
+      EXPECT_DEATH( ( void )made->setRpm( -1 ), "`rpm >= 0'" );
+   }
+}
+
+}  // namespace
