@@ -78,6 +78,22 @@ TEST( ModelsTest, AnEEPROMReadsOnAndWritesPages ) {
    EXPECT_EQ( board.run( "<00:3" ), "506c61 " );
 }
 
+// A text of one byte is padded; the board area comes with the first of its texts.
+TEST( ModelsTest, AFruMemoryHoldsItsFields ) {
+   auto chip = newChip( "MorrowFanspinnerIdprom" );
+   Chip& memory = *chip;
+   ChipBoard board( std::move( chip ) );
+   const std::string product = "010319c25820c0c0c0c3533132c0c0c100000000000000af";
+   memory.describe( "serialNumber", "S12" );
+   memory.describe( "manufacturer", "X" );
+   EXPECT_EQ( board.run( "<00:33" ), "01000000010000fe" + product + "ff " );
+   memory.describe( "boardPartNumber", "P9" );
+   EXPECT_EQ( board.run( "<00:49" ),
+              "01000001030000fb"
+              "010219000000c0c0c0c25039c0c100d8" +
+                 product + "ff " );
+}
+
 TEST( ModelsTest, FansFollowTheDutyWithinASecond ) {
    ChipBoard cpu( newChip( "CpuCPLD" ) );
    ChipBoard rear( newChip( "TarnRearCardCPLD" ) );

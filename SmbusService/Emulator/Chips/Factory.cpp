@@ -5,8 +5,8 @@ namespace SmbusService::Emulator {
 using Factory = std::unique_ptr< Chip >();
 
 Factory newCpuCPLD, newEEPROM, newIR357x, newIsl6812x, newLM73, newMax6658, newMax6697,
-   newMorrowFanspinnerController, newMpsVrm, newMux, newPCA9555, newQuillonRearCardStatusLed,
-   newTarnRearCardCPLD, newTMP464, newTMP468, newTMP75;
+   newMorrowFanspinnerController, newMorrowFanspinnerIdprom, newMpsVrm, newMux, newPCA9555,
+   newQuillonRearCardStatusLed, newTarnRearCardCPLD, newTMP464, newTMP468, newTMP75;
 
 namespace {
 
@@ -26,6 +26,7 @@ constexpr Model kModels[] = {
    { "Max6697", newMax6697 },
    { "Max7356", newMux },
    { "MorrowFanspinnerController", newMorrowFanspinnerController },
+   { "MorrowFanspinnerIdprom", newMorrowFanspinnerIdprom },
    { "MpsVrm", newMpsVrm },
    { "PCA9548", newMux },
    { "PCA9555", newPCA9555 },
