@@ -26,8 +26,8 @@ Fault readFault( const Value& json ) {
 
 ChipSpec readChip( const Value& json, const Place& place ) {
    ChipSpec chip{ .did = json[ "did" ].GetUint(), .place = place };
-   auto [ model, set, contents, unplugged, faults ] =
-      Utils::Json::members< "model", "set", "contents", "unplugged", "faults" >( json );
+   auto [ model, set, contents, fields, unplugged, faults ] =
+      Utils::Json::members< "model", "set", "contents", "fields", "unplugged", "faults" >( json );
    if ( model ) {
       chip.model = model->GetString();
    }
@@ -38,6 +38,11 @@ ChipSpec readChip( const Value& json, const Place& place ) {
    }
    if ( contents ) {
       chip.contents = contents->GetString();
+   }
+   if ( fields ) {
+      for ( const auto& field : fields->GetObject() ) {
+         chip.fields.emplace_back( field.name.GetString(), field.value.GetString() );
+      }
    }
    chip.isUnplugged = unplugged && unplugged->GetBool();
    if ( faults ) {

@@ -32,6 +32,7 @@ struct ChipSpec {
    std::optional< std::string > model = {};  // called like the driver
    std::vector< std::pair< std::string, double > > quantities = {};
    std::optional< std::string > contents = {};
+   std::vector< std::pair< std::string, std::string > > fields = {};  // beside no contents
    bool isUnplugged = false;
    std::vector< Fault > faults = {};
 };

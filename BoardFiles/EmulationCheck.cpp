@@ -41,6 +41,10 @@ void checkEmulation( const BoardFile& emulation,
       if ( auto problem = problemOf( did, wiring ); !problem.empty() ) {
          findings.push_back( { emulation.path, pointer + "/did", problem } );
       }
+      if ( chip.HasMember( "contents" ) && chip.HasMember( "fields" ) ) {
+         findings.push_back( { emulation.path, pointer,
+                               "either \"contents\" or \"fields\" can be given, not both" } );
+      }
    }
 }
 

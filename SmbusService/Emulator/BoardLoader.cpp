@@ -79,6 +79,10 @@ void BoardMaker::addChip( const ChipSpec& spec ) {
    if ( spec.contents ) {
       tryAt( spec.place.member( "contents" ), [ & ] { chip.load( *spec.contents ); } );
    }
+   for ( const auto& field : spec.fields ) {
+      tryAt( spec.place.member( "fields" ).member( field.first ),
+             [ & ] { chip.describe( field.first, field.second ); } );
+   }
    for ( const auto& quantity : spec.quantities ) {
       tryAt( spec.place.member( "set" ).member( quantity.first ),
              [ & ] { chip.set( quantity.first, quantity.second ); } );

@@ -19,6 +19,10 @@ void Chip::load( std::string_view ) {
    throw std::invalid_argument( "the chip has no memory to fill" );
 }
 
+void Chip::describe( std::string_view field, std::string_view ) {
+   throw std::invalid_argument( fmt::format( "unknown field '{}'; this chip has none", field ) );
+}
+
 void Chip::unknownQuantity( std::string_view name ) const {
    std::vector< std::string > known = quantities();
    throw std::invalid_argument(

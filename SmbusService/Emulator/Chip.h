@@ -50,6 +50,10 @@ class Chip {
    // none or it is too small.
    virtual void load( std::string_view contents );
 
+   // One of emulation.json's "fields", which a memory holds in a form of its own.
+   // std::invalid_argument when the chip has no such field or no room for the text.
+   virtual void describe( std::string_view field, std::string_view text );
+
  protected:
    [[noreturn]] void unknownQuantity( std::string_view name ) const;
    static void checkRange( std::string_view name, double value, double low, double high );

@@ -51,6 +51,7 @@ struct Quantity {
 //
 // A chip with behaviour overrides fetch() (live values, clear on read), store() (commands, pages),
 // following() (pointers that advance), or set() and get(). SMBus blocks are entries of blocks().
+// Quantities that are no field of a register make it a LiveChip (Chips/LiveChip.h).
 class RegisterChip : public Chip {
  public:
    // The tables must outlive the chip.

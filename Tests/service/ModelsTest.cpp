@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "SmbusService/Emulator/Chips/Factory.h"
+#include "SmbusService/Emulator/Chips/Rotor.h"
 #include "SmbusService/Emulator/RegisterChip.h"
 #include "Tests/service/Steps.h"
 
@@ -34,12 +35,15 @@ TEST( ModelsTest, KeepWhatIsMeasuredThroughAReset ) {
    sensor.run( "temperature1=30.5 fault1=1 >0d3c" );
    ChipBoard pins( newChip( "PCA9555" ) );
    pins.run( "pin0=0 >020f00 >06f0ff" );
-   for ( ChipBoard* board : { &sensor, &pins } ) {
+   ChipBoard fans( newChip( "CpuCPLD" ) );
+   fans.run( "present1=1 type1=4 stopped1=1 present2=1 >1000 >1100 >24fe" );
+   for ( ChipBoard* board : { &sensor, &pins, &fans } ) {
       board->unplug( 1 );
       board->plug( 1 );
    }
    EXPECT_EQ( sensor.run( "<01:1 alertLimit1 fault1=0 <01:1" ), "80 70 1e " );
    EXPECT_EQ( pins.run( "<00:2" ), "feff " );
+   EXPECT_EQ( fans.run( "<21:1 type1 rpm1 duty1 green1 rpm2 <02:1" ), "fc 4 0 255 0 10000 b8 " );
 }
 
 TEST( ModelsTest, RefuseWhatTheChipCannotBe ) {
@@ -47,7 +51,8 @@ TEST( ModelsTest, RefuseWhatTheChipCannotBe ) {
          { std::tuple( "Max6697", "temperature1", 0.0, 127.875 ),
            std::tuple( "TMP468", "temperature8", -256.0, 255.9375 ),
            std::tuple( "PCA9548", "channels", 0.0, 255.0 ),
-           std::tuple( "PCA9555", "pin9", 0.0, 1.0 ) } ) {
+           std::tuple( "PCA9555", "pin9", 0.0, 1.0 ), std::tuple( "CpuCPLD", "type8", 0.0, 255.0 ),
+           std::tuple( "MorrowFanspinnerController", "minRpm", 100.0, 60000.0 ) } ) {
       auto chip = newChip( model );
       chip->reset();
       chip->set( quantity, low );
@@ -71,6 +76,56 @@ TEST( ModelsTest, AnEEPROMReadsOnAndWritesPages ) {
    EXPECT_EQ( board.run( "<00:9" ), "6364223344556162ff " ) << "the page wraps";
    memory.load( "Plain text" );
    EXPECT_EQ( board.run( "<00:3" ), "506c61 " );
+}
+
+// A text of one byte is padded; the board area comes with the first of its texts.
+TEST( ModelsTest, AFruMemoryHoldsItsFields ) {
+   auto chip = newChip( "MorrowFanspinnerIdprom" );
+   Chip& memory = *chip;
+   ChipBoard board( std::move( chip ) );
+   const std::string product = "010319c25820c0c0c0c3533132c0c0c100000000000000af";
+   memory.describe( "serialNumber", "S12" );
+   memory.describe( "manufacturer", "X" );
+   EXPECT_EQ( board.run( "<00:33" ), "01000000010000fe" + product + "ff " );
+   memory.describe( "boardPartNumber", "P9" );
+   EXPECT_EQ( board.run( "<00:49" ),
+              "01000001030000fb"
+              "010219000000c0c0c0c25039c0c100d8" +
+                 product + "ff " );
+}
+
+TEST( ModelsTest, FansFollowTheDutyWithinASecond ) {
+   ChipBoard cpu( newChip( "CpuCPLD" ) );
+   ChipBoard rear( newChip( "TarnRearCardCPLD" ) );
+   ChipBoard spinner( newChip( "MorrowFanspinnerController" ) );
+   cpu.run( "present2=1 >1100" );
+   rear.run( "present0=1 >3000 >3855" );
+   spinner.run( ">c055 >f401" );
+   std::this_thread::sleep_for( std::chrono::seconds( 1 ) );
+   EXPECT_EQ( cpu.run( "rpm2 <02:1 <03:1" ), "3000 10 27 " );
+   EXPECT_EQ( rear.run( "<10:1 <11:1 innerRpm0" ), "f4 01 9600 " );
+   EXPECT_EQ( spinner.run( ">f403 innerRpm <eb:2 outerRpm" ), "- 7000 d17a 6300 " );
+}
+
+TEST( RotorTest, FollowsWithAFirstOrderLag ) {
+   using std::chrono::milliseconds;
+   Rotor rotor;
+   Rotor::Clock::time_point start( std::chrono::hours( 1 ) );
+   rotor.setRange( 1000, 6100 );
+   EXPECT_EQ( rotor.rpm( start ), 6100 ) << "at once when mounted";
+   rotor.setDuty( 0, start );
+   EXPECT_NEAR( rotor.rpm( start + Rotor::kLag ), 1000 + 5100 / 2.71828, 1 );
+   EXPECT_EQ( rotor.rpm( start + Rotor::kSettling ), 1000 );
+   // The same duty again does not disturb it, another one sets out from where it is.
+   rotor.setDuty( 0, start + milliseconds( 800 ) );
+   EXPECT_EQ( rotor.rpm( start + Rotor::kSettling ), 1000 );
+   rotor.setDuty( 255, start + Rotor::kLag );
+   EXPECT_NEAR( rotor.rpm( start + Rotor::kLag ), 1000 + 5100 / 2.71828, 1 );
+   auto later = start + std::chrono::hours( 1 );
+   rotor.setBlocked( true, later );
+   EXPECT_EQ( rotor.rpm( later ), 0 );
+   rotor.setBlocked( false, later );
+   EXPECT_NEAR( rotor.rpm( later + Rotor::kLag ), 6100 - 6100 / 2.71828, 1 );
 }
 
 // Its pointer advances, and register 0x20 is a block.

@@ -4,8 +4,9 @@ namespace SmbusService::Emulator {
 
 using Factory = std::unique_ptr< Chip >();
 
-Factory newEEPROM, newIR357x, newIsl6812x, newLM73, newMax6658, newMax6697, newMpsVrm, newMux,
-   newPCA9555, newTMP464, newTMP468, newTMP75;
+Factory newCpuCPLD, newEEPROM, newIR357x, newIsl6812x, newLM73, newMax6658, newMax6697,
+   newMorrowFanspinnerController, newMorrowFanspinnerIdprom, newMpsVrm, newMux, newPCA9555,
+   newQuillonRearCardStatusLed, newTarnRearCardCPLD, newTMP464, newTMP468, newTMP75;
 
 namespace {
 
@@ -16,11 +17,26 @@ struct Model {
 
 // Models of chips that have a driver bear the driver's name.
 constexpr Model kModels[] = {
-   { "EEPROM", newEEPROM },   { "IR357x", newIR357x },   { "Isl6812x", newIsl6812x },
-   { "LM73", newLM73 },       { "Max6658", newMax6658 }, { "Max6697", newMax6697 },
-   { "Max7356", newMux },     { "MpsVrm", newMpsVrm },   { "PCA9548", newMux },
-   { "PCA9555", newPCA9555 }, { "TMP464", newTMP464 },   { "TMP468", newTMP468 },
-   { "TMP46x", newTMP468 },   { "TMP75", newTMP75 },
+   { "CpuCPLD", newCpuCPLD },
+   { "EEPROM", newEEPROM },
+   { "IR357x", newIR357x },
+   { "Isl6812x", newIsl6812x },
+   { "LM73", newLM73 },
+   { "Max6658", newMax6658 },
+   { "Max6697", newMax6697 },
+   { "Max7356", newMux },
+   { "MorrowFanspinnerController", newMorrowFanspinnerController },
+   { "MorrowFanspinnerIdprom", newMorrowFanspinnerIdprom },
+   { "MpsVrm", newMpsVrm },
+   { "PCA9548", newMux },
+   { "PCA9555", newPCA9555 },
+   { "QuillonRearCardStatusLed", newQuillonRearCardStatusLed },
+   { "TMP464", newTMP464 },
+   { "TMP468", newTMP468 },
+   { "TMP46x", newTMP468 },
+   { "TMP75", newTMP75 },
+   { "TarnRearCardCPLD", newTarnRearCardCPLD },
+   { "TarnStatusLed", newPCA9555 },
 };
 
 }  // namespace

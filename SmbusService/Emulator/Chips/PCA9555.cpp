@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include "SmbusService/Emulator/RegisterChip.h"
+#include "SmbusService/Emulator/Chips/LiveChip.h"
 
 // PCA9555 I/O expander: two ports of eight pins.
 //
@@ -33,55 +33,15 @@ constexpr Register kRegisters[] = {
    { .number = kConfiguration + 1, .bytes = 1, .reset = kAll, .writable = kAll },
 };
 
-// Some pins of one port.
-struct Pins {
-   std::string name;
-   uint8_t port;
-   uint8_t first;
-   uint8_t mask;  // before it is shifted to the first
-};
-
-std::vector< Pins > nameAllPins() {
-   std::vector< Pins > all;
-   for ( uint8_t pin = 0; pin < kPorts * kPins; ++pin ) {
-      all.push_back( { fmt::format( "pin{}", pin ), static_cast< uint8_t >( pin / kPins ),
-                       static_cast< uint8_t >( pin % kPins ), 1 } );
-   }
-   for ( uint8_t port = 0; port < kPorts; ++port ) {
-      all.push_back( { fmt::format( "input{}", port ), port, 0, kAll } );
-   }
-   return all;
-}
-
-const std::vector< Pins >& allPins() {
-   static const std::vector< Pins > all = nameAllPins();
-   return all;
-}
-
-class PCA9555 : public RegisterChip {
+class PCA9555 : public LiveChip {
  public:
-   PCA9555() : RegisterChip( ByteOrder::kHighFirst, kRegisters ) {}
-
-   std::vector< std::string > quantities() const override {
-      std::vector< std::string > names;
-      for ( const Pins& pins : allPins() ) {
-         names.push_back( pins.name );
+   PCA9555() : LiveChip( ByteOrder::kHighFirst, kRegisters ) {
+      for ( uint8_t pin = 0; pin < kPorts * kPins; ++pin ) {
+         addPins( fmt::format( "pin{}", pin ), pin / kPins, pin % kPins, 1 );
       }
-      return names;
-   }
-
-   void set( std::string_view quantity, double value ) override {
-      const Pins& pins = named( quantity );
-      checkRange( quantity, value, 0, pins.mask );
-      auto levels = static_cast< uint8_t >( value );
-      uint8_t& port = driven_[ pins.port ];
-      port =
-         static_cast< uint8_t >( ( port & ~( pins.mask << pins.first ) ) | levels << pins.first );
-   }
-
-   double get( std::string_view quantity ) const override {
-      const Pins& pins = named( quantity );
-      return levelsOf( pins.port ) >> pins.first & pins.mask;
+      for ( uint8_t port = 0; port < kPorts; ++port ) {
+         addPins( fmt::format( "input{}", port ), port, 0, kAll );
+      }
    }
 
  protected:
@@ -96,13 +56,16 @@ class PCA9555 : public RegisterChip {
    uint8_t following( uint8_t number ) const override { return number ^ 1; }
 
  private:
-   const Pins& named( std::string_view quantity ) const {
-      for ( const Pins& pins : allPins() ) {
-         if ( pins.name == quantity ) {
-            return pins;
-         }
-      }
-      unknownQuantity( quantity );
+   // The pins of a port that the mask has, its lowest bit for the first.
+   void addPins( std::string name, uint8_t port, uint8_t first, uint8_t mask ) {
+      add( { .name = std::move( name ),
+             .get = [ =, this ] { return levelsOf( port ) >> first & mask; },
+             .set =
+                [ =, this ]( uint32_t levels ) {
+                   uint8_t& pins = driven_[ port ];
+                   pins = static_cast< uint8_t >( ( pins & ~( mask << first ) ) | levels << first );
+                },
+             .high = mask } );
    }
 
    uint32_t levelsOf( uint8_t port ) const {
