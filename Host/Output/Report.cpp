@@ -20,6 +20,9 @@ std::string numberText( double value ) {
 }
 
 std::string limitsText( const ObjectSpec& object ) {
+   if ( object.range.min && object.range.max ) {
+      return fmt::format( "{} - {}", *object.range.min, *object.range.max );
+   }
    return object.alert && object.critical
              ? numberText( *object.alert ) + " / " + numberText( *object.critical )
              : "-";
@@ -76,6 +79,8 @@ Value observationJson( const Observation& observation, JsonObject::Allocator& al
    json.add( "unit", operations( observation.object->kind ).unit );
    json.add( "alert", observation.object->alert );
    json.add( "critical", observation.object->critical );
+   json.add( "min", observation.object->range.min );
+   json.add( "max", observation.object->range.max );
    json.add( "state", std::string_view( stateName( observation.state ) ) );
    if ( observation.reason.empty() ) {
       json.add( "reason", Value() );

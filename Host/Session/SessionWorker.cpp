@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Host/Session/Reason.h"
+#include "Host/Session/SettingOperations.h"
 #include "Platform/ServicePath.h"
 #include "Utils/NotImplementedException.h"
 
@@ -97,7 +98,7 @@ bool SessionWorker::applySetting( size_t object, void* record ) const {
    Kind kind = task_.board.objects[ object ].kind;
    pl_status status = PL_STATUS_OK;
    std::string reason = exceptionOf(
-      kind, [ & ] { status = operations( kind ).setting->apply( record, setting->second ); } );
+      kind, [ & ] { status = settingOperations( kind )->apply( record, setting->second ); } );
    if ( reason.empty() && status != PL_STATUS_OK ) {
       reason = whyNotOk( status, "" );
    }

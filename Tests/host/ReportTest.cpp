@@ -11,7 +11,7 @@ using namespace BoardFiles;
 namespace {
 
 const ObjectSpec kInlet{ Kind::TempSensor, "inlet", "", {}, 75, 85.5 };
-const ObjectSpec kFan{ Kind::Fan, "fän 1", "" };
+const ObjectSpec kFan{ Kind::Fan, "fän 1", "", {}, {}, {}, { 3600, 20000 } };
 const ObjectSpec kLed{ Kind::Led, "l\x1b[2J\xff", "" };
 
 const std::vector< Observation > kObservations = {
@@ -22,17 +22,17 @@ const std::vector< Observation > kObservations = {
 
 TEST( TableTest, AlignsColumnsWhateverTheTexts ) {
    EXPECT_EQ( statusTable( kObservations, {} ),
-              "object  kind         reading  unit     limits  state\n"
-              "l [2J?  led              -                  -  failed: the first line and "
+              "object  kind         reading  unit        limits  state\n"
+              "l [2J?  led              -                     -  failed: the first line and "
               "\"the second\"\n"
-              "inlet   temp_sensor     -7.3  C     75 / 85.5  alert\n"
-              "fän 1   fan          12000    rpm           -  ok\n" );
+              "inlet   temp_sensor     -7.3  C        75 / 85.5  alert\n"
+              "fän 1   fan          12000    rpm   3600 - 20000  ok\n" );
 }
 
 TEST( TableTest, WrapsReasonsWithinTheirColumnAndColoursTextsOnly ) {
-   std::string table = statusTable( kObservations, { .colours = true, .width = 70 } );
+   std::string table = statusTable( kObservations, { .colours = true, .width = 73 } );
    EXPECT_THAT( table,
-                HasSubstr( "-  \x1b[31mfailed: the first line\x1b[0m\n" + std::string( 47, ' ' ) +
+                HasSubstr( "-  \x1b[31mfailed: the first line\x1b[0m\n" + std::string( 50, ' ' ) +
                            "\x1b[31mand \"the second\"\x1b[0m\n" ) );
    EXPECT_THAT( table, HasSubstr( "75 / 85.5  \x1b[33malert\x1b[0m\n" ) );
 }
@@ -40,7 +40,8 @@ TEST( TableTest, WrapsReasonsWithinTheirColumnAndColoursTextsOnly ) {
 TEST( JsonReportTest, TellsReasonsOfAnyText ) {
    EXPECT_THAT( statusJson( "b", kObservations ),
                 AllOf( HasSubstr( R"("reading": -7.3,)" ), HasSubstr( R"("name": "l [2J?")" ),
-                       HasSubstr( R"("ok": false)" ),
+                       HasSubstr( R"("ok": false)" ), HasSubstr( R"("min": 3600.0,)" ),
+                       HasSubstr( R"("max": null,)" ),
                        HasSubstr( R"("reason": "the first line and \"the second\"")" ) ) );
 }
 

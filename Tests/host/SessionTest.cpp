@@ -6,8 +6,12 @@
 #include <cstdlib>
 
 #include "Host/Session/Session.h"
+#include "Host/Session/SettingOperations.h"
+#include "Host/Session/UseError.h"
 
 using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::ThrowsMessage;
 
 namespace Host {
 
@@ -95,6 +99,25 @@ TEST_F( SessionTest, AddsSetsAndReadsOtherKinds ) {
    session.settingIs( 2, parseSetting( board.objects[ 2 ], "Off" ) );
    EXPECT_THAT( states(),
                 ElementsAre( State::Ok, State::Ok, State::Failed, State::Absent, State::Ok ) );
+}
+
+TEST( FanSettingTest, IsAnRpmOrAPercentageOfTheRange ) {
+   ObjectSpec fan{ .kind = Kind::Fan, .name = "fan1", .device = "", .range = { 3601, 12000 } };
+   const std::pair< const char*, int > rows[] = {
+      { "0", 0 }, { "0%", 3601 }, { "12.5%", 4651 }, { "50%", 7801 }, { "100%", 12000 },
+   };
+   for ( const auto& [ text, rpm ] : rows ) {
+      EXPECT_EQ( parseSetting( fan, text ), rpm ) << text;
+   }
+   auto refusal = [ & ]( const char* text, const char* words ) {
+      EXPECT_THAT( [ & ] { parseSetting( fan, text ); },
+                   ThrowsMessage< UseError >( HasSubstr( words ) ) );
+   };
+   for ( const char* text : { "-1", "7rpm", "%", "100.1%", "-1%", "nan%", "50 %" } ) {
+      refusal( text, "a fan cannot be set to \"" );
+   }
+   fan.range.min = {};
+   refusal( "50%", "\"fan1\" has no range" );
 }
 
 TEST_F( SessionTest, ComparesReadingsWithTheLimits ) {
