@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "BoardFiles/Board.h"
+#include "Host/Session/Reason.h"
 #include "pl.h"
 
 namespace Host {
@@ -26,6 +27,7 @@ struct KindOperations {
    std::string_view unit;  // of the reading
    void* ( *add )( EntryPoint, const ObjectSpec& );
    Reading ( *read )( void* object );
+   const char* deviceError = kDeviceError;  // what PL_STATUS_DEVICE_ERROR means to people
 };
 
 const KindOperations& operations( Kind kind );

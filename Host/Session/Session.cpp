@@ -98,10 +98,13 @@ void Session::take( const Message& said, Found& found ) {
          fail( i, said.text, found );
          break;
       case kRead: {
+         const ObjectSpec& object = board_.objects[ i ];
          std::string reason =
-            said.status == PL_STATUS_OK ? "" : whyNotOk( said.status, reasonFor( i, "" ) );
-         found[ i ] = observed( board_.objects[ i ], { said.status, said.value, said.text },
-                                std::move( reason ) );
+            said.status == PL_STATUS_OK
+               ? ""
+               : whyNotOk( said.status, reasonFor( i, "" ), operations( object.kind ).deviceError );
+         found[ i ] =
+            observed( object, { said.status, said.value, said.text }, std::move( reason ) );
          break;
       }
       case kNotRead:

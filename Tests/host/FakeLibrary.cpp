@@ -1,6 +1,7 @@
-// A driver library without chips. The topology says in words what happens when it starts, a
-// temperature sensor's device arguments what happens when it is read or, behind "add", added. A
-// number is the reading, "status" with a digit the result.
+// A driver library without chips. The topology says in words what happens when it starts, the
+// device arguments of a temperature sensor or fan what happens when it is read or, behind "add",
+// added. A number is the reading, "status" with a digit the result. A fan turns faster with each
+// setting.
 
 #include <unistd.h>
 
@@ -49,6 +50,12 @@ void missService( float* ) {
    }
 }
 
+void beAbsentOnce( float* ) {
+   static bool isThere = false;
+   errno = isThere ? 0 : ENODEV;
+   isThere = true;
+}
+
 const std::map< std::string, void ( * )( float* ) > kDeeds = {
    { "abort", []( float* ) { abort(); } },
    { "nak", missAcknowledge },
@@ -59,6 +66,7 @@ const std::map< std::string, void ( * )( float* ) > kDeeds = {
    { "slow", []( float* ) { usleep( kSlowUs ); } },
    { "kill", []( float* ) { raise( SIGKILL ); } },
    { "exit", []( float* ) { exit( 3 ); } },
+   { "late", beAbsentOnce },
    { "process", []( float* value ) { *value = static_cast< float >( getpid() ); } },
    { "ticks", []( float* value ) { *value = static_cast< float >( ticks ); } },
 };
@@ -75,6 +83,15 @@ pl_status perform( const std::string& words, float* value = nullptr ) {
       }
    }
    return PL_STATUS_OK;
+}
+
+// What happens when the object is read; null when adding it fails.
+std::string* addedWords( const std::string& words ) {
+   if ( !words.starts_with( "add " ) ) {
+      return new std::string( words );
+   }
+   bool isThere = perform( words.substr( 4 ) ) == PL_STATUS_OK && errno != ENODEV;
+   return isThere ? new std::string : nullptr;
 }
 
 pl_status setLed( pl_led*, pl_led_status status ) {
@@ -108,7 +125,7 @@ FAKE_KIND( slot )
 FAKE_KIND( led, ops.set_light_setting = setLed )
 FAKE_KIND( poe_port )
 FAKE_INIT( temp_sensor )
-FAKE_KIND( fan )
+FAKE_INIT( fan )
 FAKE_KIND( xcvr, ops.type = PL_XCVR_QSFP, ops.family.qsfp.get_presence = findNone )
 FAKE_KIND( psu )
 FAKE_KIND( gpio )
@@ -123,11 +140,25 @@ pl_temp_sensor* pl_temp_sensor_add( const char* arguments, float, float ) {
       timer = pl_timer_add( tick, nullptr );
       tick( nullptr );
    }
-   std::string words = arguments;
-   if ( words.starts_with( "add " ) && perform( words.substr( 4 ) ) != PL_STATUS_OK ) {
-      return nullptr;
-   }
-   return new pl_temp_sensor{ nullptr, &ops, new std::string( words ) };
+   std::string* words = addedWords( arguments );
+   return words ? new pl_temp_sensor{ nullptr, &ops, words } : nullptr;
+}
+
+pl_fan* pl_fan_add( const char* arguments ) {
+   static pl_fan_ops ops{};
+   static int faster = 0;
+   ops.get_rpm = []( pl_fan* fan, int* rpm ) {
+      float value = 0;
+      pl_status status = perform( *static_cast< std::string* >( fan->priv ), &value );
+      *rpm = static_cast< int >( value ) + faster;
+      return status;
+   };
+   ops.set_rpm = []( pl_fan*, int rpm ) -> pl_status {
+      faster += rpm;
+      return PL_STATUS_OK;
+   };
+   std::string* words = addedWords( arguments );
+   return words ? new pl_fan{ nullptr, &ops, words } : nullptr;
 }
 
 pl_smbus* pl_smbus_add( const char* stem, uint8_t address ) {

@@ -120,6 +120,17 @@ TEST( FanSettingTest, IsAnRpmOrAPercentageOfTheRange ) {
    refusal( "50%", "\"fan1\" has no range" );
 }
 
+TEST_F( SessionTest, TellsWhetherAFanTurns ) {
+   board.objects = { { Kind::Fan, "", "0" },
+                     { .kind = Kind::Fan, .name = "", .device = "0", .range = { 1, {} } },
+                     { Kind::Fan, "", "status2" } };
+   auto fans = read();
+   EXPECT_EQ( fans[ 0 ].state, State::Ok );
+   EXPECT_EQ( fans[ 1 ].state, State::Critical );
+   EXPECT_EQ( fans[ 1 ].reason, "the fan does not turn" );
+   EXPECT_EQ( fans[ 2 ].reason, "it has stopped, or its tachometer is silent" );
+}
+
 TEST_F( SessionTest, ComparesReadingsWithTheLimits ) {
    add( { "49.875", "50", "59.875", "60" } );
    EXPECT_THAT( states(), ElementsAre( State::Ok, State::Alert, State::Alert, State::Critical ) );
