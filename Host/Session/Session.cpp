@@ -97,6 +97,9 @@ void Session::take( const Message& said, Found& found ) {
       case kNotAdded:
          fail( i, said.text, found );
          break;
+      case kAbsent:
+         found[ i ] = observed( board_.objects[ i ], { .status = PL_STATUS_ABSENT }, "" );
+         break;
       case kRead: {
          const ObjectSpec& object = board_.objects[ i ];
          std::string reason =

@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -41,19 +43,25 @@ void SessionWorker::run( const std::vector< size_t >& objects ) const {
    if ( !initialise() ) {
       return;
    }
-   std::map< size_t, void* > records;
+   Records records;
    for ( size_t object : objects ) {
-      if ( void* record = add( object ) ) {
-         records[ object ] = record;
-         read( object, record );
-      }
+      records[ object ] = nullptr;
    }
-   send( kAllRead );
-   while ( link_.awaitRequest() ) {
-      for ( auto [ object, record ] : records ) {
+   do {
+      sweep( records );
+      send( kAllRead );
+   } while ( link_.awaitRequest() );
+}
+
+// Leaves out what cannot be added.
+void SessionWorker::sweep( Records& records ) const {
+   for ( auto it = records.begin(); it != records.end(); ) {
+      auto& [ object, record ] = *it;
+      bool stays = record || add( object, record );
+      if ( record ) {
          read( object, record );
       }
-      send( kAllRead );
+      it = stays ? std::next( it ) : records.erase( it );
    }
 }
 
@@ -78,16 +86,30 @@ bool SessionWorker::initialise() const {
    return true;
 }
 
-void* SessionWorker::add( size_t object ) const {
+// Without a record the object is absent now. False when there is no use in trying again.
+bool SessionWorker::add( size_t object, void*& record ) const {
    send( kAdding, object );
    const ObjectSpec& spec = task_.board.objects[ object ];
-   void* record = nullptr;
-   std::string reason = exceptionOf( spec.kind, [ & ] { record = task_.library.add( spec ); } );
-   if ( !record ) {
-      send( kNotAdded, object, reason.empty() ? kMadeNoObject : reason );
-      return nullptr;
+   void* added = nullptr;
+   int error = 0;
+   std::string reason = exceptionOf( spec.kind, [ & ] {
+      errno = 0;
+      added = task_.library.add( spec );
+      error = errno;
+   } );
+   if ( !added && error == ENODEV ) {
+      send( kAbsent, object );
+      return true;
    }
-   return applySetting( object, record ) ? record : nullptr;
+   if ( !added ) {
+      send( kNotAdded, object, reason.empty() ? kMadeNoObject : reason );
+      return false;
+   }
+   if ( !applySetting( object, added ) ) {
+      return false;
+   }
+   record = added;
+   return true;
 }
 
 bool SessionWorker::applySetting( size_t object, void* record ) const {

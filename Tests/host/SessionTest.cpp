@@ -120,6 +120,14 @@ TEST( FanSettingTest, IsAnRpmOrAPercentageOfTheRange ) {
    refusal( "50%", "\"fan1\" has no range" );
 }
 
+TEST_F( SessionTest, AddsAndSetsAnObjectOnceItsModuleIsThere ) {
+   board.objects = { { Kind::Fan, "", "add late" } };
+   session.settingIs( 0, 5000 );
+   EXPECT_EQ( read()[ 0 ].state, State::Absent );
+   EXPECT_EQ( read()[ 0 ].reading, 5000 );
+   EXPECT_EQ( read()[ 0 ].reading, 5000 );
+}
+
 TEST_F( SessionTest, TellsWhetherAFanTurns ) {
    board.objects = { { Kind::Fan, "", "0" },
                      { .kind = Kind::Fan, .name = "", .device = "0", .range = { 1, {} } },
