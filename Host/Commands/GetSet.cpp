@@ -18,8 +18,7 @@ int show( const Program& program, const Observation& observation ) {
       print( statusJson( program.board, { observation } ) );
       return status;
    }
-   print( ( observation.reading ? readingText( observation ) : stateName( observation.state ) ) +
-          "\n" );
+   print( valueText( observation ) + "\n" );
    if ( !observation.reason.empty() ) {
       complain( fmt::format( "lumen: {}: {}", observation.object->name, observation.reason ) );
    }

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "Host/Session/SlotWords.h"
+
 namespace Host {
 
 namespace {
@@ -53,7 +55,7 @@ Reading readSlot( void* object ) {
    if ( status != PL_STATUS_OK ) {
       return { .status = status };
    }
-   Reading reading{ .text = info ? info : "" };
+   Reading reading{ .text = slotWords( info ? info : "" ) };
    free( info );
    return reading;
 }
@@ -83,12 +85,12 @@ Reading readXcvr( void* object ) {
 // In the order of the enumeration.
 const std::array< KindOperations, kKindNames.size() > kOperations = { {
    { Kind::System, "", addByDevice< decltype( pl_system_add ) >, readNothing },
-   { Kind::Slot, "", addByDevice< decltype( pl_slot_add ) >, readSlot },
-   { Kind::Led, "", addByDevice< decltype( pl_led_add ) >, readNothing },
+   { Kind::Slot, "", addByDevice< decltype( pl_slot_add ) >, readSlot, TextPlace::AfterState },
+   { Kind::Led, "", addByDevice< decltype( pl_led_add ) >, readNothing, TextPlace::Reading },
    { Kind::PoePort, "W", addByDevice< decltype( pl_poe_port_add ) >, readPoePort },
    { Kind::TempSensor, "C", addTempSensor, readValue< &pl_temp_sensor_ops::get_temperature > },
    { Kind::Fan, "rpm", addByDevice< decltype( pl_fan_add ) >, readValue< &pl_fan_ops::get_rpm >,
-     "it has stopped, or its tachometer is silent" },
+     TextPlace::None, "it has stopped, or its tachometer is silent" },
    { Kind::Xcvr, "", addByDevice< decltype( pl_xcvr_add ) >, readXcvr },
    { Kind::Psu, "", addByDevice< decltype( pl_psu_add ) >, readValue< &pl_psu_ops::get_power_ok > },
    { Kind::Gpio, "", addByDevice< decltype( pl_gpio_add ) >, readValue< &pl_gpio_ops::bit_read > },

@@ -20,6 +20,9 @@ struct Reading {
 
 using EntryPoint = void ( * )();  // of the type that the name in pl.h has
 
+// Where the text that objects of a kind tell is shown.
+enum class TextPlace { None, Reading, AfterState };
+
 // What a host does with objects of one kind. It may abort, hang or throw, as the driver library
 // does: it belongs into a worker.
 struct KindOperations {
@@ -27,6 +30,7 @@ struct KindOperations {
    std::string_view unit;  // of the reading
    void* ( *add )( EntryPoint, const ObjectSpec& );
    Reading ( *read )( void* object );
+   TextPlace textPlace = TextPlace::None;
    const char* deviceError = kDeviceError;  // what PL_STATUS_DEVICE_ERROR means to people
 };
 

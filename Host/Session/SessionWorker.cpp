@@ -139,11 +139,24 @@ void SessionWorker::read( size_t object, void* record ) const {
       send( kNotRead, object, reason );
       return;
    }
+   if ( reading.text.empty() ) {
+      reading.text = nameOfSetting( object );
+   }
    link_.send( { .type = kRead,
                  .number = static_cast< int32_t >( object ),
                  .status = reading.status,
                  .value = reading.value,
                  .text = std::move( reading.text ) } );
+}
+
+// Empty where there is none, or where the reading tells it.
+std::string SessionWorker::nameOfSetting( size_t object ) const {
+   auto setting = task_.settings.find( object );
+   if ( setting == task_.settings.end() ) {
+      return {};
+   }
+   auto name = settingOperations( task_.board.objects[ object ].kind )->name;
+   return name ? name( setting->second ) : "";
 }
 
 void SessionWorker::send( SessionMessage type, size_t object, std::string text ) const {

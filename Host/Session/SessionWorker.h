@@ -61,6 +61,7 @@ class SessionWorker {
    bool add( size_t object, void*& record ) const;
    bool applySetting( size_t object, void* record ) const;
    void read( size_t object, void* record ) const;
+   std::string nameOfSetting( size_t object ) const;
    void send( SessionMessage type, size_t object = 0, std::string text = {} ) const;
 
    const Worker::Link& link_;

@@ -65,6 +65,10 @@ pl_status applyLedStatus( void* object, int status ) {
    return led->ops->set_light_setting( led, static_cast< pl_led_status >( status ) );
 }
 
+const char* ledStatusName( int status ) {
+   return kLedStatusNames[ status ];
+}
+
 pl_status applyRpm( void* object, int rpm ) {
    auto fan = static_cast< pl_fan* >( object );
    return fan->ops->set_rpm( fan, rpm );
@@ -79,7 +83,8 @@ const SettingOperations kLed = {
    .subject = "an LED",
    .choice = fmt::format( "it knows {}", fmt::join( kLedStatusNames, ", " ) ),
    .parse = parseLedStatus,
-   .apply = applyLedStatus };
+   .apply = applyLedStatus,
+   .name = ledStatusName };
 
 const SettingOperations kFan = {
    .subject = "a fan",

@@ -20,6 +20,9 @@ struct SettingOperations {
 
    // May abort, hang or throw, as the driver library does: it belongs into a worker.
    pl_status ( *apply )( void* object, int setting );
+
+   // Of a kind whose objects do not tell what they are set to.
+   const char* ( *name )( int setting ) = nullptr;
 };
 
 // Null of a kind that cannot be set.

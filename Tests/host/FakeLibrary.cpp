@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <sstream>
 #include <string>
@@ -98,6 +99,13 @@ pl_status setLed( pl_led*, pl_led_status status ) {
    return status == PL_LED_BEACON ? PL_STATUS_OK : PL_STATUS_UNSUPPORTED;
 }
 
+pl_status tellModel( pl_slot*, char** info ) {
+   *info = strdup(
+      "tray.modelName = 'FAN-7001-F'\ntray.serialNum = 'MFS2043A017'\n"
+      "fan.airflowDirection = 'frontToBackAirflow'\n" );
+   return PL_STATUS_OK;
+}
+
 int findNone( pl_xcvr* ) {
    return 0;
 }
@@ -121,7 +129,7 @@ int findNone( pl_xcvr* ) {
    }
 
 FAKE_KIND( system )
-FAKE_KIND( slot )
+FAKE_KIND( slot, ops.get_presence = tellModel )
 FAKE_KIND( led, ops.set_light_setting = setLed )
 FAKE_KIND( poe_port )
 FAKE_INIT( temp_sensor )

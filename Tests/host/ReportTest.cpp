@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "Host/Output/Report.h"
+#include "Host/Session/SlotWords.h"
 #include "Utils/Text.h"
 
 using testing::HasSubstr;
@@ -12,6 +13,7 @@ namespace {
 
 const ObjectSpec kInlet{ Kind::TempSensor, "inlet", "", {}, 75, 85.5 };
 const ObjectSpec kFan{ Kind::Fan, "fän 1", "", {}, {}, {}, { 3600, 20000 } };
+const ObjectSpec kSlot{ Kind::Slot, "tray", "" };
 const ObjectSpec kLed{ Kind::Led, "l\x1b[2J\xff", "" };
 
 const std::vector< Observation > kObservations = {
@@ -27,6 +29,39 @@ TEST( TableTest, AlignsColumnsWhateverTheTexts ) {
               "\"the second\"\n"
               "inlet   temp_sensor     -7.3  C        75 / 85.5  alert\n"
               "fän 1   fan          12000    rpm   3600 - 20000  ok\n" );
+}
+
+TEST( TableTest, ShowsWhatObjectsTellWhereItFits ) {
+   std::vector< Observation > told = { { &kSlot, State::Ok, "", {}, "FAN-7, serial 1" },
+                                       { &kLed, State::Ok, "", {}, "Beacon" },
+                                       { &kLed, State::Ok },
+                                       { &kLed, State::Absent } };
+   EXPECT_THAT( statusTable( told, {} ),
+                AllOf( HasSubstr( "-  ok: FAN-7, serial 1\n" ), HasSubstr( " led    Beacon  " ) ) );
+   EXPECT_EQ( valueText( told[ 0 ] ), "FAN-7, serial 1" );
+   EXPECT_EQ( valueText( told[ 2 ] ), "-" );
+   EXPECT_EQ( valueText( told[ 3 ] ), "absent" );
+   EXPECT_THAT( statusJson( "b", told ),
+                AllOf( HasSubstr( R"("text": "Beacon",)" ), HasSubstr( R"("text": null,)" ) ) );
+}
+
+TEST( SlotWordsTest, TellWhatIsKnownWhateverTheText ) {
+   const std::pair< std::string, const char* > rows[] = {
+      { "t.modelName='M'\r\nt.serialNum \t=  \"it's 5\"\r\nf.airflowDirection = "
+        "'backToFrontAirflow'",
+        "M, serial it's 5, back to front" },
+      { "t.modelName = 'N/A'\nu.modelName = 'M'\nt.serialNum = ' N/A '", "" },
+      { "t.modelName = 'M' + x\nt.modelName = 'N'\nairflowDirection = 'F'", "M" },
+      { "# t.modelName = 'M'\n#t.modelName = 'M'\n t.modelName = 'M'\n.modelName = 'M'", "" },
+      { "t.modelName\nt.modelName =\nt.modelName = M\nt.modelName == 'M'\nt.modelName = 'M\n'",
+        "" },
+      { "=\n.\n'\n. = '\nx.serialNum = '\x1b\xff"
+        "7'",
+        "serial  ?7" },
+   };
+   for ( const auto& [ program, words ] : rows ) {
+      EXPECT_EQ( slotWords( program ), words ) << program;
+   }
 }
 
 TEST( TableTest, WrapsReasonsWithinTheirColumnAndColoursTextsOnly ) {

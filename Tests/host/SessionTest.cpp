@@ -90,15 +90,15 @@ TEST_F( SessionTest, FailsEachObjectThatMisbehavesAndNoOther ) {
 }
 
 TEST_F( SessionTest, AddsSetsAndReadsOtherKinds ) {
-   board.objects = { { Kind::System, "", "{}" },
-                     { Kind::Led, "", "{}" },
-                     { Kind::Led, "", "{}" },
-                     { Kind::Xcvr, "", "{}" },
-                     { Kind::Smbus, "", "scd0", 0x48 } };
+   board.objects = { { Kind::System, "", "{}" },        { Kind::Led, "", "{}" },
+                     { Kind::Led, "", "{}" },           { Kind::Xcvr, "", "{}" },
+                     { Kind::Smbus, "", "scd0", 0x48 }, { Kind::Slot, "", "{}" } };
    session.settingIs( 1, parseSetting( board.objects[ 1 ], "beacon" ) );
    session.settingIs( 2, parseSetting( board.objects[ 2 ], "Off" ) );
-   EXPECT_THAT( states(),
-                ElementsAre( State::Ok, State::Ok, State::Failed, State::Absent, State::Ok ) );
+   EXPECT_THAT( states(), ElementsAre( State::Ok, State::Ok, State::Failed, State::Absent,
+                                       State::Ok, State::Ok ) );
+   EXPECT_EQ( read()[ 1 ].text, "Beacon" );
+   EXPECT_EQ( read()[ 5 ].text, "FAN-7001-F, serial MFS2043A017, front to back" );
 }
 
 TEST( FanSettingTest, IsAnRpmOrAPercentageOfTheRange ) {
