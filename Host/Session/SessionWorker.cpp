@@ -14,6 +14,7 @@
 #include "Host/Session/SettingOperations.h"
 #include "Platform/ServicePath.h"
 #include "Utils/NotImplementedException.h"
+#include "pl_host.h"
 
 namespace Host {
 
@@ -53,7 +54,8 @@ void SessionWorker::run( const std::vector< size_t >& objects ) const {
    } while ( link_.awaitRequest() );
 }
 
-// Leaves out what cannot be added.
+// Leaves out what cannot be added. Between two objects the library's timers run: a slow one must
+// not stop the beacons of all.
 void SessionWorker::sweep( Records& records ) const {
    for ( auto it = records.begin(); it != records.end(); ) {
       auto& [ object, record ] = *it;
@@ -62,6 +64,7 @@ void SessionWorker::sweep( Records& records ) const {
          read( object, record );
       }
       it = stays ? std::next( it ) : records.erase( it );
+      pl_timer_run();
    }
 }
 

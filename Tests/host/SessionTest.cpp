@@ -144,14 +144,15 @@ TEST_F( SessionTest, ComparesReadingsWithTheLimits ) {
    EXPECT_THAT( states(), ElementsAre( State::Ok, State::Alert, State::Alert, State::Critical ) );
 }
 
-TEST_F( SessionTest, KeepsOneWorkerAndRunsItsTimersBetweenReads ) {
-   add( { "process", "ticks" } );
+TEST_F( SessionTest, KeepsOneWorkerAndRunsItsTimersBetweenReadsAndObjects ) {
+   add( { "process", "ticks", "slow", "slow", "ticks" } );
    auto first = read();
    usleep( 100'000 );
    auto second = read();
    EXPECT_NE( first[ 0 ].reading, getpid() );
    EXPECT_EQ( first[ 0 ].reading, second[ 0 ].reading );
-   EXPECT_GT( second[ 1 ].reading.value(), first[ 1 ].reading.value() + 2 );
+   EXPECT_GT( second[ 1 ].reading.value(), first[ 4 ].reading.value() + 2 );
+   EXPECT_GT( second[ 4 ].reading.value(), second[ 1 ].reading.value() + 1 );
 }
 
 TEST_F( SessionTest, DoesNotInitialiseAgainWhatWasRead ) {
