@@ -38,7 +38,7 @@ void noteAssignment( std::string_view line, Values& values ) {
       return;
    }
    if ( auto value = quoted( trimmed( rest.substr( 1 ) ) ) ) {
-      values.emplace( target.substr( point + 1 ), trimmed( *value ) );
+      values.emplace( target.substr( point + 1 ), *value );
    }
 }
 
@@ -55,8 +55,9 @@ Values valuesIn( std::string_view program ) {
 // Empty where it is not known.
 std::string valueOf( const Values& values, std::string_view name ) {
    auto value = values.find( name );
-   bool isKnown = value != values.end() && value->second != "N/A";
-   return isKnown ? Utils::printable( value->second ) : "";
+   std::string text = value == values.end() ? "" : Utils::printable( value->second );
+   text = trimmed( text );
+   return text == "N/A" ? "" : text;
 }
 
 // "front to back" of "frontToBackAirflow".

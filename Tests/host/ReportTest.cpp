@@ -57,7 +57,7 @@ TEST( SlotWordsTest, TellWhatIsKnownWhateverTheText ) {
         "" },
       { "=\n.\n'\n. = '\nx.serialNum = '\x1b\xff"
         "7'",
-        "serial  ?7" },
+        "serial ?7" },
    };
    for ( const auto& [ program, words ] : rows ) {
       EXPECT_EQ( slotWords( program ), words ) << program;
