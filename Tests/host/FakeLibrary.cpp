@@ -1,7 +1,6 @@
-// A driver library without chips. The topology says in words what happens when it starts, the
-// device arguments of a temperature sensor or fan what happens when it is read or, behind "add",
-// added. A number is the reading, "status" with a digit the result. A fan turns faster with each
-// setting.
+// A driver library without chips. The topology says in words what happens when it starts, a
+// temperature sensor's device arguments what happens when it is read or, behind "add", added. A
+// number is the reading, "status" with a digit the result.
 
 #include <unistd.h>
 
@@ -51,12 +50,6 @@ void missService( float* ) {
    }
 }
 
-void beAbsentOnce( float* ) {
-   static bool isThere = false;
-   errno = isThere ? 0 : ENODEV;
-   isThere = true;
-}
-
 const std::map< std::string, void ( * )( float* ) > kDeeds = {
    { "abort", []( float* ) { abort(); } },
    { "nak", missAcknowledge },
@@ -67,7 +60,6 @@ const std::map< std::string, void ( * )( float* ) > kDeeds = {
    { "slow", []( float* ) { usleep( kSlowUs ); } },
    { "kill", []( float* ) { raise( SIGKILL ); } },
    { "exit", []( float* ) { exit( 3 ); } },
-   { "late", beAbsentOnce },
    { "process", []( float* value ) { *value = static_cast< float >( getpid() ); } },
    { "ticks", []( float* value ) { *value = static_cast< float >( ticks ); } },
 };
@@ -86,24 +78,32 @@ pl_status perform( const std::string& words, float* value = nullptr ) {
    return PL_STATUS_OK;
 }
 
-// What happens when the object is read; null when adding it fails.
-std::string* addedWords( const std::string& words ) {
-   if ( !words.starts_with( "add " ) ) {
-      return new std::string( words );
-   }
-   bool isThere = perform( words.substr( 4 ) ) == PL_STATUS_OK && errno != ENODEV;
-   return isThere ? new std::string : nullptr;
-}
-
 pl_status setLed( pl_led*, pl_led_status status ) {
    return status == PL_LED_BEACON ? PL_STATUS_OK : PL_STATUS_UNSUPPORTED;
 }
 
 pl_status tellModel( pl_slot*, char** info ) {
-   *info = strdup(
-      "tray.modelName = 'FAN-7001-F'\ntray.serialNum = 'MFS2043A017'\n"
-      "fan.airflowDirection = 'frontToBackAirflow'\n" );
+   *info = strdup( "tray.modelName = 'FAN-7001-F'" );
    return PL_STATUS_OK;
+}
+
+int speed = 0;  // of the one fan: each setting makes it faster, until it breaks
+
+pl_status readSpeed( pl_fan*, int* rpm ) {
+   *rpm = speed;
+   return speed > 10'000 ? PL_STATUS_DEVICE_ERROR : PL_STATUS_OK;
+}
+
+pl_status speedUp( pl_fan*, int rpm ) {
+   speed += rpm;
+   return PL_STATUS_OK;
+}
+
+// The module of an object that is "late" is absent when it is added first.
+bool isAbsent( const std::string& arguments ) {
+   static int tries = 0;
+   errno = arguments == "late" && tries++ == 0 ? ENODEV : 0;
+   return errno == ENODEV;
 }
 
 int findNone( pl_xcvr* ) {
@@ -118,14 +118,14 @@ int findNone( pl_xcvr* ) {
    }
 
 // `...` fills `ops`, the table of the kind's one record.
-#define FAKE_KIND( kind, ... )                 \
-   FAKE_INIT( kind )                           \
-   pl_##kind* pl_##kind##_add( const char* ) { \
-      static pl_##kind##_ops ops{};            \
-      static pl_##kind record{};               \
-      __VA_ARGS__;                             \
-      record.ops = &ops;                       \
-      return &record;                          \
+#define FAKE_KIND( kind, ... )                           \
+   FAKE_INIT( kind )                                     \
+   pl_##kind* pl_##kind##_add( const char* arguments ) { \
+      static pl_##kind##_ops ops{};                      \
+      static pl_##kind record{};                         \
+      __VA_ARGS__;                                       \
+      record.ops = &ops;                                 \
+      return isAbsent( arguments ) ? nullptr : &record;  \
    }
 
 FAKE_KIND( system )
@@ -133,7 +133,7 @@ FAKE_KIND( slot, ops.get_presence = tellModel )
 FAKE_KIND( led, ops.set_light_setting = setLed )
 FAKE_KIND( poe_port )
 FAKE_INIT( temp_sensor )
-FAKE_INIT( fan )
+FAKE_KIND( fan, ops.get_rpm = readSpeed, ops.set_rpm = speedUp )
 FAKE_KIND( xcvr, ops.type = PL_XCVR_QSFP, ops.family.qsfp.get_presence = findNone )
 FAKE_KIND( psu )
 FAKE_KIND( gpio )
@@ -148,25 +148,11 @@ pl_temp_sensor* pl_temp_sensor_add( const char* arguments, float, float ) {
       timer = pl_timer_add( tick, nullptr );
       tick( nullptr );
    }
-   std::string* words = addedWords( arguments );
-   return words ? new pl_temp_sensor{ nullptr, &ops, words } : nullptr;
-}
-
-pl_fan* pl_fan_add( const char* arguments ) {
-   static pl_fan_ops ops{};
-   static int faster = 0;
-   ops.get_rpm = []( pl_fan* fan, int* rpm ) {
-      float value = 0;
-      pl_status status = perform( *static_cast< std::string* >( fan->priv ), &value );
-      *rpm = static_cast< int >( value ) + faster;
-      return status;
-   };
-   ops.set_rpm = []( pl_fan*, int rpm ) -> pl_status {
-      faster += rpm;
-      return PL_STATUS_OK;
-   };
-   std::string* words = addedWords( arguments );
-   return words ? new pl_fan{ nullptr, &ops, words } : nullptr;
+   std::string words = arguments;
+   if ( words.starts_with( "add " ) && perform( words.substr( 4 ) ) != PL_STATUS_OK ) {
+      return nullptr;
+   }
+   return new pl_temp_sensor{ nullptr, &ops, new std::string( words ) };
 }
 
 pl_smbus* pl_smbus_add( const char* stem, uint8_t address ) {
