@@ -35,6 +35,9 @@ ObjectSpec readObject( const Value& object ) {
                     .device = "{}",
                     .alert = number( object, "alert" ),
                     .critical = number( object, "critical" ) };
+   if ( spec.kind == Kind::Fan ) {
+      spec.range = FanRange::of( object );
+   }
    if ( object.HasMember( "label" ) ) {
       spec.device = object[ "label" ].GetString();
       spec.address = static_cast< uint8_t >( object[ "address" ].GetUint() );

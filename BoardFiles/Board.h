@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "BoardFiles/ChipSpec.h"
+#include "BoardFiles/FanRange.h"
 #include "BoardFiles/Finding.h"
 #include "BoardFiles/Kind.h"
 #include "BoardFiles/Wiring.h"
@@ -20,6 +21,7 @@ struct ObjectSpec {
    uint8_t address = 0;  // used with a stem
    std::optional< double > alert = {};
    std::optional< double > critical = {};
+   FanRange range = {};  // of a fan
 };
 
 struct Board {

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "BoardFiles/DeviceArguments.h"
+#include "BoardFiles/FanRange.h"
 #include "Utils/Text.h"
 
 namespace BoardFiles {
@@ -24,6 +25,7 @@ class ObjectCheck {
    void check( const Value& object, const std::string& pointer );
 
  private:
+   void checkFan( const Value& fan, const std::string& pointer );
    void checkEndpoint( const Value& object, const std::string& pointer );
    void checkLabel( const Value& object, const std::string& pointer );
    void checkDevice( const Value& device, const std::string& pointer );
@@ -50,11 +52,23 @@ void ObjectCheck::check( const Value& object, const std::string& pointer ) {
       report( pointer + "/alert", "must not be above \"critical\"" );
    }
    std::string_view kind = object[ "kind" ].GetString();
+   if ( kind == "fan" ) {
+      checkFan( object, pointer );
+   }
    if ( kind == "smbus" ) {
       checkEndpoint( object, pointer );
    }
    if ( kind != "system" && object.HasMember( "device" ) ) {
       checkDevice( object[ "device" ], pointer + "/device" );
+   }
+}
+
+void ObjectCheck::checkFan( const Value& fan, const std::string& pointer ) {
+   FanRange range = FanRange::of( fan );
+   if ( range.isEmpty() ) {
+      report( pointer + ( fan.HasMember( "min" ) ? "/min" : "" ),
+              fmt::format( "the lowest speed, {} rpm, is above the highest, {} rpm", *range.min,
+                           *range.max ) );
    }
 }
 

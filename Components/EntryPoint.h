@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cerrno>
+
 #include "Components/DeviceBase.h"
 #include "Components/Library.h"
 #include "Components/LogicalDevice.h"
@@ -13,11 +15,35 @@ struct FailureTrace {
    const char* makingFailed = nullptr;
 };
 
-// The object as it is; none is traced.
+// At the end of its scope errno is what the making of an object left, and 0 where there was no
+// device to make it: how a driver tells the host that a module is absent. It is declared before the
+// arguments, whose destruction must not count.
+class MakersErrno {
+ public:
+   MakersErrno() = default;
+   ~MakersErrno() { errno = value_; }
+   MakersErrno( const MakersErrno& ) = delete;
+   MakersErrno& operator=( const MakersErrno& ) = delete;
+
+   template < typename Make >
+   auto of( Make make ) {
+      errno = 0;
+      auto made = make();
+      value_ = errno;
+      return made;
+   }
+
+ private:
+   int value_ = 0;
+};
+
+// The object as it is; none is traced, and errno stays.
 template < typename Object >
 Object* orTraced( Object* object, FailureTrace failure ) {
    if ( !object && failure.makingFailed ) {
+      int error = errno;
       traceText( failure.level, failure.makingFailed );
+      errno = error;
    }
    return object;
 }
@@ -32,17 +58,18 @@ auto makeObject( DeviceBase* device,
       return orTraced( ( device->*make )( args ), failure );
    }
    if ( failure.makingFailed ) {
-      pl_trace( failure.level, "DeviceBase::create() failed" );
+      failure.makingFailed = "DeviceBase::create() failed";
    }
-   return nullptr;
+   return orTraced( decltype( ( device->*make )( args ) ){}, failure );
 }
 
 // The same of the document's device, found or created.
 template < typename Make >
 auto addObject( const char* json, Make make, FailureTrace failure = {} ) {
+   MakersErrno makersErrno;
    Drivers::DriverArgs args;
    DeviceBase* device = DeviceBase::create( json, args );
-   return makeObject( device, args, make, failure );
+   return makersErrno.of( [ & ] { return makeObject( device, args, make, failure ); } );
 }
 
 // What the host gets of the object; null of none.

@@ -15,6 +15,7 @@ constexpr Component::LogicalDevice::FailureTrace kFailure = { 0, "newSmbusProxy(
 // Turns the labelled device into a proxy for good: later lookups see the changed arguments.
 pl_smbus* addByLabel( const char* stem, uint8_t address ) {
    using namespace Component;
+   LogicalDevice::MakersErrno makersErrno;
    const Topology::Device* node =
       Topology::getDeviceByLabel( Utils::deviceLabel( stem, address ).c_str() );
    if ( !node || !node->args ) {
@@ -24,8 +25,9 @@ pl_smbus* addByLabel( const char* stem, uint8_t address ) {
    node->args->driver = "SmbusProxyDriver";
    Drivers::DriverArgs args = *node->args;
    DeviceBase* device = HardwareDevice::create( args, nullptr );
-   return LogicalDevice::recordOf(
-      LogicalDevice::makeObject( device, args, &DeviceBase::newSmbusProxy, kFailure ) );
+   return LogicalDevice::recordOf( makersErrno.of( [ & ] {
+      return LogicalDevice::makeObject( device, args, &DeviceBase::newSmbusProxy, kFailure );
+   } ) );
 }
 
 }  // namespace

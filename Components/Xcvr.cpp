@@ -46,13 +46,14 @@ pl_status pl_xcvr_init( const char* topologyJson ) {
 }
 
 pl_xcvr* pl_xcvr_add( const char* deviceArgsJson ) {
+   LogicalDevice::MakersErrno makersErrno;
    Drivers::DriverArgs args;
    DeviceBase* device = DeviceBase::create( deviceArgsJson, args );
    if ( !device ) {
       pl_trace( 0, "DeviceBase::create() failed" );
       return nullptr;
    }
-   return newXcvr( device, args );
+   return makersErrno.of( [ & ] { return newXcvr( device, args ); } );
 }
 
 namespace Component::LogicalDevice {

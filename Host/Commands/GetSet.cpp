@@ -6,6 +6,7 @@
 #include "Host/Commands/Commands.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
+#include "Host/Session/SettingOperations.h"
 
 namespace Host {
 
@@ -17,8 +18,7 @@ int show( const Program& program, const Observation& observation ) {
       print( statusJson( program.board, { observation } ) );
       return status;
    }
-   print( ( observation.reading ? readingText( observation ) : stateName( observation.state ) ) +
-          "\n" );
+   print( valueText( observation ) + "\n" );
    if ( !observation.reason.empty() ) {
       complain( fmt::format( "lumen: {}: {}", observation.object->name, observation.reason ) );
    }
@@ -49,7 +49,9 @@ void addGetAndSetCommands( CLI::App& app, Program& program ) {
    for ( CLI::App* command : { getCommand, setCommand } ) {
       command->add_option( "NAME", *name, "the object's name" )->required();
    }
-   setCommand->add_option( "VALUE", *value, "an LED's status, a fan's rpm, a GPIO's bit" )
+   setCommand
+      ->add_option( "VALUE", *value,
+                    "an LED's status, a fan's rpm or percentage of its range (50%), a GPIO's bit" )
       ->required();
 }
 

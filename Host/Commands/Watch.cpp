@@ -11,6 +11,7 @@
 #include "Host/Commands/Commands.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
+#include "Host/Session/SettingOperations.h"
 #include "Host/Session/UseError.h"
 
 namespace Host {
@@ -125,8 +126,10 @@ void addWatchCommand( CLI::App& app, Program& program ) {
       ->capture_default_str();
    command->add_option( "--count", arguments->count, "end after this many readings" );
    command
-      ->add_option( "--set", arguments->settings,
-                    "drive an object first: an LED to a status, a fan to an rpm, a GPIO to a bit" )
+      ->add_option(
+         "--set", arguments->settings,
+         "drive an object first: an LED to a status, a fan to an rpm or a percentage of its "
+         "range (50%), a GPIO to a bit" )
       ->type_name( "NAME=VALUE" );
 }
 

@@ -20,16 +20,29 @@ std::string numberText( double value ) {
 }
 
 std::string limitsText( const ObjectSpec& object ) {
+   if ( object.range.min && object.range.max ) {
+      return fmt::format( "{} - {}", *object.range.min, *object.range.max );
+   }
    return object.alert && object.critical
              ? numberText( *object.alert ) + " / " + numberText( *object.critical )
              : "-";
 }
 
+TextPlace textPlace( const Observation& observation ) {
+   return operations( observation.object->kind ).textPlace;
+}
+
+// The reason, or what the object tells at length: lines may break here.
+std::string stateText( const Observation& observation ) {
+   const std::string& more =
+      observation.reason.empty() && textPlace( observation ) == TextPlace::AfterState
+         ? observation.text
+         : observation.reason;
+   return stateName( observation.state ) + ( more.empty() ? "" : ": " + more );
+}
+
 Cell stateCell( const Observation& observation ) {
-   std::string text = stateName( observation.state );
-   if ( !observation.reason.empty() ) {
-      text += ": " + observation.reason;
-   }
+   std::string text = stateText( observation );
    switch ( observation.state ) {
       case State::Ok:
          return { text, Colour::Green };
@@ -57,6 +70,9 @@ class JsonObject {
    void add( const char* name, std::string_view text ) {
       add( name, Value( Utils::printable( text ).c_str(), allocator_ ) );
    }
+   void addIfAny( const char* name, std::string_view text ) {
+      text.empty() ? add( name, Value() ) : add( name, text );
+   }
    void add( const char* name, const std::optional< double >& number ) {
       add( name, number ? Value( Utils::stod( numberText( *number ) ) ) : Value() );
    }
@@ -73,15 +89,14 @@ Value observationJson( const Observation& observation, JsonObject::Allocator& al
    json.add( "name", observation.object->name );
    json.add( "kind", kindName( observation.object->kind ) );
    json.add( "reading", observation.reading );
+   json.addIfAny( "text", observation.text );
    json.add( "unit", operations( observation.object->kind ).unit );
    json.add( "alert", observation.object->alert );
    json.add( "critical", observation.object->critical );
+   json.add( "min", observation.object->range.min );
+   json.add( "max", observation.object->range.max );
    json.add( "state", std::string_view( stateName( observation.state ) ) );
-   if ( observation.reason.empty() ) {
-      json.add( "reason", Value() );
-   } else {
-      json.add( "reason", observation.reason );
-   }
+   json.addIfAny( "reason", observation.reason );
    return std::move( json.value() );
 }
 
@@ -118,6 +133,14 @@ std::string text( JsonObject& json ) {
    return Utils::Json::writePretty( json.value() ) + "\n";
 }
 
+std::string readingCellText( const Observation& observation ) {
+   if ( observation.reading ) {
+      return numberText( *observation.reading );
+   }
+   bool isShort = textPlace( observation ) == TextPlace::Reading;
+   return isShort && !observation.text.empty() ? observation.text : "-";
+}
+
 // What follows the decimal point, with the point.
 size_t fractionLength( const std::string& number ) {
    return number.size() - std::min( number.find( '.' ), number.size() );
@@ -128,7 +151,7 @@ std::vector< std::string > readingTexts( const std::vector< Observation >& obser
    std::vector< std::string > texts;
    size_t longest = 0;
    for ( const Observation& observation : observations ) {
-      texts.push_back( observation.reading ? numberText( *observation.reading ) : "-" );
+      texts.push_back( readingCellText( observation ) );
       longest = std::max( longest, fractionLength( texts.back() ) );
    }
    for ( std::string& text : texts ) {
@@ -164,9 +187,16 @@ std::string statusTable( const std::vector< Observation >& observations, const T
                        cells, style );
 }
 
-std::string readingText( const Observation& observation ) {
-   std::string_view unit = operations( observation.object->kind ).unit;
-   return numberText( *observation.reading ) + ( unit.empty() ? "" : " " ) + std::string( unit );
+std::string valueText( const Observation& observation ) {
+   if ( observation.reading ) {
+      std::string_view unit = operations( observation.object->kind ).unit;
+      return numberText( *observation.reading ) + ( unit.empty() ? "" : " " ) + std::string( unit );
+   }
+   if ( !observation.text.empty() ) {
+      return observation.text;
+   }
+   bool isSilent = observation.state == State::Ok && textPlace( observation ) != TextPlace::None;
+   return isSilent ? "-" : stateName( observation.state );
 }
 
 std::string statusJson( const std::string& board, const std::vector< Observation >& observations ) {

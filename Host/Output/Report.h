@@ -16,8 +16,8 @@ using namespace BoardFiles;
 std::string statusTable( const std::vector< Observation >& observations, const TableStyle& style );
 std::string statusJson( const std::string& board, const std::vector< Observation >& observations );
 
-// The reading with its unit.
-std::string readingText( const Observation& observation );
+// The reading with its unit, or what else the object told, or where there is neither the state.
+std::string valueText( const Observation& observation );
 
 // The reason, or where there is none the state.
 std::string problemText( const Observation& observation );

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "BoardFiles/Board.h"
+#include "Host/Session/Reason.h"
 #include "pl.h"
 
 namespace Host {
@@ -19,27 +20,20 @@ struct Reading {
 
 using EntryPoint = void ( * )();  // of the type that the name in pl.h has
 
-// How objects of a kind are driven by a user's text.
-struct SettingOperations {
-   std::string subject;  // "an LED"
-   std::string choice;   // what the text may be, after "cannot be set to ...; "
-   std::optional< int > ( *parse )( const std::string& text );
-   pl_status ( *apply )( void* object, int setting );
-};
+// Where the text that objects of a kind tell is shown.
+enum class TextPlace { None, Reading, AfterState };
 
-// What a host does with objects of one kind. All but `parse` may abort, hang or throw, as the
-// driver library does: it belongs into a worker.
+// What a host does with objects of one kind. It may abort, hang or throw, as the driver library
+// does: it belongs into a worker.
 struct KindOperations {
    Kind kind;
    std::string_view unit;  // of the reading
    void* ( *add )( EntryPoint, const ObjectSpec& );
    Reading ( *read )( void* object );
-   std::optional< SettingOperations > setting = {};
+   TextPlace textPlace = TextPlace::None;
+   const char* deviceError = kDeviceError;  // what PL_STATUS_DEVICE_ERROR means to people
 };
 
 const KindOperations& operations( Kind kind );
-
-// The setting that a user's text means for the object. Throws UseError.
-int parseSetting( const ObjectSpec& object, const std::string& text );
 
 }  // namespace Host

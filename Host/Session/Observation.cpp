@@ -44,6 +44,9 @@ Observation observed( const ObjectSpec& object, const Reading& reading, std::str
    if ( object.kind == Kind::Psu && value == 0 ) {
       return { &object, State::Fault, "the power is not ok", value };
    }
+   if ( object.kind == Kind::Fan && value == 0 && object.range.min.value_or( 0 ) > 0 ) {
+      return { &object, State::Critical, "the fan does not turn", value };
+   }
    return { &object, stateOf( object, value ), "", value };
 }
 

@@ -16,7 +16,7 @@ const char* stateName( State state );
 struct Observation {
    const ObjectSpec* object;
    State state;
-   std::string reason = {};  // of a fault or failure
+   std::string reason = {};  // where the state does not tell all
    std::optional< double > reading = {};
    std::string text = {};  // that the object told
 };

@@ -10,12 +10,12 @@ namespace Host {
 
 namespace {
 
-std::string statusText( pl_status status ) {
+std::string statusText( pl_status status, const char* deviceError ) {
    switch ( status ) {
       case PL_STATUS_ABSENT:
          return "not there";
       case PL_STATUS_DEVICE_ERROR:
-         return "the device reports an error";
+         return deviceError;
       case PL_STATUS_UNSUPPORTED:
          return "not supported";
       case PL_STATUS_IO_ERROR:
@@ -29,13 +29,13 @@ std::string statusText( pl_status status ) {
 
 }  // namespace
 
-std::string whyNotOk( pl_status status, const std::string& request ) {
+std::string whyNotOk( pl_status status, const std::string& request, const char* deviceError ) {
    if ( request.empty() ) {
-      return statusText( status );
+      return statusText( status, deviceError );
    }
    // These say no more than that a request failed.
    bool tellsNothing = status == PL_STATUS_IO_ERROR || status == PL_STATUS_FAILURE;
-   return tellsNothing ? request : statusText( status ) + ": " + request;
+   return tellsNothing ? request : statusText( status, deviceError ) + ": " + request;
 }
 
 std::string whyDied( int waitStatus ) {

@@ -12,9 +12,13 @@ namespace Host {
 constexpr const char* kGaveUp = "the driver gave up; --trace 0 shows why";
 constexpr const char* kMadeNoObject = "the driver made no object of it; --trace 0 shows why";
 
+constexpr const char* kDeviceError = "the device reports an error";
+
 // A call returned this status, which is not PL_STATUS_OK. `request` tells of a request that failed,
-// and is empty where none did.
-std::string whyNotOk( pl_status status, const std::string& request );
+// and is empty where none did; `deviceError` tells what PL_STATUS_DEVICE_ERROR means.
+std::string whyNotOk( pl_status status,
+                      const std::string& request,
+                      const char* deviceError = kDeviceError );
 
 // The driver's process ended: its status as wait() gives it.
 std::string whyDied( int waitStatus );

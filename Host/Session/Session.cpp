@@ -51,20 +51,20 @@ std::optional< Session::Death > Session::sweep( Found& found ) {
    std::optional< size_t > busyWith;
    while ( auto said = worker_->next( options_.stepLimit ) ) {
       if ( said->type == kAllRead ) {
-         idle_ = true;
          return std::nullopt;
       }
       if ( said->type == kNotInitialised ) {
-         return Death{ {}, idle_, said->text };
+         return Death{ {}, started_, said->text };
       }
       bool begins = said->type == kAdding || said->type == kReading;
+      started_ = started_ || begins;
       busyWith = begins ? std::optional< size_t >( said->number ) : std::nullopt;
       take( *said, found );
       if ( said->type == kRead && said->status == PL_STATUS_IO_ERROR && serviceGone() ) {
-         return Death{ .object = {}, .idle = true, .why = "" };
+         return Death{ .object = {}, .started = true, .why = "" };
       }
    }
-   return Death{ busyWith, idle_, worker_->end() };
+   return Death{ busyWith, started_, worker_->end() };
 }
 
 // False when there is nothing left to do for it.
@@ -87,7 +87,7 @@ bool Session::startWorker( const Found& found ) {
       SessionWorker( link, task ).run( objects );
    };
    worker_ = std::make_unique< Worker >( body, options_.traceLevel );
-   idle_ = false;
+   started_ = false;
    return true;
 }
 
@@ -97,11 +97,17 @@ void Session::take( const Message& said, Found& found ) {
       case kNotAdded:
          fail( i, said.text, found );
          break;
+      case kAbsent:
+         found[ i ] = observed( board_.objects[ i ], { .status = PL_STATUS_ABSENT }, "" );
+         break;
       case kRead: {
+         const ObjectSpec& object = board_.objects[ i ];
          std::string reason =
-            said.status == PL_STATUS_OK ? "" : whyNotOk( said.status, reasonFor( i, "" ) );
-         found[ i ] = observed( board_.objects[ i ], { said.status, said.value, said.text },
-                                std::move( reason ) );
+            said.status == PL_STATUS_OK
+               ? ""
+               : whyNotOk( said.status, reasonFor( i, "" ), operations( object.kind ).deviceError );
+         found[ i ] =
+            observed( object, { said.status, said.value, said.text }, std::move( reason ) );
          break;
       }
       case kNotRead:
@@ -142,7 +148,7 @@ std::string Session::afterDeath( const Death& death, Found& found ) {
    if ( serviceGone() ) {
       return "no SMBus service answers any more at " + options_.socket;
    }
-   return death.object || death.idle ? "" : "the driver library does not start: " + death.why;
+   return death.object || death.started ? "" : "the driver library does not start: " + death.why;
 }
 
 }  // namespace Host

@@ -44,7 +44,7 @@ class Session {
  private:
    struct Death {
       std::optional< size_t > object;  // that the worker was busy with
-      bool idle;                       // it had answered an earlier read()
+      bool started;                    // it had got as far as its objects
       std::string why;
    };
    using Found = std::vector< std::optional< Observation > >;
@@ -63,7 +63,7 @@ class Session {
    Settings settings_;
    std::map< size_t, std::string > failed_;  // objects that are left out, and why
    std::unique_ptr< Worker > worker_;
-   bool idle_ = false;     // the worker has answered
+   bool started_ = false;  // the worker has got as far as its objects
    bool holdsAll_ = true;  // but those that failed
 };
 

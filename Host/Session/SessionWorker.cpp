@@ -2,15 +2,19 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <iterator>
 #include <set>
 #include <utility>
 
 #include "Host/Session/Reason.h"
+#include "Host/Session/SettingOperations.h"
 #include "Platform/ServicePath.h"
 #include "Utils/NotImplementedException.h"
+#include "pl_host.h"
 
 namespace Host {
 
@@ -40,19 +44,27 @@ void SessionWorker::run( const std::vector< size_t >& objects ) const {
    if ( !initialise() ) {
       return;
    }
-   std::map< size_t, void* > records;
+   Records records;
    for ( size_t object : objects ) {
-      if ( void* record = add( object ) ) {
-         records[ object ] = record;
-         read( object, record );
-      }
+      records[ object ] = nullptr;
    }
-   send( kAllRead );
-   while ( link_.awaitRequest() ) {
-      for ( auto [ object, record ] : records ) {
+   do {
+      sweep( records );
+      send( kAllRead );
+   } while ( link_.awaitRequest() );
+}
+
+// Leaves out what cannot be added. Between two objects the library's timers run: a slow one must
+// not stop the beacons of all.
+void SessionWorker::sweep( Records& records ) const {
+   for ( auto it = records.begin(); it != records.end(); ) {
+      auto& [ object, record ] = *it;
+      bool stays = record || add( object, record );
+      if ( record ) {
          read( object, record );
       }
-      send( kAllRead );
+      it = stays ? std::next( it ) : records.erase( it );
+      pl_timer_run();
    }
 }
 
@@ -77,16 +89,30 @@ bool SessionWorker::initialise() const {
    return true;
 }
 
-void* SessionWorker::add( size_t object ) const {
+// Without a record the object is absent now. False when there is no use in trying again.
+bool SessionWorker::add( size_t object, void*& record ) const {
    send( kAdding, object );
    const ObjectSpec& spec = task_.board.objects[ object ];
-   void* record = nullptr;
-   std::string reason = exceptionOf( spec.kind, [ & ] { record = task_.library.add( spec ); } );
-   if ( !record ) {
-      send( kNotAdded, object, reason.empty() ? kMadeNoObject : reason );
-      return nullptr;
+   void* added = nullptr;
+   int error = 0;
+   std::string reason = exceptionOf( spec.kind, [ & ] {
+      errno = 0;
+      added = task_.library.add( spec );
+      error = errno;
+   } );
+   if ( !added && error == ENODEV ) {
+      send( kAbsent, object );
+      return true;
    }
-   return applySetting( object, record ) ? record : nullptr;
+   if ( !added ) {
+      send( kNotAdded, object, reason.empty() ? kMadeNoObject : reason );
+      return false;
+   }
+   if ( !applySetting( object, added ) ) {
+      return false;
+   }
+   record = added;
+   return true;
 }
 
 bool SessionWorker::applySetting( size_t object, void* record ) const {
@@ -97,7 +123,7 @@ bool SessionWorker::applySetting( size_t object, void* record ) const {
    Kind kind = task_.board.objects[ object ].kind;
    pl_status status = PL_STATUS_OK;
    std::string reason = exceptionOf(
-      kind, [ & ] { status = operations( kind ).setting->apply( record, setting->second ); } );
+      kind, [ & ] { status = settingOperations( kind )->apply( record, setting->second ); } );
    if ( reason.empty() && status != PL_STATUS_OK ) {
       reason = whyNotOk( status, "" );
    }
@@ -116,11 +142,24 @@ void SessionWorker::read( size_t object, void* record ) const {
       send( kNotRead, object, reason );
       return;
    }
+   if ( reading.text.empty() ) {
+      reading.text = nameOfSetting( object );
+   }
    link_.send( { .type = kRead,
                  .number = static_cast< int32_t >( object ),
                  .status = reading.status,
                  .value = reading.value,
                  .text = std::move( reading.text ) } );
+}
+
+// Empty where there is none, or where the reading tells it.
+std::string SessionWorker::nameOfSetting( size_t object ) const {
+   auto setting = task_.settings.find( object );
+   if ( setting == task_.settings.end() ) {
+      return {};
+   }
+   auto name = settingOperations( task_.board.objects[ object ].kind )->name;
+   return name ? name( setting->second ) : "";
 }
 
 void SessionWorker::send( SessionMessage type, size_t object, std::string text ) const {

@@ -29,6 +29,7 @@ enum SessionMessage : int32_t {
    kNotInitialised,  // with text; the worker ends
    kAdding,
    kNotAdded,  // with text
+   kAbsent,    // not there to be added
    kReading,
    kRead,     // with status, value and text
    kNotRead,  // with text
@@ -48,14 +49,19 @@ class SessionWorker {
 
    SessionWorker( const Worker::Link& link, const Task& task ) : link_( link ), task_( task ) {}
 
-   // Adds and reads these objects, and reads them again whenever it is asked to.
+   // Adds and reads these objects, and reads them again whenever it is asked to; those that were
+   // absent are then tried again.
    void run( const std::vector< size_t >& objects ) const;
 
  private:
+   using Records = std::map< size_t, void* >;  // null of objects that are still to be added
+
    bool initialise() const;
-   void* add( size_t object ) const;
+   void sweep( Records& records ) const;
+   bool add( size_t object, void*& record ) const;
    bool applySetting( size_t object, void* record ) const;
    void read( size_t object, void* record ) const;
+   std::string nameOfSetting( size_t object ) const;
    void send( SessionMessage type, size_t object = 0, std::string text = {} ) const;
 
    const Worker::Link& link_;

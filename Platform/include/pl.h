@@ -365,8 +365,9 @@ struct pl_poe_port {
  * cost. A document of the wrong shape aborts the process with a message.
  *
  * pl_<kind>_add takes one device's arguments (JSON) and returns the object, or null after a trace
- * line that says why. The text must stay valid as long as the object is used: some drivers print
- * it again later.
+ * line that says why. Null with errno ENODEV: the module that the object is about is not there; try
+ * again when it is. The text must stay valid as long as the object is used: some drivers print it
+ * again later.
  */
 
 pl_status pl_system_init( const char* topology );

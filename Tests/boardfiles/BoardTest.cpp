@@ -148,7 +148,7 @@ TEST( BoardTest, KnowsWhereEverythingHangsAndWhatItIs ) {
    }
    EXPECT_THAT( names,
                 ElementsAre( "scd1", "scd1", "second", "scd bus 2", "FbDomFpga bus 6", "PLM" ) );
-   ASSERT_EQ( board.objects.size(), 3u );
+   ASSERT_EQ( board.objects.size(), 4u );
    EXPECT_EQ( board.topology, textOf( kHere / "sound/topology.json" ) );
    EXPECT_EQ( board.objects[ 0 ].kind, Kind::TempSensor );
    EXPECT_EQ( board.objects[ 0 ].device, R"({"driver":"X","did":6,"address":{"address":73}})" );
@@ -156,6 +156,7 @@ TEST( BoardTest, KnowsWhereEverythingHangsAndWhatItIs ) {
    EXPECT_EQ( board.objects[ 0 ].critical, 80 );
    EXPECT_EQ( board.objects[ 1 ].device, "scd1" );
    EXPECT_EQ( board.objects[ 1 ].address, 72 );
+   EXPECT_EQ( board.objects[ 3 ].range.min, 3703 );
 }
 
 TEST( BoardTest, ReadsFilesOnlyAndListsWhatIsWrongWithAll ) {

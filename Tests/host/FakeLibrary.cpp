@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <sstream>
 #include <string>
@@ -81,6 +82,30 @@ pl_status setLed( pl_led*, pl_led_status status ) {
    return status == PL_LED_BEACON ? PL_STATUS_OK : PL_STATUS_UNSUPPORTED;
 }
 
+pl_status tellModel( pl_slot*, char** info ) {
+   *info = strdup( "tray.modelName = 'FAN-7001-F'" );
+   return PL_STATUS_OK;
+}
+
+int speed = 0;  // of the one fan: each setting makes it faster, until it breaks
+
+pl_status readSpeed( pl_fan*, int* rpm ) {
+   *rpm = speed;
+   return speed > 10'000 ? PL_STATUS_DEVICE_ERROR : PL_STATUS_OK;
+}
+
+pl_status speedUp( pl_fan*, int rpm ) {
+   speed += rpm;
+   return PL_STATUS_OK;
+}
+
+// The module of an object that is "late" is absent when it is added first.
+bool isAbsent( const std::string& arguments ) {
+   static int tries = 0;
+   errno = arguments == "late" && tries++ == 0 ? ENODEV : 0;
+   return errno == ENODEV;
+}
+
 int findNone( pl_xcvr* ) {
    return 0;
 }
@@ -93,22 +118,22 @@ int findNone( pl_xcvr* ) {
    }
 
 // `...` fills `ops`, the table of the kind's one record.
-#define FAKE_KIND( kind, ... )                 \
-   FAKE_INIT( kind )                           \
-   pl_##kind* pl_##kind##_add( const char* ) { \
-      static pl_##kind##_ops ops{};            \
-      static pl_##kind record{};               \
-      __VA_ARGS__;                             \
-      record.ops = &ops;                       \
-      return &record;                          \
+#define FAKE_KIND( kind, ... )                           \
+   FAKE_INIT( kind )                                     \
+   pl_##kind* pl_##kind##_add( const char* arguments ) { \
+      static pl_##kind##_ops ops{};                      \
+      static pl_##kind record{};                         \
+      __VA_ARGS__;                                       \
+      record.ops = &ops;                                 \
+      return isAbsent( arguments ) ? nullptr : &record;  \
    }
 
 FAKE_KIND( system )
-FAKE_KIND( slot )
+FAKE_KIND( slot, ops.get_presence = tellModel )
 FAKE_KIND( led, ops.set_light_setting = setLed )
 FAKE_KIND( poe_port )
 FAKE_INIT( temp_sensor )
-FAKE_KIND( fan )
+FAKE_KIND( fan, ops.get_rpm = readSpeed, ops.set_rpm = speedUp )
 FAKE_KIND( xcvr, ops.type = PL_XCVR_QSFP, ops.family.qsfp.get_presence = findNone )
 FAKE_KIND( psu )
 FAKE_KIND( gpio )

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "Host/Output/Report.h"
+#include "Host/Session/SlotWords.h"
 #include "Utils/Text.h"
 
 using testing::HasSubstr;
@@ -11,28 +12,55 @@ using namespace BoardFiles;
 namespace {
 
 const ObjectSpec kInlet{ Kind::TempSensor, "inlet", "", {}, 75, 85.5 };
-const ObjectSpec kFan{ Kind::Fan, "fän 1", "" };
+const ObjectSpec kFan{ Kind::Fan, "fän 1", "", {}, {}, {}, { 3600, 20000 } };
+const ObjectSpec kSlot{ Kind::Slot, "tray", "" };
+const ObjectSpec kPower{ Kind::Led, "power", "" };
 const ObjectSpec kLed{ Kind::Led, "l\x1b[2J\xff", "" };
 
 const std::vector< Observation > kObservations = {
    { &kInlet, State::Alert, "", -7.3f },
    { &kFan, State::Ok, "", 12000 },
    { &kLed, State::Failed, "the first line\nand \"the second\"" },
+   { &kSlot, State::Ok, "", {}, "FAN-7, serial 1" },
+   { &kPower, State::Ok, "", {}, "Good" },
 };
 
 TEST( TableTest, AlignsColumnsWhateverTheTexts ) {
    EXPECT_EQ( statusTable( kObservations, {} ),
-              "object  kind         reading  unit     limits  state\n"
-              "l [2J?  led              -                  -  failed: the first line and "
+              "object  kind         reading  unit        limits  state\n"
+              "tray    slot             -                     -  ok: FAN-7, serial 1\n"
+              "l [2J?  led              -                     -  failed: the first line and "
               "\"the second\"\n"
-              "inlet   temp_sensor     -7.3  C     75 / 85.5  alert\n"
-              "fän 1   fan          12000    rpm           -  ok\n" );
+              "power   led           Good                     -  ok\n"
+              "inlet   temp_sensor     -7.3  C        75 / 85.5  alert\n"
+              "fän 1   fan          12000    rpm   3600 - 20000  ok\n" );
+}
+
+TEST( ValueTest, IsTheStateWhereAnObjectTellsNothing ) {
+   EXPECT_EQ( valueText( { &kSlot, State::Ok, "", {}, "FAN-7" } ), "FAN-7" );
+   EXPECT_EQ( valueText( { &kLed, State::Ok } ), "-" );
+   EXPECT_EQ( valueText( { &kLed, State::Absent } ), "absent" );
+}
+
+TEST( SlotWordsTest, TellWhatIsKnownWhateverTheText ) {
+   const std::pair< std::string, const char* > rows[] = {
+      { "t.modelName='M'\r\nt.serialNum \t=  \"it's 5\"\nf.airflowDirection = 'backToFrontAirflow'",
+        "M, serial it's 5, back to front" },
+      { "t.modelName = 'N/A'\nu.modelName = 'M'\nt.serialNum = ' N/A '", "" },
+      { "#t.modelName = 'A'\n t.modelName = 'B'\nt.modelName == 'C'\nt.modelName = 'D\nt.modelName "
+        "= 'M' + x\nt.modelName = 'N'",
+        "M" },
+      { "=\n.\n'\n. = '\nx.serialNum = '\x1b\xff'", "serial ?" },
+   };
+   for ( const auto& [ program, words ] : rows ) {
+      EXPECT_EQ( slotWords( program ), words ) << program;
+   }
 }
 
 TEST( TableTest, WrapsReasonsWithinTheirColumnAndColoursTextsOnly ) {
-   std::string table = statusTable( kObservations, { .colours = true, .width = 70 } );
+   std::string table = statusTable( kObservations, { .colours = true, .width = 73 } );
    EXPECT_THAT( table,
-                HasSubstr( "-  \x1b[31mfailed: the first line\x1b[0m\n" + std::string( 47, ' ' ) +
+                HasSubstr( "-  \x1b[31mfailed: the first line\x1b[0m\n" + std::string( 50, ' ' ) +
                            "\x1b[31mand \"the second\"\x1b[0m\n" ) );
    EXPECT_THAT( table, HasSubstr( "75 / 85.5  \x1b[33malert\x1b[0m\n" ) );
 }
@@ -40,7 +68,8 @@ TEST( TableTest, WrapsReasonsWithinTheirColumnAndColoursTextsOnly ) {
 TEST( JsonReportTest, TellsReasonsOfAnyText ) {
    EXPECT_THAT( statusJson( "b", kObservations ),
                 AllOf( HasSubstr( R"("reading": -7.3,)" ), HasSubstr( R"("name": "l [2J?")" ),
-                       HasSubstr( R"("ok": false)" ),
+                       HasSubstr( R"("ok": false)" ), HasSubstr( R"("min": 3600.0,)" ),
+                       HasSubstr( R"("text": "Good",)" ),
                        HasSubstr( R"("reason": "the first line and \"the second\"")" ) ) );
 }
 

@@ -6,6 +6,8 @@
 #include <cstdlib>
 
 #include "Host/Session/Session.h"
+#include "Host/Session/SettingOperations.h"
+#include "Host/Session/UseError.h"
 
 using testing::ElementsAre;
 
@@ -86,30 +88,57 @@ TEST_F( SessionTest, FailsEachObjectThatMisbehavesAndNoOther ) {
 }
 
 TEST_F( SessionTest, AddsSetsAndReadsOtherKinds ) {
-   board.objects = { { Kind::System, "", "{}" },
-                     { Kind::Led, "", "{}" },
-                     { Kind::Led, "", "{}" },
-                     { Kind::Xcvr, "", "{}" },
-                     { Kind::Smbus, "", "scd0", 0x48 } };
+   board.objects = {
+      { Kind::System, "", "{}" }, { Kind::Led, "", "{}" },           { Kind::Led, "", "{}" },
+      { Kind::Xcvr, "", "{}" },   { Kind::Smbus, "", "scd0", 0x48 }, { Kind::Slot, "", "{}" },
+      { Kind::Fan, "", "{}" } };
    session.settingIs( 1, parseSetting( board.objects[ 1 ], "beacon" ) );
    session.settingIs( 2, parseSetting( board.objects[ 2 ], "Off" ) );
-   EXPECT_THAT( states(),
-                ElementsAre( State::Ok, State::Ok, State::Failed, State::Absent, State::Ok ) );
+   session.settingIs( 6, 20'000 );
+   EXPECT_THAT( states(), ElementsAre( State::Ok, State::Ok, State::Failed, State::Absent,
+                                       State::Ok, State::Ok, State::Fault ) );
+   EXPECT_EQ( read()[ 1 ].text, "Beacon" );
+   EXPECT_EQ( read()[ 5 ].text, "FAN-7001-F" );
+   EXPECT_EQ( read()[ 6 ].reason, "it has stopped, or its tachometer is silent" );
+}
+
+TEST( FanSettingTest, IsAnRpmOrAPercentageOfTheRange ) {
+   ObjectSpec fan{ .kind = Kind::Fan, .name = "fan1", .device = "", .range = { 3601, 12000 } };
+   for ( auto [ text, rpm ] : { std::pair( "7", 7 ), { "0%", 3601 }, { "12.5%", 4651 } } ) {
+      EXPECT_EQ( parseSetting( fan, text ), rpm ) << text;
+   }
+   for ( const char* text : { "-1", "7rpm", "%", "100.1%", "-1%", "nan%", "50 %" } ) {
+      EXPECT_THROW( parseSetting( fan, text ), UseError ) << text;
+   }
+   fan.range.min = {};
+   EXPECT_THROW( parseSetting( fan, "50%" ), UseError );
+}
+
+TEST_F( SessionTest, AddsAndSetsAnObjectOnceItsModuleIsThere ) {
+   board.objects = { { Kind::Fan, "", "late" } };
+   session.settingIs( 0, 6000 );
+   EXPECT_EQ( read()[ 0 ].state, State::Absent );
+   EXPECT_EQ( read()[ 0 ].reading, 6000 );
+   EXPECT_EQ( read()[ 0 ].reading, 6000 );
 }
 
 TEST_F( SessionTest, ComparesReadingsWithTheLimits ) {
    add( { "49.875", "50", "59.875", "60" } );
-   EXPECT_THAT( states(), ElementsAre( State::Ok, State::Alert, State::Alert, State::Critical ) );
+   board.objects.push_back( { .kind = Kind::Fan, .name = "", .device = "", .range = { 1, {} } } );
+   board.objects.push_back( { .kind = Kind::Fan, .name = "", .device = "", .range = { 0, 1 } } );
+   EXPECT_THAT( states(), ElementsAre( State::Ok, State::Alert, State::Alert, State::Critical,
+                                       State::Critical, State::Ok ) );
 }
 
-TEST_F( SessionTest, KeepsOneWorkerAndRunsItsTimersBetweenReads ) {
-   add( { "process", "ticks" } );
+TEST_F( SessionTest, KeepsOneWorkerAndRunsItsTimersBetweenReadsAndObjects ) {
+   add( { "process", "ticks", "slow", "slow", "ticks" } );
    auto first = read();
    usleep( 100'000 );
    auto second = read();
    EXPECT_NE( first[ 0 ].reading, getpid() );
    EXPECT_EQ( first[ 0 ].reading, second[ 0 ].reading );
-   EXPECT_GT( second[ 1 ].reading.value(), first[ 1 ].reading.value() + 2 );
+   EXPECT_GT( second[ 1 ].reading.value(), first[ 4 ].reading.value() + 2 );
+   EXPECT_GT( second[ 4 ].reading.value(), second[ 1 ].reading.value() + 1 );
 }
 
 TEST_F( SessionTest, DoesNotInitialiseAgainWhatWasRead ) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <new>
 #include <span>
 #include <sstream>
@@ -118,9 +119,12 @@ class Members : public MultiDevice {
    using MultiDevice::xcvrs;
 };
 
-// What a test has made, as an object of every kind.
+// What a test has made, as an object of every kind; nothing as a module that is absent.
 struct Made {
-   explicit Made( unsigned int port = 0 ) { id = port; }
+   explicit Made( unsigned int port = 0 ) {
+      id = port;
+      errno = object ? 0 : ENODEV;
+   }
 
    template < typename Object >
    operator Object*() const {
@@ -204,13 +208,14 @@ TEST_F( HostObjects, AddTracesTheStepThatFailedElseGivesTheStructure ) {
    for ( const Kind& row : kKinds ) {
       SCOPED_TRACE( row.factory );
       std::string json = document( "Maker", xcvr( row.xcvrType ) );
-      const std::tuple< std::string, std::string, std::string > failures[] = {
-         { "{", "DeviceBase::create() failed", "0 failed to parse json object as a device" },
-         { json, row.factory + "() failed", "0 Maker device created" },
+      const std::tuple< std::string, std::string, std::string, int > failures[] = {
+         { "{", "DeviceBase::create() failed", "0 failed to parse json object as a device", 0 },
+         { json, row.factory + "() failed", "0 Maker device created", ENODEV },
       };
       Made::object = nullptr;
-      for ( const auto& [ arguments, failure, before ] : failures ) {
+      for ( const auto& [ arguments, failure, before, error ] : failures ) {
          EXPECT_EQ( row.add( arguments.c_str() ), nullptr );
+         EXPECT_EQ( errno, error );
          if ( row.failureLevel != kSilent ) {
             EXPECT_EQ( traces.lines.back(), std::to_string( row.failureLevel ) + " " + failure );
             traces.lines.pop_back();

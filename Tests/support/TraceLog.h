@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,7 +30,9 @@ class TraceLog {
    static inline std::string lastFormat;  // of the latest trace of the process
 
  private:
+   // Leaves an errno as printing may.
    static void collect( void* user, int level, const char* text ) {
+      errno = EIO;
       static_cast< TraceLog* >( user )->lines.push_back( std::to_string( level ) + " " + text );
    }
 };
