@@ -170,7 +170,7 @@ TEST_F( DemoBoardTest, FansTellHowTheirRotorsTurn ) {
 
 TEST_F( DemoBoardTest, FansTakeTheirDuty ) {
    EXPECT_EQ( pl_fan_init( documents.topology.c_str() ), PL_STATUS_OK );
-   for ( const auto& [ name, rpm, quantity, duty ] : { std::tuple( "fan1", 6500, "duty1", 127 ),
+   for ( const auto& [ name, rpm, quantity, duty ] : { std::tuple( "fan1", 6500, "duty1", 128 ),
                                                        { "rear2-outer", 13000, "outerDuty1", 127 },
                                                        { "rear1-inner", 5400, "innerDuty0", 0 },
                                                        { "spinner", 9000, "duty", 127 } } ) {

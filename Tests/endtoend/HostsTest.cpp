@@ -1,10 +1,13 @@
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <cstdlib>
 
 #include "Tests/endtoend/Process.h"
 #include "Tests/support/FakeService.h"
+#include "Tests/support/Wire.h"
 
+using testing::ContainsRegex;
 using testing::HasSubstr;
 
 namespace Tests {
@@ -12,12 +15,28 @@ namespace {
 
 // A service, of this build or another, that serves a board at a socket of its own.
 struct Service {
-   explicit Service( const std::string& command ) : process( command + " --socket " + path ) {
+   explicit Service( const std::string& command )
+       : process( command + " --socket " + path + " --control " + control ) {
       process.awaitOutput();
+   }
+
+   // What the emulated board answers to a line of its control socket.
+   std::string tell( const std::string& line ) const {
+      int client = socketAt( control, connect );
+      sendBytes( client, line + "\n" );
+      char answer[ 256 ] = {};
+      EXPECT_GT( recv( client, answer, sizeof answer - 1, 0 ), 0 );
+      close( client );
+      return answer;
+   }
+   std::string set( int did, const std::string& quantity, int value ) const {
+      return tell( fmt::format( R"({{"op":"set","did":{},"quantity":"{}","value":{}}})", did,
+                                quantity, value ) );
    }
 
    TemporaryDirectory directory;
    std::string path = directory.path() / "smbus.sock";
+   std::string control = directory.path() / "control.sock";
    Process process;
 };
 
@@ -68,6 +87,47 @@ TEST( Service, ServesOneHostAfterAnotherUnlessItHangs ) {
    EXPECT_EQ( statusAt( service.path ).status, 0 );
    service.process.end( SIGTERM );
    EXPECT_EQ( statusAt( service.path ).status, 2 );
+}
+
+// Modules are pulled, stopped and put back while hosts come and go.
+TEST( Service, TellsEveryHostWhatHandsDoToTheBoard ) {
+   Service service( "lumen-smbusd --emulate Boards/demo" );
+   auto host = [ & ]( const std::string& command ) {
+      Outcome outcome = lumen( "--board Boards/demo --socket " + service.path + " " + command );
+      return outcome.output + outcome.errors;
+   };
+   host( "set fan1 50%" );
+   sleep( 1 );
+   EXPECT_EQ( host( "get fan1" ), "6514 rpm\n" );
+   service.set( 201, "present1", 0 );
+   EXPECT_EQ( host( "get fan1" ) + host( "get fan1-slot" ), "absent\nabsent\n" );
+   service.set( 201, "present1", 1 );
+   EXPECT_EQ( host( "get fan1" ) + host( "get fan1-slot" ),
+              "6514 rpm\nFAN-7001-F, front to back\n" );
+   service.set( 303, "outerStopped1", 1 );
+   EXPECT_EQ( host( "get rear2-outer" ),
+              "fault\nlumen: rear2-outer: it has stopped, or its tachometer is silent\n" );
+}
+
+TEST( Service, SeesABeaconBlinkWhileItIsWatched ) {
+   Service service( "lumen-smbusd --emulate Boards/demo" );
+   service.set( 201, "present2", 0 );
+   Process host( "lumen --board Boards/demo --socket " + service.path +
+                 " watch --interval 1 --set status-led=Beacon" );
+   host.awaitOutput();
+   std::string phases;
+   for ( int i = 0; i < 50 && phases.find( "101" ) == phases.npos; ++i ) {
+      std::string answer = service.tell( R"({"op":"get","did":305,"quantity":"pin2"})" );
+      char phase = answer.find( "1.0" ) == answer.npos ? '0' : '1';
+      if ( phases.empty() || phases.back() != phase ) {
+         phases += phase;
+      }
+      usleep( 100'000 );
+   }
+   EXPECT_THAT( phases, HasSubstr( "101" ) );
+   service.set( 201, "present2", 1 );
+   sleep( 2 );  // until the next reading
+   EXPECT_THAT( host.end( SIGINT ).output, ContainsRegex( "fan2 .* absent\n(.*\n)*fan2 .* ok\n" ) );
 }
 
 // It answers the program, which looks whether it is there, but not the library.
