@@ -30,9 +30,9 @@ class DeviceBase {
    // Start-up work, once, before the device is used.
    virtual void init() {}
 
-   // Each makes a logical device, or returns null after a trace. Those that a driver does not
-   // provide throw NotImplementedException. The numbers are a transceiver's port id and what
-   // selects a mux's channel.
+   // Each makes a logical device, or returns null: what it is about is not there (errno is ENODEV)
+   // or cannot be read. Those that a driver does not provide throw NotImplementedException. The
+   // numbers are a transceiver's port id and what selects a mux's channel.
    virtual LogicalDevice::PoePort* newPoePort( const DriverArgs& ) { refuse( "newPoePort" ); }
    virtual LogicalDevice::TempSensor* newTempSensor( const DriverArgs& ) {
       refuse( "newTempSensor" );

@@ -39,10 +39,6 @@ class Ham {
    virtual void prepare() = 0;
    [[nodiscard]] virtual pl_status execute() = 0;
 
-   // After execute() failed: whether it did because the device itself did not acknowledge, as one
-   // that is not there. False where the transport cannot tell.
-   virtual bool lacksAcknowledge() const { return false; }
-
    virtual ResponseId addRecvByte();
    virtual ResponseId addRead8( Register reg, uint8_t regSize );
    virtual ResponseId addRead16( Register reg, uint8_t regSize );
@@ -69,6 +65,10 @@ class Ham {
    // name with that of its instance, which may be empty.
    virtual void setExpected( const Utils::ExpectedValues* expected );
    virtual void setDriverName( std::string driverName, std::string qualifier );
+
+   // After execute() failed: whether it did because the device itself did not acknowledge, as one
+   // that is not there. False where the transport cannot tell.
+   virtual bool lacksAcknowledge() const { return false; }
 
    // How often the transport repeats a failing batch, for all later batches.
    void retryCountIs( uint32_t count );

@@ -1,10 +1,8 @@
 #include "Drivers/Corvid/CpuCPLD.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <memory>
 
 #include "Drivers/Registers.h"
 
@@ -27,7 +25,6 @@ constexpr uint8_t kFrontToBack = 0x01;
 constexpr uint8_t kGenerationShift = 1;
 constexpr uint8_t kGenerationMask = 3;
 constexpr uint8_t kSecondGeneration = 2;
-constexpr uint8_t kTypeMask = 7;
 
 constexpr double kSecondsPerMinute = 60;
 
@@ -48,8 +45,7 @@ bool isSet( uint8_t bits, uint8_t index ) {
    return bits >> index & 1;
 }
 
-uint8_t fanIdOf( const DriverArgs& args ) {
-   int fanId = LUMEN_INT_ARGUMENT( args, "fanId" );
+uint8_t checkedFanId( int fanId ) {
    LUMEN_ASSERT( fanId >= 1 && fanId <= kFans );
    return static_cast< uint8_t >( fanId );
 }
@@ -76,13 +72,13 @@ void CpuCPLD::init() {
 }
 
 Component::LogicalDevice::Led* CpuCPLD::newLed( const DriverArgs& args ) {
-   uint8_t fanId = fanIdOf( args );
+   uint8_t fanId = checkedFanId( LUMEN_INT_ARGUMENT( args, "fanId" ) );
    pl_trace( 5, "creating new CpuCPLD led for fan id %hhu", fanId );
    return new Led( this, indexOf( fanId ) );
 }
 
 Component::LogicalDevice::Fan* CpuCPLD::newFan( const DriverArgs& args ) {
-   uint8_t fanId = fanIdOf( args );
+   uint8_t fanId = checkedFanId( LUMEN_INT_ARGUMENT( args, "fanId" ) );
    pl_trace( 5, "creating new CpuCPLD fan id %hhu", fanId );
    bool present;
    uint8_t type;
@@ -93,16 +89,16 @@ Component::LogicalDevice::Fan* CpuCPLD::newFan( const DriverArgs& args ) {
       errno = ENODEV;
       return nullptr;
    }
-   auto fan = new Fan( this, indexOf( fanId ) );
+   auto fan = std::make_unique< Fan >( this, indexOf( fanId ) );
    double p;
    double i;
    parseFanInformation( type, args.driverArgs, nullptr, &fan->maxRpm, &fan->minRpm, &p, &i,
                         &fan->pulsesPerRevolution, &fan->fanSample );
-   return fan;
+   return fan.release();
 }
 
 Component::LogicalDevice::Slot* CpuCPLD::newSlot( const DriverArgs& args ) {
-   uint8_t fanId = fanIdOf( args );
+   uint8_t fanId = checkedFanId( LUMEN_INT_ARGUMENT( args, "fanId" ) );
    pl_trace( 5, "creating new CpuCPLD slot for fan id %hhu", fanId );
    return new Slot( this, indexOf( fanId ), args );
 }
@@ -186,8 +182,10 @@ bool parseFanInformation( uint8_t type,
                           double* pulsesPerRevolution,
                           double* fanSample ) {
    bool isSecond = ( type >> kGenerationShift & kGenerationMask ) == kSecondGeneration;
-   auto text = [ &args, prefix = std::string( isSecond ? "G2" : "G1" ) ]( const char* key ) {
-      return LUMEN_ARGUMENT( args, ( prefix + key ).c_str(), "it != args.end()" );
+   const Requirement isThere{ "it != args.end()", __PRETTY_FUNCTION__, __FILE__, __LINE__ };
+   auto text = [ & ]( const char* key ) -> const std::string& {
+      return requiredArgument( args, ( std::string( isSecond ? "G2" : "G1" ) + key ).c_str(),
+                               isThere );
    };
    auto take = [ &text ]( const char* key, auto* output, auto convert ) {
       if ( output ) {
@@ -235,65 +233,6 @@ bool CpuCPLD::Led::handleBlinkTimer( bool phase ) {
    pl_status res = phase ? device_->setLedRed( index_ ) : device_->setLedOff( index_ );
    LUMEN_ASSERT( res == PL_STATUS_OK );
    return true;
-}
-
-CpuCPLD::Slot::Slot( CpuCPLD* device, uint8_t index, const DriverArgs& args )
-    : index_( index ),
-      driverArgs_( args.driverArgs ),
-      jsonText_( args.jsonText ),
-      device_( device ) {}
-
-pl_status CpuCPLD::Slot::getPresence( char** info ) {
-   bool present;
-   uint8_t type;
-   if ( pl_status status = device_->getFanPresence( index_, present, type ) ) {
-      return status;
-   }
-   if ( !present ) {
-      return PL_STATUS_ABSENT;
-   }
-   if ( ( type & kTypeMask ) != cachedType_ ) {
-      try {
-         cachedInfo_ = describe( type );
-      } catch ( const std::exception& error ) {
-         pl_trace( 0, "Error: fan module %d cannot be described: %s", index_ + 1, error.what() );
-         return PL_STATUS_FAILURE;
-      }
-      cachedType_ = type & kTypeMask;
-   }
-   char* copy = strdup( cachedInfo_.c_str() );
-   if ( !copy ) {
-      return PL_STATUS_FAILURE;
-   }
-   *info = copy;
-   return PL_STATUS_OK;
-}
-
-// A program in the host's language for fans.
-std::string CpuCPLD::Slot::describe( uint8_t type ) const {
-   std::string name;
-   int maxRpm;
-   double p;
-   double i;
-   parseFanInformation( type, driverArgs_, &name, &maxRpm, nullptr, &p, &i, nullptr, nullptr );
-   return fmt::format(
-      "FruFactoryIds: PLDevice\n"
-      "device.group = 'FanTray'\n"
-      "slotId = {}\n"
-      "device.fanTray = ( 'FanTray%d' % slotId, )\n"
-      "fanTray = device.fanTray\n"
-      "fanTray.modelName = '{}'\n"
-      "fanTray.serialNum = '{}'\n"
-      "fanTray.slotId = slotId\n"
-      "fan = fanTray.newFan( 'Fan%d' % ( slotId ) )\n"
-      "fan.airflowDirection = '{}Airflow'\n"
-      "fan.maxRpm = {}\n"
-      "fan.p = {:f}\n"
-      "fan.i = {:f}\n"
-      "fan.libPath = '{}'\n"
-      "fan.devArgs = '{}'\n",
-      index_ + 1, name, "N/A", isFrontToBack( type ) ? "frontToBack" : "backToFront",
-      static_cast< unsigned >( maxRpm ), p, i, "", jsonText_ ? jsonText_ : "" );
 }
 
 // Eight modules of the first generation, fans at tachometer count 3000.

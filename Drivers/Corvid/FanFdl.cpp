@@ -16,6 +16,11 @@ bool mayStand( unsigned char character ) {
    return character >= ' ' && kSpecial.find( static_cast< char >( character ) ) == kSpecial.npos;
 }
 
+// U+0080 to U+009F in UTF-8.
+bool isControl( char first, char second ) {
+   return first == '\xC2' && static_cast< uint8_t >( second ) < 0xA0;
+}
+
 }  // namespace
 
 std::map< int, std::string > fanFdlTemplates( const Arguments& args ) {
@@ -42,8 +47,14 @@ std::string fillFdl( const std::string& fdl, const std::map< std::string, std::s
 }
 
 std::string fdlValue( const std::string& text ) {
-   std::string value = text;
-   std::erase_if( value, []( char character ) { return !mayStand( character ); } );
+   std::string value;
+   for ( size_t i = 0; i < text.size(); ++i ) {
+      if ( isControl( text[ i ], text[ i + 1 ] ) ) {
+         ++i;
+      } else if ( mayStand( text[ i ] ) ) {
+         value += text[ i ];
+      }
+   }
    return value.empty() ? kUnknownFdlValue : value;
 }
 

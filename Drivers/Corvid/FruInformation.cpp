@@ -15,7 +15,6 @@ using Bytes = std::string_view;
 
 constexpr size_t kUnit = 8;  // offsets and lengths count these
 constexpr uint8_t kVersion = 1;
-constexpr uint8_t kVersionMask = 0x0F;
 
 // The common header: version, five offsets, padding, checksum.
 constexpr size_t kHeaderLength = 8;
@@ -79,7 +78,7 @@ bool overlap( const std::optional< Area >& one, const std::optional< Area >& oth
 // Where the image's areas are; nothing when they cannot be there.
 std::optional< Areas > findAreas( Bytes image ) {
    if ( image.size() < kHeaderLength || !isZeroSum( image.substr( 0, kHeaderLength ) ) ||
-        ( byteAt( image, 0 ) & kVersionMask ) != kVersion || byteAt( image, kPadding ) != 0 ) {
+        byteAt( image, 0 ) != kVersion || byteAt( image, kPadding ) != 0 ) {
       return std::nullopt;
    }
    Areas areas;
@@ -157,7 +156,7 @@ std::string decodeField( uint8_t type, Bytes bytes, bool isEnglish ) {
       case kSixBit:
          return decodeSixBit( bytes );
       default:
-         return isEnglish ? decodeLatin( bytes ) : FruInformation::kUnknownText;
+         return isEnglish ? decodeLatin( bytes ) : "";
    }
 }
 

@@ -10,12 +10,10 @@ namespace Drivers {
 // What a field-replaceable unit's memory tells of it, in the IPMI Platform Management FRU
 // Information Storage format, version 1.
 //
-// Texts are UTF-8 without trailing blanks and zeros; empty where the memory has none. Binary fields
-// are hexadecimal digits; texts of a language other than English, which take two bytes a character,
-// are kUnknownText.
+// Texts are UTF-8 without trailing blanks and zeros. They are empty where the memory has none, or
+// one of a language other than English, with two bytes a character. Binary fields are hexadecimal
+// digits.
 struct FruInformation {
-   static constexpr const char* kUnknownText = "unknown";
-
    std::string manufacturer;
    std::string productName;
    std::string partNumber;

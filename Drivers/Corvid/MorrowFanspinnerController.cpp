@@ -103,9 +103,13 @@ pl_status MorrowFanspinnerController::Fan::setRpm( int rpm ) {
          return status;
       }
    }
+   VirtualInput input;
+   if ( pl_status status = device_->readVirtualInput( &input ) ) {
+      return status;
+   }
    uint8_t duty = dutyFor( rpm );
    pl_trace( 0, "Setting pwm to %hhu (%d rpm) for fan %hhu", duty, rpm, fanId_ );
-   pl_status status = writeDuty( duty );
+   pl_status status = writeDuty( input, duty );
    pl_trace( 0, "Setting pwm to %hhu (%d rpm) for fan %hhu %s", duty, rpm, fanId_,
              status == PL_STATUS_OK ? "succeeded!" : "failed!" );
    return status;
@@ -169,11 +173,7 @@ pl_status MorrowFanspinnerController::Fan::readRpm( Ham::Ham::Register reg,
 }
 
 // The duty takes effect at the edge that ends this.
-pl_status MorrowFanspinnerController::Fan::writeDuty( uint8_t duty ) {
-   VirtualInput input;
-   if ( pl_status status = device_->readVirtualInput( &input ) ) {
-      return status;
-   }
+pl_status MorrowFanspinnerController::Fan::writeDuty( VirtualInput input, uint8_t duty ) {
    input.latchDuty = 0;
    if ( pl_status status = device_->writeVirtualInput( input ) ) {
       return status;

@@ -43,7 +43,7 @@ class MorrowFanspinnerController::Fan : public Component::LogicalDevice::Fan {
    [[nodiscard]] pl_status initPwm();
    [[nodiscard]] pl_status triggerRpmSample();
    [[nodiscard]] pl_status readRpm( Ham::Ham::Register reg, uint16_t* raw, int* rpm );
-   [[nodiscard]] pl_status writeDuty( uint8_t duty );
+   [[nodiscard]] pl_status writeDuty( VirtualInput input, uint8_t duty );
    uint8_t dutyFor( int rpm ) const;
 
    uint8_t fanId_;

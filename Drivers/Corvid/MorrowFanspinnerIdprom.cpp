@@ -34,6 +34,21 @@ constexpr char kSimulatedImage[ kImageLength + 1 ] =
    "\x01\x00\x00\x00\x01\x00\x00\xFE"
    "\x01\x03\x19\xC0\xC9SIMULATED\xC0\xC0\xC4SIM1\xC1\x00\x93";
 
+void traceUnit( const FruInformation& unit ) {
+   using namespace std::chrono;
+   std::string day = "an unknown day";
+   if ( unit.manufactured ) {
+      auto today = floor< days >( system_clock::now() );
+      year_month_day date = FruInformation::dayOf( *unit.manufactured, today );
+      day = fmt::format( "{:04}-{:02}-{:02}", static_cast< int >( date.year() ),
+                         static_cast< unsigned >( date.month() ),
+                         static_cast< unsigned >( date.day() ) );
+   }
+   pl_trace( 5, "Fan module '%s', part '%s', version '%s', serial '%s', by '%s', made on %s",
+             unit.productName.c_str(), unit.partNumber.c_str(), unit.version.c_str(),
+             unit.serialNumber.c_str(), unit.manufacturer.c_str(), day.c_str() );
+}
+
 }  // namespace
 
 Component::HardwareDevice* MorrowFanspinnerIdprom::create( const FactoryArgs&, Ham::Ham* ) {
@@ -60,6 +75,7 @@ pl_status MorrowFanspinnerIdprom::readInformation( FruInformation* information )
          continue;
       }
       if ( auto decoded = FruInformation::decode( image ) ) {
+         traceUnit( *decoded );
          *information = *decoded;
          return PL_STATUS_OK;
       }

@@ -7,8 +7,7 @@
 #include <cstring>
 #include <memory>
 
-#include "Drivers/Corvid/FanFdl.h"
-#include "Drivers/Registers.h"
+#include "Drivers/Corvid/SettledRead.h"
 
 namespace Drivers {
 
@@ -25,9 +24,8 @@ constexpr Ham::Ham::Register kTypeId = 0x41;    // of each position
 constexpr Ham::Ham::Register kPresence = 0x49;  // a bit for each position
 constexpr Ham::Ham::Register kGood = 0x4A;      // a bit for each position
 
-constexpr unsigned kFanIds = 16;
-constexpr unsigned kPositions = 8;
-constexpr int kAttempts = 3;
+constexpr int kFanIds = 16;
+constexpr int kPositions = 8;
 
 // The tachometer counts clock pulses between two of the fan's.
 constexpr int kClock = 100'000;  // hertz
@@ -47,14 +45,12 @@ Ham::Ham::Register dutyOf( const TarnRearCardCPLD::Fan& fan ) {
    return ( fan.isOuter ? kOuterDuty : kInnerDuty ) + fan.position;
 }
 
-uint8_t fanIdOf( int id ) {
-   LUMEN_ASSERT_TEXT( static_cast< unsigned >( id ) < kFanIds, "id < 16" );
-   return static_cast< uint8_t >( id );
+bool isFanId( int number ) {
+   return number >= 0 && number < kFanIds;
 }
 
-uint8_t positionOf( int position ) {
-   LUMEN_ASSERT_TEXT( static_cast< unsigned >( position ) < kPositions, "position < 8" );
-   return static_cast< uint8_t >( position );
+bool isPosition( int number ) {
+   return number >= 0 && number < kPositions;
 }
 
 // The argument's number; without it the complaint is traced before the assertion fails.
@@ -62,34 +58,9 @@ int numberOrComplain( const DriverArgs& args, const char* key, const char* compl
    const std::string* text = findArgument( args.driverArgs, key );
    if ( !text ) {
       pl_trace( 0, "%s", complaint );
+      LUMEN_ASSERT( false );
    }
-   LUMEN_ASSERT( text );
    return Utils::stoi( *text );
-}
-
-// A register whose lines may be moving: what two readings agree on, in up to three attempts, and
-// nothing when they never do. Each disagreement is handed to `traceMismatch`.
-template < typename TraceMismatch >
-pl_status readSettled( Ham::Ham* ham,
-                       Ham::Ham::Register reg,
-                       std::optional< uint8_t >& value,
-                       TraceMismatch traceMismatch ) {
-   for ( int attempt = 0; attempt < kAttempts; ++attempt ) {
-      uint8_t first;
-      uint8_t second;
-      if ( pl_status status = ham->read8( reg, &first, kRegSize ) ) {
-         return status;
-      }
-      if ( pl_status status = ham->read8( reg, &second, kRegSize ) ) {
-         return status;
-      }
-      if ( first == second ) {
-         value = first;
-         return PL_STATUS_OK;
-      }
-      traceMismatch( first, second );
-   }
-   return PL_STATUS_OK;
 }
 
 // Hosts know this line with its unfinished end: the fault register's value is not passed.
@@ -143,24 +114,28 @@ Component::LogicalDevice::Fan* TarnRearCardCPLD::newFan( const DriverArgs& args 
 
 Component::LogicalDevice::Led* TarnRearCardCPLD::newLed( const DriverArgs& args ) {
    pl_trace( 0, "%s", __PRETTY_FUNCTION__ );
-   uint8_t fanId = fanIdOf( numberOrComplain(
-      args, "fanId", "Error: Failed to find fanId for TarnRearCardCPLD::newLed" ) );
-   uint8_t position = positionOf( numberOrComplain(
-      args, "position", "Error: expected 'position' in TarnRearCardCPLD::newLed" ) );
-   pl_trace( 0, "Creating new TarnRearCardCPLD Led for Fan id: %hhu, position: %hhu", fanId,
-             position );
-   return new Led( this, fanId, position );
+   int fanId =
+      numberOrComplain( args, "fanId", "Error: Failed to find fanId for TarnRearCardCPLD::newLed" );
+   int position = numberOrComplain( args, "position",
+                                    "Error: expected 'position' in TarnRearCardCPLD::newLed" );
+   LUMEN_ASSERT_TEXT( isFanId( fanId ), "fanId < 16" );
+   LUMEN_ASSERT_TEXT( isPosition( position ), "position < 8" );
+   auto id = static_cast< uint8_t >( fanId );
+   auto index = static_cast< uint8_t >( position );
+   pl_trace( 0, "Creating new TarnRearCardCPLD Led for Fan id: %hhu, position: %hhu", id, index );
+   return new Led( this, id, index );
 }
 
 Component::LogicalDevice::Slot* TarnRearCardCPLD::newSlot( const DriverArgs& args ) {
    pl_trace( 0, "%s", __PRETTY_FUNCTION__ );
    int fanId = numberOrComplain( args, "fanId", "Error: expected 'fanId' in driverArgs" );
    int position = numberOrComplain( args, "position", "Error: expected 'position' in driverArgs" );
-   LUMEN_ASSERT_TEXT( static_cast< unsigned >( fanId ) < kFanIds, "fanId < 16" );
-   auto slotId = static_cast< uint8_t >( fanId );
-   pl_trace( 0, "Creating new TarnRearCardCPLD slot for Fan id: %hhu, position: %hhu", slotId,
-             positionOf( position ) );
-   return new FanSlot( this, slotId, positionOf( position ), args.driverArgs );
+   LUMEN_ASSERT_TEXT( isFanId( fanId ), "fanId < 16" );
+   LUMEN_ASSERT_TEXT( isPosition( position ), "position < 8" );
+   auto id = static_cast< uint8_t >( fanId );
+   auto bit = static_cast< uint8_t >( position );
+   pl_trace( 0, "Creating new TarnRearCardCPLD slot for Fan id: %hhu, position: %hhu", id, bit );
+   return new FanSlot( this, id, bit, args.driverArgs );
 }
 
 bool TarnRearCardCPLD::parseFanInformation( const Arguments& args,
@@ -169,9 +144,12 @@ bool TarnRearCardCPLD::parseFanInformation( const Arguments& args,
                                             unsigned& maxRpm,
                                             unsigned& minRpm,
                                             bool& isOuter ) {
-   fanId = fanIdOf( Utils::stoi( LUMEN_ARGUMENT( args, "fanId", "fanIdIter != args.end()" ) ) );
-   position =
-      positionOf( Utils::stoi( LUMEN_ARGUMENT( args, "position", "posIter != args.end()" ) ) );
+   int id = Utils::stoi( LUMEN_ARGUMENT( args, "fanId", "fanIdIter != args.end()" ) );
+   LUMEN_ASSERT_TEXT( isFanId( id ), "id < 16" );
+   fanId = static_cast< uint8_t >( id );
+   int place = Utils::stoi( LUMEN_ARGUMENT( args, "position", "posIter != args.end()" ) );
+   LUMEN_ASSERT_TEXT( isPosition( place ), "position < 8" );
+   position = static_cast< uint8_t >( place );
    const std::string* highest = findArgument( args, "maxRpm" );
    if ( !highest ) {
       return false;
@@ -190,10 +168,11 @@ bool TarnRearCardCPLD::parseFanInformation( const Arguments& args,
 pl_status TarnRearCardCPLD::getFanRpm( const Fan* fan, int* rpm ) {
    Ham::Ham::Register low = tachometerOf( *fan );
    Ham::Ham::Register high = low + 1;
+   uint8_t values[ 3 ];
+   pl_status status = readRegisters( ham(), { kGood, low, high }, values );
    pl_trace( 8, "%s: Fan %hhu lower reg at 0x%02x and upper reg at 0x%02x", __PRETTY_FUNCTION__,
              fan->fanId, low, high );
-   uint8_t values[ 3 ];
-   if ( pl_status status = readRegisters( ham(), { kGood, low, high }, values ) ) {
+   if ( status != PL_STATUS_OK ) {
       pl_trace( 0, "Failed to read fan tach registers 0x%02x, 0x%02x, for Fan %hhu", low, high,
                 fan->fanId );
       return status;
@@ -292,79 +271,6 @@ bool TarnRearCardCPLD::Led::handleBlinkTimer( bool on ) {
    return true;
 }
 
-TarnRearCardCPLD::FanSlot::FanSlot( TarnRearCardCPLD* device,
-                                    uint8_t slotId,
-                                    uint8_t position,
-                                    const Arguments& args )
-    : device_( device ),
-      slotId_( slotId ),
-      position_( position ),
-      templates_( fanFdlTemplates( args ) ) {}
-
-pl_status TarnRearCardCPLD::FanSlot::getPresence( char** fdl ) {
-   const char* function = __PRETTY_FUNCTION__;
-   pl_trace( 6, "%s FanSlot %d", function, slotId_ );
-   bool present;
-   if ( pl_status status = device_->getFanPresence( slotId_, position_, present ) ) {
-      pl_trace( 0, "%s FanSlot %d: Fan is not present due to error", function, slotId_ );
-      return status;
-   }
-   if ( !present ) {
-      pl_trace( 0, "%s FanSlot %d: Fan is not present", function, slotId_ );
-      return PL_STATUS_ABSENT;
-   }
-   std::optional< uint8_t > typeId;
-   if ( pl_status status = readTypeId( typeId ) ) {
-      return status;
-   }
-   if ( !typeId ) {
-      return PL_STATUS_ABSENT;
-   }
-   pl_trace( 5, "%s FanSlot %d: Fan type id is '0x%x'", function, slotId_, *typeId );
-   if ( cachedFdl_ && cachedTypeId_ == *typeId ) {
-      pl_trace( 7, "%s FanSlot %d: Using cached fdl", function, slotId_ );
-   } else {
-      auto fdlTemplate = templates_.find( *typeId );
-      if ( fdlTemplate == templates_.end() ) {
-         pl_trace( 0, "%s FanSlot %d: Unknown type id 0x%x. Fan is unsupported", function, slotId_,
-                   *typeId );
-         return PL_STATUS_ABSENT;
-      }
-      pl_trace( 7, "%s FanSlot %d: Generating fdl", function, slotId_ );
-      cachedFdl_ = describe( *typeId, fdlTemplate->second );
-      cachedTypeId_ = *typeId;
-      pl_trace( 7, "%s FanSlot %d fdl: %s", function, slotId_, cachedFdl_->c_str() );
-   }
-   char* copy = strdup( cachedFdl_->c_str() );
-   if ( !copy ) {
-      pl_trace( 0, "Error: %s FanSlot %d: strdup failed", function, slotId_ );
-      return PL_STATUS_FAILURE;
-   }
-   *fdl = copy;
-   return PL_STATUS_OK;
-}
-
-pl_status TarnRearCardCPLD::FanSlot::readTypeId( std::optional< uint8_t >& typeId ) {
-   const char* function = __PRETTY_FUNCTION__;
-   auto traceMismatch = [ this, function ]( uint8_t one, uint8_t other ) {
-      pl_trace( 0, "%s FanSlot %d: mismatch in fan id readings - 0x%02x 0x%02x", function, slotId_,
-                one, other );
-   };
-   pl_status status = readSettled( device_->ham(), kTypeId + position_, typeId, traceMismatch );
-   if ( status != PL_STATUS_OK ) {
-      pl_trace( 0, "%s FanSlot %d: Could not get fan id register", function, slotId_ );
-   }
-   return status;
-}
-
-std::string TarnRearCardCPLD::FanSlot::describe( uint8_t typeId, const std::string& fdl ) const {
-   return fillFdl( fdl, { { "slotId", std::to_string( slotId_ ) },
-                          { "position", std::to_string( position_ ) },
-                          { "typeId", std::to_string( typeId ) },
-                          { "modelName", kUnknownFdlValue },
-                          { "serialNum", kUnknownFdlValue } } );
-}
-
 // Eight modules of type 1, their fans at tachometer count 300.
 const Utils::ExpectedValues& TarnRearCardCPLD::expectedValues() {
    static const Utils::ExpectedValues values = [] {
@@ -372,7 +278,7 @@ const Utils::ExpectedValues& TarnRearCardCPLD::expectedValues() {
          { kMinor, { 0, 1 } },   { kMajor, { 1, 1 } },        { kPresence, { 0xFF, 1 } },
          { kGood, { 0xFF, 1 } }, { kGreenLeds, { 0xFF, 1 } }, { kRedLeds, { 0xFF, 1 } },
       };
-      for ( uint32_t position = 0; position < kPositions; ++position ) {
+      for ( int position = 0; position < kPositions; ++position ) {
          for ( auto tachometer : { kOuterTachometer, kInnerTachometer } ) {
             registers[ tachometer + 2 * position ] = { 300 & 0xFF, 1 };
             registers[ tachometer + 2 * position + 1 ] = { 300 >> 8, 1 };

@@ -105,7 +105,8 @@ class TarnRearCardCPLD::FanSlot : public Component::LogicalDevice::Slot {
    [[nodiscard]] pl_status getPresence( char** fdl ) override;
 
  private:
-   [[nodiscard]] pl_status readTypeId( std::optional< uint8_t >& typeId );
+   // The function is that of the traces.
+   [[nodiscard]] pl_status readTypeId( const char* function, std::optional< uint8_t >& typeId );
    std::string describe( uint8_t typeId, const std::string& fdl ) const;
 
    TarnRearCardCPLD* device_;

@@ -6,10 +6,6 @@ namespace {
 
 constexpr size_t kBlue = 2;
 
-uint8_t bankConfig( const DriverArgs& args, const char* key ) {
-   return static_cast< uint8_t >( Utils::stoi( LUMEN_FOUND_ARGUMENT( args, key ) ) );
-}
-
 }  // namespace
 
 const std::array< TarnStatusLed::StatusLed::LightConfig, 8 > TarnStatusLed::StatusLed::configs = { {
@@ -28,8 +24,11 @@ const TarnStatusLed::StatusLed::LightConfig TarnStatusLed::StatusLed::redBeaconC
 
 Component::HardwareDevice* TarnStatusLed::create( const FactoryArgs& args, Ham::Ham* ham ) {
    pl_trace( 0, "Creating new TarnStatusLed Device" );
-   const uint8_t banks[] = { bankConfig( args, "bank-io-0" ), bankConfig( args, "bank-io-1" ) };
-   auto pca9555 = new GenericPCA9555( banks );
+   int banks[] = { Utils::stoi( LUMEN_FOUND_ARGUMENT( args, "bank-io-0" ) ),
+                   Utils::stoi( LUMEN_FOUND_ARGUMENT( args, "bank-io-1" ) ) };
+   const uint8_t bankConfig[] = { static_cast< uint8_t >( banks[ 0 ] ),
+                                  static_cast< uint8_t >( banks[ 1 ] ) };
+   auto pca9555 = new GenericPCA9555( bankConfig );
    pca9555->hamIs( ham );
    return new TarnStatusLed( pca9555 );
 }
@@ -84,16 +83,14 @@ pl_status TarnStatusLed::StatusLed::setLightSetting( pl_led_status status ) {
 pl_status TarnStatusLed::StatusLed::writeLightSetting( pl_led_status status ) {
    bool isRedBeacon = status == PL_LED_BEACON && !ledPins_[ kBlue ].present;
    const LightConfig& config = isRedBeacon ? redBeaconConfig : configs[ status ];
-   pl_status result = PL_STATUS_OK;
-   for ( size_t colour = 0; colour < ledPins_.size() && result == PL_STATUS_OK; ++colour ) {
+   for ( size_t colour = 0; colour < ledPins_.size(); ++colour ) {
       const LedPin& pin = ledPins_[ colour ];
       if ( pin.present ) {
-         result = pca9555_->writeBit( pin.bank, pin.pin, config.levels[ colour ] );
+         // As with GPIOs, a bank that could not be read stays as it is and is not saved.
+         ( void )pca9555_->writeBit( pin.bank, pin.pin, config.levels[ colour ] );
       }
    }
-   if ( result == PL_STATUS_OK ) {
-      result = pca9555_->save();
-   }
+   pl_status result = pca9555_->save();
    if ( result != PL_STATUS_OK ) {
       pl_trace( 0, "TarnStatusLed::StatusLed::setLightSetting failed!" );
    }

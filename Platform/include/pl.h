@@ -12,7 +12,8 @@
  *  - Output arguments are written only when the callback returns PL_STATUS_OK, unless stated.
  *  - Texts returned through `char **` are allocated with malloc; the caller frees them.
  *  - A table begins with its own size in bytes; a slot the library does not serve is null.
- *  - Operations a driver does not have raise a C++ exception of type NotImplementedException.
+ *  - Operations a driver does not have raise a C++ exception of type NotImplementedException;
+ * driver arguments that are no numbers raise std::invalid_argument or std::out_of_range.
  */
 #ifndef PL_H
 #define PL_H

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <functional>
+#include <span>
 
 #include "BoardFiles/Board.h"
 #include "Tests/service/Steps.h"
@@ -133,110 +135,84 @@ TEST_F( DemoBoardTest, PinsAndMemoriesTakeAndGiveTheirBytes ) {
    }
 }
 
-// Object, what is set on its chip, and what its fan reads: a speed, or "status" and one.
-TEST_F( DemoBoardTest, FansTellHowTheirRotorsTurn ) {
+// A fan's reading, or the status that it gives instead.
+std::string readingOf( pl_fan* fan ) {
+   int rpm;
+   pl_status status = fan->ops->get_rpm( fan, &rpm );
+   return status ? "status" + std::to_string( status ) : std::to_string( rpm );
+}
+
+// An object, then in any order "quantity=value" (set on its chip), "quantity~value" (what the chip
+// then has), ">value" (what the fan or LED is set to), and what the fan reads.
+TEST_F( DemoBoardTest, FansAndLedsDoWhatTheyAreTold ) {
    EXPECT_EQ( pl_fan_init( documents.topology.c_str() ), PL_STATUS_OK );
-   for ( const char* row : {
-            "fan2 maxRpm2=8000 8000 fault2=1 status 2 fault2=0 stopped2=1 status 2 present2=0 "
-            "status 1",
-            "fan3 present3=0 status 1 present3=1 10000",
-            "rear1-outer outerMaxRpm0=12000 12000 innerStopped0=1 status 2",
-            "rear2-inner innerMaxRpm1=15000 15000 fault1=1 status 2 fault1=0 15000",
-            "spinner maxRpm=10000 10000 innerStopped=1 status 2 innerStopped=0 outerStopped=1 "
-            "status 2",
-         } ) {
-      std::istringstream words( row );
-      std::string name;
-      words >> name;
-      pl_fan* fan = pl_fan_add( object( name ).device.c_str() );
-      ASSERT_NE( fan, nullptr );
-      for ( std::string word; words >> word; ) {
-         if ( size_t equals = word.find( '=' ); equals != word.npos ) {
-            chips->set( didOf( name ), word.substr( 0, equals ),
-                        std::stod( word.substr( equals + 1 ) ) );
-            continue;
-         }
-         int rpm = -1;
-         if ( pl_status status = fan->ops->get_rpm( fan, &rpm ) ) {
-            words >> word;
-            EXPECT_EQ( status, std::stoi( word ) ) << row;
-            EXPECT_EQ( rpm, -1 );
+   for (
+      const char* row : {
+         "fan2 maxRpm2=8000 8000 fault2=1 status2 fault2=0 stopped2=1 status2 present2=0 status1",
+         "fan3 present3=0 status1 present3=1 10000 >6500 duty3~128 >0 duty3~0",
+         "rear1-outer outerMaxRpm0=12000 12000 innerStopped0=1 status2",
+         "rear2-inner innerMaxRpm1=15000 15000 fault1=1 status2 fault1=0 15000",
+         "rear2-outer 20000 >13000 outerDuty1~127 innerDuty1~255",
+         "spinner 15000 >9000 duty~127",
+         "spinner maxRpm=10000 10000 innerStopped=1 status2 innerStopped=0 outerStopped=1 status2",
+         "fan4-led >1 green4~1 red4~0 >2 green4~1 red4~1 >3 green4~0 red4~1 >0 red4~0",
+         "rear2-led >1 green1~1 red1~0 >3 green1~0 red1~1 >0 red1~0",
+         "rear-status >1 green~1 red~0 >2 red~1 >3 green~0 >0 red~0",
+         "status-led >1 pin0~1 pin1~0 pin2~0 >3 pin0~0 pin1~1 >6 pin0~1 pin2~1 >0 pin2~0",
+      } ) {
+      std::vector< std::string > words = Tests::wordsOf( row );
+      uint32_t did = didOf( words[ 0 ] );
+      const char* device = object( words[ 0 ] ).device.c_str();
+      bool isFan = object( words[ 0 ] ).kind == BoardFiles::Kind::Fan;
+      chips->unplug( did );
+      chips->plug( did );
+      pl_fan* fan = isFan ? pl_fan_add( device ) : nullptr;
+      pl_led* led = isFan ? nullptr : pl_led_add( device );
+      for ( const std::string& word : std::span( words ).subspan( 1 ) ) {
+         SCOPED_TRACE( row + ( " at " + word ) );
+         size_t mark = word.find_first_of( "=~>" );
+         std::string quantity = word.substr( 0, mark );
+         int value = mark == word.npos ? 0 : std::stoi( word.substr( mark + 1 ) );
+         if ( mark == word.npos ) {
+            EXPECT_EQ( readingOf( fan ), word );
+         } else if ( word[ mark ] == '=' ) {
+            chips->set( did, quantity, value );
+         } else if ( word[ mark ] == '~' ) {
+            EXPECT_EQ( chips->get( did, quantity ), value );
          } else {
-            EXPECT_EQ( std::to_string( rpm ), word ) << row;
+            EXPECT_EQ( isFan ? fan->ops->set_rpm( fan, value )
+                             : led->ops->set_light_setting( led, pl_led_status( value ) ),
+                       PL_STATUS_OK );
          }
       }
    }
 }
 
-TEST_F( DemoBoardTest, FansTakeTheirDuty ) {
-   EXPECT_EQ( pl_fan_init( documents.topology.c_str() ), PL_STATUS_OK );
-   for ( const auto& [ name, rpm, quantity, duty ] : { std::tuple( "fan1", 6500, "duty1", 128 ),
-                                                       { "rear2-outer", 13000, "outerDuty1", 127 },
-                                                       { "rear1-inner", 5400, "innerDuty0", 0 },
-                                                       { "spinner", 9000, "duty", 127 } } ) {
-      pl_fan* fan = pl_fan_add( object( name ).device.c_str() );
-      EXPECT_EQ( fan->ops->set_rpm( fan, rpm ), PL_STATUS_OK );
-      EXPECT_EQ( chips->get( didOf( name ), quantity ), duty ) << name;
-   }
-}
-
-// Statuses in turn: what is lit after each.
-TEST_F( DemoBoardTest, LedsLightWhatTheirStatusMeans ) {
-   EXPECT_EQ( pl_led_init( documents.topology.c_str() ), PL_STATUS_OK );
-   for ( const char* row : {
-            "fan4-led 1 green4=1 red4=0 2 green4=1 red4=1 3 green4=0 red4=1 0 red4=0",
-            "rear2-led 1 green1=1 red1=0 3 green1=0 red1=1 0 red1=0",
-            "rear-status 1 green=1 red=0 2 red=1 3 green=0 0 red=0",
-            "status-led 1 pin0=1 pin1=0 pin2=0 3 pin0=0 pin1=1 6 pin0=1 pin2=1 0 pin2=0",
-         } ) {
-      std::istringstream words( row );
-      std::string name;
-      words >> name;
-      pl_led* led = pl_led_add( object( name ).device.c_str() );
-      ASSERT_NE( led, nullptr );
-      for ( std::string word; words >> word; ) {
-         size_t equals = word.find( '=' );
-         if ( equals == word.npos ) {
-            auto status = static_cast< pl_led_status >( std::stoi( word ) );
-            EXPECT_EQ( led->ops->set_light_setting( led, status ), PL_STATUS_OK );
-         } else {
-            EXPECT_EQ( chips->get( didOf( name ), word.substr( 0, equals ) ),
-                       std::stod( word.substr( equals + 1 ) ) )
-               << row << " at " << word;
-         }
-      }
-   }
-}
-
+// A slot, what happens to its chip, and a part of what it tells then.
 TEST_F( DemoBoardTest, SlotsTellWhatIsInThem ) {
    EXPECT_EQ( pl_slot_init( documents.topology.c_str() ), PL_STATUS_OK );
-   auto presence = []( pl_slot* slot ) {
+   const std::tuple< const char*, std::function< void() >, const char* > rows[] = {
+      { "fan1-slot", [] {}, "modelName = 'FAN-7001-F'" },
+      { "fan1-slot", [ & ] { chips->set( 201, "type1", 4 ); }, "modelName = 'FAN-7002-R'" },
+      { "fan1-slot", [ & ] { chips->set( 201, "present1", 0 ); }, "status 1" },
+      { "rear2-slot", [] {}, "modelName = 'FAN-6001-R'" },
+      { "rear2-slot", [ & ] { chips->set( 303, "type1", 77 ); }, "status 1" },
+      { "spinner-slot", [] {}, "'FAN-7012-F'\nfanTray.serialNum = 'MFS2043A017'" },
+      { "spinner-slot", [ & ] { chips->unplug( 425 ); }, "status 1" },
+      { "spinner-slot", [ & ] { chips->plug( 425 ); }, "FAN-7012-F" },
+      // The mux on the way is silent, not the module.
+      { "spinner-slot",
+        [ & ] { chips->addFault( 411, { .kind = BoardFiles::FaultKind::kNak, .count = 9 } ); },
+        "status 6" },
+   };
+   for ( const auto& [ name, happens, told ] : rows ) {
+      pl_slot* slot = pl_slot_add( object( name ).device.c_str() );
+      happens();
       char* text = nullptr;
       pl_status status = slot->ops->get_presence( slot, &text );
-      std::string found = text ? text : "status " + std::to_string( status );
+      EXPECT_THAT( text ? text : "status " + std::to_string( status ), HasSubstr( told ) ) << name;
       free( text );
-      return found;
-   };
-   auto add = [ this ]( const char* name ) { return pl_slot_add( object( name ).device.c_str() ); };
-   pl_slot* cpu = add( "fan1-slot" );
-   EXPECT_THAT( presence( cpu ), HasSubstr( "modelName = 'FAN-7001-F'" ) );
-   chips->set( didOf( "fan1-slot" ), "type1", 4 );
-   EXPECT_THAT( presence( cpu ), HasSubstr( "modelName = 'FAN-7002-R'" ) );
-   chips->set( didOf( "fan1-slot" ), "present1", 0 );
-   EXPECT_EQ( presence( cpu ), "status 1" );
-   pl_slot* rear = add( "rear2-slot" );
-   EXPECT_THAT( presence( rear ), HasSubstr( "modelName = 'FAN-6001-R'" ) );
-   chips->set( didOf( "rear2-slot" ), "type1", 77 );
-   EXPECT_EQ( presence( rear ), "status 1" );
-   pl_slot* spinner = add( "spinner-slot" );
-   EXPECT_THAT( presence( spinner ),
-                HasSubstr( "modelName = 'FAN-7012-F'\nfanTray.serialNum = 'MFS2043A017'" ) );
-   chips->unplug( didOf( "spinner-slot" ) );
-   EXPECT_EQ( presence( spinner ), "status 1" );
-   chips->plug( didOf( "spinner-slot" ) );
-   EXPECT_THAT( presence( spinner ), HasSubstr( "FAN-7012-F" ) );
-   chips->addFault( 411, { .kind = BoardFiles::FaultKind::kNak, .count = 9 } );
-   EXPECT_EQ( presence( spinner ), "status 6" ) << "the mux on the way is silent, not the module";
+   }
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-#include <fmt/format.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -80,7 +79,6 @@ TEST( DriverArguments, AreAsTheTableSays ) {
    text << file.rdbuf();
    Utils::Json::Document table;
    ASSERT_FALSE( Utils::Json::parse( text.str().c_str(), table ) );
-   int tried = 0;
    for ( const auto& driver : table.GetObject() ) {
       std::string name = driver.name.GetString();
       name = name == "*" ? "Dummy" : name;
@@ -108,23 +106,19 @@ TEST( DriverArguments, AreAsTheTableSays ) {
                changed[ key ] = wrong;
                EXPECT_FALSE( accepts( name, kindName, changed ) )
                   << name << " " << kindName << " " << key << "=" << wrong;
-               ++tried;
             }
          }
       }
    }
-   EXPECT_GT( tried, 50 );
 }
 
 TEST( DriverArgumentsDeathTest, BoardControllersSayWhatIsWrong ) {
-   const std::string fan = "fanId=1; position=1; maxRpm=1; isOuter=1";
    const std::string led = "bank-io-0=0; bank-io-1=0; pinRed=0; pinGreen=1";
    const std::tuple< const char*, const char*, std::string, const char* > rows[] = {
-      { "CpuCPLD", "led", "",
-        R"(CpuCPLD.cpp:.*`args.driverArgs.find\( "fanId" \) != args.driverArgs.end\(\)')" },
-      { "CpuCPLD", "fan", "fanId=8; G2maxRpm=1", "`it != args.end\\(\\)'" },
-      { "TarnRearCardCPLD", "fan", "position=0", "`fanIdIter != args.end\\(\\)'" },
-      { "TarnRearCardCPLD", "fan", "fanId=1", "`posIter != args.end\\(\\)'" },
+      { "CpuCPLD", "led", "", R"(`args.driverArgs.find( "fanId" ) != args.driverArgs.end()')" },
+      { "CpuCPLD", "fan", "fanId=8; G2maxRpm=1", "`it != args.end()'" },
+      { "TarnRearCardCPLD", "fan", "position=0", "`fanIdIter != args.end()'" },
+      { "TarnRearCardCPLD", "fan", "fanId=1", "`posIter != args.end()'" },
       { "TarnRearCardCPLD", "fan", "fanId=16", "`id < 16'" },
       { "TarnRearCardCPLD", "fan", "fanId=1; position=-1", "`position < 8'" },
       { "TarnRearCardCPLD", "led", "position=1",
@@ -135,31 +129,29 @@ TEST( DriverArgumentsDeathTest, BoardControllersSayWhatIsWrong ) {
       { "TarnRearCardCPLD", "slot", "fanId=16", "Error: expected 'position' in driverArgs" },
       { "TarnRearCardCPLD", "slot", "fanId=16; position=1", "`fanId < 16'" },
       { "TarnRearCardCPLD", "slot", "fanId=15; position=8", "`position < 8'" },
-      { "MorrowFanspinnerController", "fan", "", "`fanIdIter != args.driverArgs.end\\(\\)'" },
-      { "MorrowFanspinnerController", "fan", "fanId=1; minRpm=1",
-        "`max != args.driverArgs.end\\(\\)'" },
+      { "MorrowFanspinnerController", "fan", "", "`fanIdIter != args.driverArgs.end()'" },
+      { "MorrowFanspinnerController", "fan", "fanId=1", "`max != args.driverArgs.end()'" },
       { "MorrowFanspinnerController", "fan", "fanId=1; maxRpm=1",
-        "`min != args.driverArgs.end\\(\\)'" },
-      { "QuillonRearCardStatusLed", "led", "", "`it != args.driverArgs.end\\(\\)'" },
+        "`min != args.driverArgs.end()'" },
+      { "QuillonRearCardStatusLed", "led", "", "`it != args.driverArgs.end()'" },
       { "QuillonRearCardStatusLed", "led", "type=fan",
-        "Error: failed to find driverArg forQuillonRearCardStatusLed::newLed\n.*`false'" },
-      { "TarnStatusLed", "led", "bank-io-0=1", "`it != args.driverArgs.end\\(\\)'" },
+        "Error: failed to find driverArg forQuillonRearCardStatusLed::newLed\nDrivers/Corvid/Q" },
+      { "TarnStatusLed", "led", "bank-io-0=1", "`it != args.driverArgs.end()'" },
       { "TarnStatusLed", "led", "bank-io-0=0; bank-io-1=0; pinRed=0; pinGreen=",
-        R"(`ledPins_\[ 1 \].present && ledPins_\[ 0 \].present')" },
+        "`ledPins_[ 1 ].present && ledPins_[ 0 ].present'" },
       { "TarnStatusLed", "led", led + "; pinBlue=8", "`tmp < 8'" },
-      { "TarnStatusLed", "led", led + "; bankBlue=-1",
-        R"(`tmp < \( unsigned \)pca9555_->numBanks_')" },
+      { "TarnStatusLed", "led", led + "; bankBlue=-1", "`tmp < ( unsigned )pca9555_->numBanks_'" },
    };
    for ( const auto& [ driver, kind, arguments, text ] : rows ) {
-      EXPECT_DEATH( makes( driver, kind, Tests::pairsOf( arguments ) ), text )
+      EXPECT_DEATH( makes( driver, kind, Tests::pairsOf( arguments ) ), testing::HasSubstr( text ) )
          << driver << " " << arguments;
    }
    Tests::FakeHam ham;
    ham.load( 0x49, "ff" );
+   auto args = Tests::pairsOf( "fanId=1; position=1; maxRpm=1; minRpm=0; isOuter=1" );
    for ( const char* driver : { "TarnRearCardCPLD", "MorrowFanspinnerController" } ) {
-      auto args = Tests::argumentsOf( Tests::pairsOf( fan + "; minRpm=0" ) );
-      auto made = Tests::createDevice( driver, ham )->newFan( args );
-      EXPECT_DEATH( ( void )made->setRpm( -1 ), "`rpm >= 0'" );
+      auto fan = Tests::createDevice( driver, ham )->newFan( Tests::argumentsOf( args ) );
+      EXPECT_DEATH( ( void )fan->setRpm( -1 ), "`rpm >= 0'" );
    }
 }
 

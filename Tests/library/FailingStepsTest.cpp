@@ -122,7 +122,6 @@ const struct {
    { "CpuCPLD", 2, light },
    { "TarnRearCardCPLD", 2, light },
    { "QuillonRearCardStatusLed", 1, light },
-   { "TarnStatusLed", 2, light },
    { "CpuCPLD", 4,
      []( auto& device, Output output[] ) {
         return rpmOf( CpuCPLD::Fan( &dynamic_cast< CpuCPLD& >( device ), 0 ), output );

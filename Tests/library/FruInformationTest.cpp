@@ -1,23 +1,16 @@
 #include <gmock/gmock.h>
 
 #include "Drivers/Corvid/FruInformation.h"
+#include "Tests/support/Hex.h"
 
 using namespace std::chrono;
 using Drivers::FruInformation;
 
 namespace {
 
-std::string fromHex( const std::string& digits ) {
-   std::string bytes;
-   for ( size_t i = 0; i < digits.size(); i += 2 ) {
-      bytes += static_cast< char >( std::stoi( digits.substr( i, 2 ), nullptr, 16 ) );
-   }
-   return bytes;
-}
-
 // The bytes, filled up with zeros, and a last one that makes the sum zero.
 std::string summed( const std::string& digits, size_t length ) {
-   std::string bytes = fromHex( digits );
+   std::string bytes = Tests::bytesOf( digits );
    bytes.resize( length );
    for ( size_t i = 0; i + 1 < length; ++i ) {
       bytes.back() = static_cast< char >( bytes.back() - bytes[ i ] );
@@ -59,7 +52,7 @@ TEST( FruInformation, DecodesFields ) {
         "AB|007f|12 -.?|F-7_|S1|\u00e9A|" },
       { kProduct, { "01041984a138922182a13881a1c1" }, "ABCDA|AB|A||||" },  // six bits left over
       { kProduct, { "010419ff4142" }, "AB||||||" },                        // cut short by the end
-      { kProduct, { "010408c24142024142c1" }, "unknown|4142|||||" },
+      { kProduct, { "010408c24142024142c1" }, "|4142|||||" },
       { kBoard, { kBoardArea }, "AB|CD|P1||S1||" },
       { "0000010500", { kBoardArea, "010419c25858c1" }, "XX||||||" },
       { "0a09010500", { kBoardArea, "010419c25858c1", "" }, "nothing" },  // no chassis of no length

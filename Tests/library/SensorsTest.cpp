@@ -225,7 +225,6 @@ TEST( Sensors, AcceptWhatTheirArgumentsAllow ) {
       { "LM73", "resolution=nan", "Resolution nan invalid" },
       { "LM73", "resolution=1e99", "stof" },
       { "LM73", "invertAlertPolarity=true", "stoi" },
-      { "TMP46x", "channel=9999999999", "stoi" },
       { "Isl6812x", "localId=", "stoi" },
    };
    for ( const auto& [ driver, args, message ] : invalid ) {
@@ -239,14 +238,11 @@ TEST( SensorsDeathTest, RefuseWhatTheyDoNotHaveAndChipsThatDoNotStart ) {
    const std::string missing = R"(args.driverArgs.find( "channel" ) != args.driverArgs.end())";
    const std::tuple< const char*, std::string, std::string, size_t, std::string > rows[] = {
       { "Max6697", "", "", 0, missing },
-      { "MpsVrm", "", "", 0, missing },
       { "Max6697", "channel=8", "", 0, "`channel <= 7'" },
       { "Max6658", "channel=2", "", 0, R"(`channel <= 1 && "invalid channel number"')" },
-      { "TMP46x", "channel=256", "", 0, "`channel <= maxChannel_'" },
       { "TMP46x", "channel=5", "ff=1464", 0, "`channel <= maxChannel_'" },
       { "TMP46x", "channel=0", "ff=0469", 0,
         "virtual void Drivers::TMP46x::init() failed, Unknown deviceId: 469" },
-      { "IR357x", "channel=3", "", 0, "`channelIsValid( channel )'" },
       { "MpsVrm", "channel=2", "", 0, "`channelIsValid( channel )'" },
       { "IR357x", "", "9a=0224", 0, "init(): Assertion `model[ 0 ] == 0x01'" },
       { "IR357x", "", "9b=0003", 0, "`revision[ 0 ] == 0x01'" },

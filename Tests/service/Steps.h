@@ -3,16 +3,9 @@
 #include <sstream>
 
 #include "Tests/service/Support.h"
+#include "Tests/support/Hex.h"
 
 namespace Tests {
-
-inline std::string bytesOf( const std::string& hex ) {
-   std::string bytes;
-   for ( size_t i = 0; i + 1 < hex.size(); i += 2 ) {
-      bytes += static_cast< char >( std::stoi( hex.substr( i, 2 ), nullptr, 16 ) );
-   }
-   return bytes;
-}
 
 // "49>0280" writes 80 to register 02 of device 0x49, "49>02" sends it a byte, "49<02:3" reads three
 // bytes and "49<" receives one; without a device it is 0x48.

@@ -2,35 +2,17 @@
 
 #include <fmt/format.h>
 
+#include "Tests/support/Hex.h"
+
 namespace Tests {
 
-namespace {
-
-std::string toHex( const std::string& bytes ) {
-   std::string digits;
-   for ( char byte : bytes ) {
-      digits += fmt::format( "{:02x}", static_cast< uint8_t >( byte ) );
-   }
-   return digits;
-}
-
-std::string fromHex( const std::string& digits ) {
-   std::string bytes;
-   for ( size_t i = 0; i < digits.size(); i += 2 ) {
-      bytes += static_cast< char >( std::stoi( digits.substr( i, 2 ), nullptr, 16 ) );
-   }
-   return bytes;
-}
-
-}  // namespace
-
 void FakeHam::load( Register reg, const std::string& hexBytes ) {
-   registers_[ reg ] = fromHex( hexBytes );
+   registers_[ reg ] = bytesOf( hexBytes );
 }
 
 void FakeHam::loadNext( Register reg, const std::vector< std::string >& hexBytes ) {
    for ( const std::string& bytes : hexBytes ) {
-      next_[ reg ].push_back( fromHex( bytes ) );
+      next_[ reg ].push_back( bytesOf( bytes ) );
    }
 }
 
@@ -65,7 +47,7 @@ Ham::Ham::ResponseId FakeHam::addReading( const std::string& name, Register reg,
 void FakeHam::addWriting( const std::string& name, Register reg, const void* data, size_t length ) {
    std::string bytes( static_cast< const char* >( data ), length );
    batch_.push_back(
-      { fmt::format( "{} {:02x}={}", name, reg, toHex( bytes ) ), reg, 0, bytes, "" } );
+      { fmt::format( "{} {:02x}={}", name, reg, hex( bytes ) ), reg, 0, bytes, "" } );
 }
 
 Ham::Ham::ResponseId FakeHam::addProcessCall( Register reg, uint16_t value, uint8_t ) {

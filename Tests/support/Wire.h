@@ -8,20 +8,10 @@
 #include <string>
 
 #include "Platform/Frame.h"
+#include "Tests/support/Hex.h"
 
 // Frames and sockets by hand.
 namespace Tests {
-
-// Tests send a megabyte, too.
-inline std::string hex( const std::string& bytes ) {
-   std::string text( 2 * bytes.size(), '\0' );
-   char* digit = text.data();
-   for ( unsigned char byte : bytes ) {
-      *digit++ = "0123456789abcdef"[ byte >> 4 ];
-      *digit++ = "0123456789abcdef"[ byte & 15 ];
-   }
-   return text;
-}
 
 // A new socket that bind() or connect() has tied to a path.
 inline int socketAt( const std::string& path, int ( *tie )( int, const sockaddr*, socklen_t ) ) {
