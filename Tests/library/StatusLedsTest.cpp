@@ -115,14 +115,14 @@ TEST( StatusLeds, ShowEverySetting ) {
 
 TEST( StatusLeds, TellOfFailuresAndOddSettings ) {
    const std::tuple< const char*, std::string, const char*, const char*, const char* > rows[] = {
-      { "CpuCPLD", "fanId=1", "setting CPLD led 0 to Bad",
+      { "CpuCPLD", "fanId=1", "6 setting CPLD led 0 to Bad",
         "6 led 0 was given an unexpected setting 4", "6 setting CPLD led 0 to Bad" },
       { "TarnRearCardCPLD", "fanId=1; position=2",
-        "setLightSetting(pl_led_status): setting CPLD led 1 to Bad",
+        "LightSetting(pl_led_status): setting CPLD led 1 to Bad",
         "setLightSetting(pl_led_status): received unexpected status for led 1",
         "0 Tarn rear card driver failed to set led values" },
       { "QuillonRearCardStatusLed", "type=status",
-        "Setting QuillonRearCardStatusLed Status Led to Bad",
+        "6 Setting QuillonRearCardStatusLed Status Led to Bad",
         "0 QuillonRearCardStatusLed was given an unexpected setting 4",
         "0 QuillonRearCardStatusLed Status LED: status write failed." },
       { "TarnStatusLed", kTarn, "", "", "0 TarnStatusLed::StatusLed::setLightSetting failed!" },
@@ -136,9 +136,7 @@ TEST( StatusLeds, TellOfFailuresAndOddSettings ) {
       EXPECT_EQ( led.set( PL_LED_BAD ), PL_STATUS_FAILURE ) << driver;
       EXPECT_THAT( traces.lines, Contains( HasSubstr( setting ) ) );
       EXPECT_EQ( traces.take().back(), failed );
-      EXPECT_DEATH( ( void )led.led->handleBlinkTimer( false ),
-                    driver == std::string( "TarnStatusLed" ) ? "`status == PL_STATUS_OK'"
-                                                             : "`res == PL_STATUS_OK'" );
+      EXPECT_DEATH( ( void )led.led->handleBlinkTimer( false ), "`(res|status) == PL_STATUS_OK'" );
    }
 }
 

@@ -94,19 +94,6 @@ TEST( ModelsTest, AFruMemoryHoldsItsFields ) {
                  product + "ff " );
 }
 
-TEST( ModelsTest, FansFollowTheDutyWithinASecond ) {
-   ChipBoard cpu( newChip( "CpuCPLD" ) );
-   ChipBoard rear( newChip( "TarnRearCardCPLD" ) );
-   ChipBoard spinner( newChip( "MorrowFanspinnerController" ) );
-   cpu.run( "present2=1 >1100" );
-   rear.run( "present0=1 >3000 >3855" );
-   spinner.run( ">c055 >f401" );
-   std::this_thread::sleep_for( std::chrono::seconds( 1 ) );
-   EXPECT_EQ( cpu.run( "rpm2 <02:1 <03:1" ), "3000 10 27 " );
-   EXPECT_EQ( rear.run( "<10:1 <11:1 innerRpm0" ), "f4 01 9600 " );
-   EXPECT_EQ( spinner.run( ">f403 innerRpm <eb:2 outerRpm" ), "- 7000 d17a 6300 " );
-}
-
 TEST( RotorTest, FollowsWithAFirstOrderLag ) {
    using std::chrono::milliseconds;
    Rotor rotor;

@@ -22,6 +22,13 @@ inline DriverArguments pairsOf( const std::string& text ) {
    return pairs;
 }
 
+// Registers and their bytes, both hexadecimal, as pairs.
+inline void loadRegisters( FakeHam& ham, const std::string& registers ) {
+   for ( const auto& [ reg, bytes ] : pairsOf( registers ) ) {
+      ham.load( static_cast< uint32_t >( std::stoul( reg, nullptr, 16 ) ), bytes );
+   }
+}
+
 // A chip on a fake HAM with one temperature sensor, used as the host uses it. A TMP46x identifies
 // itself as a TMP468 and opens its lock, an IR357x as an IR3570A. Arguments and registers (both
 // hexadecimal) are given as pairs: "channel=1", "09=e0; 01=2a". The failing step is of its start.
@@ -40,11 +47,7 @@ class SensorChip {
       initLog.swap( ham.log );
    }
 
-   void load( const std::string& registers ) {
-      for ( const auto& [ reg, bytes ] : pairsOf( registers ) ) {
-         ham.load( static_cast< uint32_t >( std::stoul( reg, nullptr, 16 ) ), bytes );
-      }
-   }
+   void load( const std::string& registers ) { loadRegisters( ham, registers ); }
 
    pl_status getTemperature( float* celsius ) {
       pl_temp_sensor* record = sensor->record();
