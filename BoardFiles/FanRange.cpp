@@ -23,8 +23,15 @@ std::optional< int > wholeNumber( const Value* value ) {
    return isWhole ? std::optional( number ) : std::nullopt;
 }
 
-FanRange rangeOfDriver( const Value& arguments ) {
-   auto [ lowest, highest ] = Utils::Json::members< "minRpm", "maxRpm" >( arguments );
+}  // namespace
+
+FanRange FanRange::ofDriver( const Value& fan ) {
+   auto [ device ] = Utils::Json::members< "device" >( fan );
+   auto [ arguments ] = Utils::Json::members< "driverArgs" >( *device );
+   if ( !arguments || !arguments->IsObject() ) {
+      return {};
+   }
+   auto [ lowest, highest ] = Utils::Json::members< "minRpm", "maxRpm" >( *arguments );
    FanRange range{ wholeNumber( lowest ), wholeNumber( highest ) };
    if ( !lowest && range.max ) {
       range.min = static_cast< int >( kLowestShare * *range.max );
@@ -32,12 +39,9 @@ FanRange rangeOfDriver( const Value& arguments ) {
    return range;
 }
 
-}  // namespace
-
 FanRange FanRange::of( const Value& fan ) {
-   auto [ device, min, max ] = Utils::Json::members< "device", "min", "max" >( fan );
-   auto [ arguments ] = Utils::Json::members< "driverArgs" >( *device );
-   FanRange range = arguments && arguments->IsObject() ? rangeOfDriver( *arguments ) : FanRange();
+   auto [ min, max ] = Utils::Json::members< "min", "max" >( fan );
+   FanRange range = ofDriver( fan );
    range.min = min ? min->GetInt() : range.min;
    range.max = max ? max->GetInt() : range.max;
    return range;

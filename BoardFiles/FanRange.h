@@ -14,8 +14,7 @@ struct FanRange {
    // What a fan of objects.json says itself, else what its driver is told. The document must
    // satisfy its schema.
    static FanRange of( const Utils::Json::Value& fan );
-
-   bool isEmpty() const { return min && max && *min > *max; }
+   static FanRange ofDriver( const Utils::Json::Value& fan );
 };
 
 }  // namespace BoardFiles

@@ -65,10 +65,20 @@ void ObjectCheck::check( const Value& object, const std::string& pointer ) {
 
 void ObjectCheck::checkFan( const Value& fan, const std::string& pointer ) {
    FanRange range = FanRange::of( fan );
-   if ( range.isEmpty() ) {
-      report( pointer + ( fan.HasMember( "min" ) ? "/min" : "" ),
-              fmt::format( "the lowest speed, {} rpm, is above the highest, {} rpm", *range.min,
-                           *range.max ) );
+   int min = range.min.value_or( 0 );
+   std::string place = pointer + ( fan.HasMember( "min" ) ? "/min" : "" );
+   if ( min < 0 ) {
+      report( place, fmt::format( "the lowest speed, {} rpm, is below 0", min ) );
+   }
+   if ( range.max && min >= *range.max ) {
+      report( place, fmt::format( "the lowest speed, {} rpm, is not below the highest, {} rpm", min,
+                                  *range.max ) );
+   }
+   FanRange driver = FanRange::ofDriver( fan );
+   if ( driver.max && *range.max > *driver.max ) {
+      report( pointer + "/max", fmt::format( "must not be above the driver's \"maxRpm\", {}: it "
+                                             "would turn the fan at another speed",
+                                             *driver.max ) );
    }
 }
 

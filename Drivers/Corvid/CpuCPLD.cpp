@@ -67,8 +67,7 @@ void CpuCPLD::init() {
       return;
    }
    pl_trace( 5, "CPLD revision %02x", values[ 0 ] );
-   leds_.greenBits = values[ 1 ];
-   leds_.redBits = values[ 2 ];
+   leds_.prime( values[ 1 ], values[ 2 ] );
 }
 
 Component::LogicalDevice::Led* CpuCPLD::newLed( const DriverArgs& args ) {
@@ -108,6 +107,9 @@ pl_status CpuCPLD::commitLedStatus() {
 }
 
 pl_status CpuCPLD::setLed( uint8_t index, bool isGreen, bool isRed ) {
+   if ( pl_status status = leds_.ensurePrimed( ham() ) ) {
+      return status;
+   }
    leds_.light( index, isGreen, isRed );
    return commitLedStatus();
 }

@@ -14,6 +14,24 @@ uint8_t withBit( uint8_t bits, uint8_t index, bool isLit ) {
 
 }  // namespace
 
+void LedShadow::prime( uint8_t greenValue, uint8_t redValue ) {
+   greenBits = greenValue;
+   redBits = redValue;
+   isPrimed = true;
+}
+
+pl_status LedShadow::ensurePrimed( Ham::Ham* ham ) {
+   if ( isPrimed ) {
+      return PL_STATUS_OK;
+   }
+   uint8_t values[ 2 ];
+   if ( pl_status status = readRegisters( ham, { green, red }, values ) ) {
+      return status;
+   }
+   prime( values[ 0 ], values[ 1 ] );
+   return PL_STATUS_OK;
+}
+
 void LedShadow::light( uint8_t index, bool isGreen, bool isRed ) {
    greenBits = withBit( greenBits, index, isGreen );
    redBits = withBit( redBits, index, isRed );

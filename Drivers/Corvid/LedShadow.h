@@ -11,6 +11,13 @@ struct LedShadow {
    const Ham::Ham::Register red;
    uint8_t greenBits = 0;
    uint8_t redBits = 0;
+   bool isPrimed = false;
+
+   // What the registers hold; called by the device's init().
+   void prime( uint8_t greenValue, uint8_t redValue );
+
+   // Reads the registers where init() could not: a shadow of zeros would light every LED.
+   [[nodiscard]] pl_status ensurePrimed( Ham::Ham* ham );
 
    // Changes the shadow of one LED; `index` is its bit.
    void light( uint8_t index, bool isGreen, bool isRed );

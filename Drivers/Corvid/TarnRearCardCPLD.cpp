@@ -90,8 +90,7 @@ void TarnRearCardCPLD::init() {
    major_ = values[ 0 ];
    minor_ = values[ 1 ];
    pl_trace( 0, "%s: CPLD version %02x.%02x", __PRETTY_FUNCTION__, major_, minor_ );
-   leds_.greenBits = values[ 2 ];
-   leds_.redBits = values[ 3 ];
+   leds_.prime( values[ 2 ], values[ 3 ] );
 }
 
 Component::LogicalDevice::Fan* TarnRearCardCPLD::newFan( const DriverArgs& args ) {
@@ -224,6 +223,9 @@ pl_status TarnRearCardCPLD::getFanPresence( uint8_t slotId, uint8_t bit, bool& p
 }
 
 pl_status TarnRearCardCPLD::writeLightSetting( uint8_t index, bool red, bool green ) {
+   if ( pl_status status = leds_.ensurePrimed( ham() ) ) {
+      return status;
+   }
    leds_.light( index, green, red );
    pl_trace( 8, "%s: setting green led reg to 0x%02x", __PRETTY_FUNCTION__, leds_.greenBits );
    pl_trace( 8, "%s: setting red led reg to 0x%02x", __PRETTY_FUNCTION__, leds_.redBits );

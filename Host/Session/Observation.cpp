@@ -9,6 +9,8 @@ namespace Host {
 
 namespace {
 
+constexpr double kFastestFan = 1'000'000;  // rpm; what drivers make of a wrong count is above
+
 constexpr std::array kStateNames = { "ok", "alert", "critical", "absent", "fault", "failed" };
 
 State stateOf( const ObjectSpec& object, double value ) {
@@ -43,6 +45,9 @@ Observation observed( const ObjectSpec& object, const Reading& reading, std::str
    }
    if ( object.kind == Kind::Psu && value == 0 ) {
       return { &object, State::Fault, "the power is not ok", value };
+   }
+   if ( object.kind == Kind::Fan && ( value < 0 || value > kFastestFan ) ) {
+      return { &object, State::Fault, "the tachometer tells no speed" };
    }
    if ( object.kind == Kind::Fan && value == 0 && object.range.min.value_or( 0 ) > 0 ) {
       return { &object, State::Critical, "the fan does not turn", value };

@@ -21,7 +21,7 @@ std::string statusText( pl_status status, const char* deviceError ) {
       case PL_STATUS_IO_ERROR:
          return "I/O error";
       case PL_STATUS_FAILURE:
-         return "service failure";
+         return kGaveUp;
       default:
          return fmt::format( "status {}", status );
    }

@@ -95,7 +95,7 @@ void Session::take( const Message& said, Found& found ) {
    auto i = static_cast< size_t >( said.number );
    switch ( said.type ) {
       case kNotAdded:
-         fail( i, said.text, found );
+         found[ i ] = failed( board_.objects[ i ], reasonFor( i, said.text ) );
          break;
       case kAbsent:
          found[ i ] = observed( board_.objects[ i ], { .status = PL_STATUS_ABSENT }, "" );

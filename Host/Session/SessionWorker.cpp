@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <iterator>
 #include <set>
 #include <utility>
 
@@ -46,7 +45,7 @@ void SessionWorker::run( const std::vector< size_t >& objects ) const {
    }
    Records records;
    for ( size_t object : objects ) {
-      records[ object ] = nullptr;
+      records[ object ] = {};
    }
    do {
       sweep( records );
@@ -54,18 +53,25 @@ void SessionWorker::run( const std::vector< size_t >& objects ) const {
    } while ( link_.awaitRequest() );
 }
 
-// Leaves out what cannot be added. Between two objects the library's timers run: a slow one must
-// not stop the beacons of all.
+// Between two objects the library's timers run: a slow one must not stop the beacons of all.
 void SessionWorker::sweep( Records& records ) const {
-   for ( auto it = records.begin(); it != records.end(); ) {
-      auto& [ object, record ] = *it;
-      bool stays = record || add( object, record );
-      if ( record ) {
-         read( object, record );
+   for ( auto& [ object, held ] : records ) {
+      if ( prepare( object, held ) ) {
+         read( object, held.record );
       }
-      it = stays ? std::next( it ) : records.erase( it );
       pl_timer_run();
    }
+}
+
+// False when the object cannot be read, which has been told.
+bool SessionWorker::prepare( size_t object, Held& held ) const {
+   if ( held.isSet ) {
+      return true;
+   }
+   send( kAdding, object );
+   held.record = held.record ? held.record : add( object );
+   held.isSet = held.record && applySetting( object, held.record );
+   return held.isSet;
 }
 
 bool SessionWorker::initialise() const {
@@ -89,9 +95,7 @@ bool SessionWorker::initialise() const {
    return true;
 }
 
-// Without a record the object is absent now. False when there is no use in trying again.
-bool SessionWorker::add( size_t object, void*& record ) const {
-   send( kAdding, object );
+void* SessionWorker::add( size_t object ) const {
    const ObjectSpec& spec = task_.board.objects[ object ];
    void* added = nullptr;
    int error = 0;
@@ -102,17 +106,10 @@ bool SessionWorker::add( size_t object, void*& record ) const {
    } );
    if ( !added && error == ENODEV ) {
       send( kAbsent, object );
-      return true;
-   }
-   if ( !added ) {
+   } else if ( !added ) {
       send( kNotAdded, object, reason.empty() ? kMadeNoObject : reason );
-      return false;
    }
-   if ( !applySetting( object, added ) ) {
-      return false;
-   }
-   record = added;
-   return true;
+   return added;
 }
 
 bool SessionWorker::applySetting( size_t object, void* record ) const {

@@ -50,15 +50,20 @@ class SessionWorker {
    SessionWorker( const Worker::Link& link, const Task& task ) : link_( link ), task_( task ) {}
 
    // Adds and reads these objects, and reads them again whenever it is asked to; those that were
-   // absent are then tried again.
+   // absent, or could not be added or set, are then tried again.
    void run( const std::vector< size_t >& objects ) const;
 
  private:
-   using Records = std::map< size_t, void* >;  // null of objects that are still to be added
+   struct Held {
+      void* record = nullptr;  // null while the object is still to be added
+      bool isSet = false;
+   };
+   using Records = std::map< size_t, Held >;
 
    bool initialise() const;
    void sweep( Records& records ) const;
-   bool add( size_t object, void*& record ) const;
+   bool prepare( size_t object, Held& held ) const;
+   void* add( size_t object ) const;
    bool applySetting( size_t object, void* record ) const;
    void read( size_t object, void* record ) const;
    std::string nameOfSetting( size_t object ) const;

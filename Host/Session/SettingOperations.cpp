@@ -40,9 +40,14 @@ std::optional< int > parsePercentage( const ObjectSpec& fan, std::string_view te
 }
 
 std::optional< int > parseSpeed( const ObjectSpec& fan, const std::string& text ) {
-   return text.ends_with( '%' )
-             ? parsePercentage( fan, std::string_view( text ).substr( 0, text.size() - 1 ) )
-             : parseNumber( text, 0, INT_MAX );
+   if ( text.ends_with( '%' ) ) {
+      return parsePercentage( fan, std::string_view( text ).substr( 0, text.size() - 1 ) );
+   }
+   auto rpm = parseNumber( text, 0, INT_MAX );
+   if ( rpm && fan.range.max && *rpm > *fan.range.max ) {
+      throw UseError( fmt::format( "\"{}\" turns at {} rpm at most", fan.name, *fan.range.max ) );
+   }
+   return rpm;
 }
 
 std::optional< int > parseBit( const ObjectSpec&, const std::string& text ) {

@@ -99,11 +99,12 @@ pl_status speedUp( pl_fan*, int rpm ) {
    return PL_STATUS_OK;
 }
 
-// The module of an object that is "late" is absent when it is added first.
-bool isAbsent( const std::string& arguments ) {
+// The module of an object that is "late" is absent at first, then there and not yet answering.
+bool isMissing( const std::string& arguments ) {
    static int tries = 0;
-   errno = arguments == "late" && tries++ == 0 ? ENODEV : 0;
-   return errno == ENODEV;
+   int attempt = arguments == "late" ? ++tries : 3;
+   errno = attempt == 1 ? ENODEV : 0;
+   return attempt < 3;
 }
 
 int findNone( pl_xcvr* ) {
@@ -125,7 +126,7 @@ int findNone( pl_xcvr* ) {
       static pl_##kind record{};                         \
       __VA_ARGS__;                                       \
       record.ops = &ops;                                 \
-      return isAbsent( arguments ) ? nullptr : &record;  \
+      return isMissing( arguments ) ? nullptr : &record; \
    }
 
 FAKE_KIND( system )

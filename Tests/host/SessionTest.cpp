@@ -110,6 +110,7 @@ TEST( FanSettingTest, IsAnRpmOrAPercentageOfTheRange ) {
    for ( const char* text : { "-1", "7rpm", "%", "100.1%", "-1%", "nan%", "50 %" } ) {
       EXPECT_THROW( parseSetting( fan, text ), UseError ) << text;
    }
+   EXPECT_THROW( parseSetting( fan, "12001" ), UseError );
    fan.range.min = {};
    EXPECT_THROW( parseSetting( fan, "50%" ), UseError );
 }
@@ -118,6 +119,7 @@ TEST_F( SessionTest, AddsAndSetsAnObjectOnceItsModuleIsThere ) {
    board.objects = { { Kind::Fan, "", "late" } };
    session.settingIs( 0, 6000 );
    EXPECT_EQ( read()[ 0 ].state, State::Absent );
+   EXPECT_EQ( read()[ 0 ].state, State::Failed );
    EXPECT_EQ( read()[ 0 ].reading, 6000 );
    EXPECT_EQ( read()[ 0 ].reading, 6000 );
 }
@@ -128,6 +130,7 @@ TEST_F( SessionTest, ComparesReadingsWithTheLimits ) {
    board.objects.push_back( { .kind = Kind::Fan, .name = "", .device = "", .range = { 0, 1 } } );
    EXPECT_THAT( states(), ElementsAre( State::Ok, State::Alert, State::Alert, State::Critical,
                                        State::Critical, State::Ok ) );
+   EXPECT_EQ( observed( board.objects.back(), { .value = -234 }, "" ).state, State::Fault );
 }
 
 TEST_F( SessionTest, KeepsOneWorkerAndRunsItsTimersBetweenReadsAndObjects ) {

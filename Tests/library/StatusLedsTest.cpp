@@ -23,7 +23,10 @@ class Blinking : public Led {
 // A driver's LED on a fake HAM whose registers are all 0xff.
 class StatusLed {
  public:
-   explicit StatusLed( const std::string& driver, const std::string& arguments ) {
+   StatusLed( const std::string& driver,
+              const std::string& arguments,
+              const std::string& failsAtFirst = "nothing" ) {
+      ham.failOn( failsAtFirst, PL_STATUS_FAILURE );
       for ( uint32_t reg : { 0x24, 0x25, 0x4B, 0x4C, 0x02, 0x03 } ) {
          ham.load( reg, "ff" );
       }
@@ -31,6 +34,7 @@ class StatusLed {
       auto args = Tests::pairsOf( arguments );
       led.reset( Tests::createDevice( driver, ham, args )->newLed( Tests::argumentsOf( args ) ) );
       ham.log.clear();
+      ham.failNothing();
    }
 
    // The writes that it takes.
@@ -110,6 +114,17 @@ TEST( StatusLeds, ShowEverySetting ) {
       EXPECT_EQ( led.writesOf( [] { Blinking::tick( false ); } ), row.dark ) << row.driver;
       EXPECT_EQ( led.set( PL_LED_GOOD ), PL_STATUS_OK );
       EXPECT_EQ( Blinking::count(), 0u );
+   }
+}
+
+// A shadow of zeros would light all others.
+TEST( StatusLeds, ReadTheirRegistersLateWhereTheCpldWasSilentAtFirst ) {
+   for ( const auto& [ driver, arguments, first, writes ] :
+         { std::tuple( "CpuCPLD", "fanId=3", "R8 40", "W8 24=fb W8 25=ff" ),
+           { "TarnRearCardCPLD", "fanId=3; position=2", "R8 01", "W8 4b=fb W8 4c=ff" } } ) {
+      StatusLed led( driver, arguments, first );
+      EXPECT_EQ( led.writesOf( [ & ] { EXPECT_EQ( led.set( PL_LED_GOOD ), PL_STATUS_OK ); } ),
+                 writes );
    }
 }
 
