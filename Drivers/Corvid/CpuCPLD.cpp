@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 #include "Drivers/Registers.h"
+#include "Utils/Text.h"
 
 namespace Drivers {
 
@@ -261,12 +261,7 @@ pl_status CpuCPLD::Slot::getPresence( char** info ) {
       }
       cachedType_ = type & kTypeMask;
    }
-   char* copy = strdup( cachedInfo_.c_str() );
-   if ( !copy ) {
-      return PL_STATUS_FAILURE;
-   }
-   *info = copy;
-   return PL_STATUS_OK;
+   return Utils::copyToHeap( cachedInfo_, info ) ? PL_STATUS_OK : PL_STATUS_FAILURE;
 }
 
 // A program in the host's language for fans.
