@@ -1,3 +1,4 @@
+#include "Drivers/BCM59121/BCM59121.h"
 #include "Drivers/Corvid/CpuCPLD.h"
 #include "Drivers/Corvid/MorrowFanspinnerController.h"
 #include "Drivers/Corvid/MorrowFanspinnerIdprom.h"
@@ -20,6 +21,7 @@
 namespace Drivers {
 
 std::map< std::string, DriverFactory > drivers = {
+   { "BCM59121", BCM59121::create },
    { "CpuCPLD", CpuCPLD::create },
    { "Dummy", Dummy::create },
    { "GpioDriver", Dummy::create },

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 namespace Utils {
 
@@ -76,6 +77,14 @@ std::string deviceLabel( std::string_view stem, uint8_t address ) {
    char suffix[ sizeof "<0x00>" ];
    snprintf( suffix, sizeof suffix, "<0x%02x>", address );
    return std::string( stem ) + suffix;
+}
+
+bool copyToHeap( const std::string& text, char** out ) {
+   char* copy = strdup( text.c_str() );
+   if ( copy ) {
+      *out = copy;
+   }
+   return copy;
 }
 
 size_t length( std::string_view text ) {

@@ -17,6 +17,9 @@ size_t findInvalid( std::string_view text );
 // The label of the device at an address of a bus, "STEM<0xNN>".
 std::string deviceLabel( std::string_view stem, uint8_t address );
 
+// A copy for whom frees it with free(). False, and nothing written, when memory ran out.
+[[nodiscard]] bool copyToHeap( const std::string& text, char** out );
+
 // Characters of UTF-8 text.
 size_t length( std::string_view text );
 

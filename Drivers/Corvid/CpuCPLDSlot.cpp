@@ -1,8 +1,7 @@
 #include <fmt/format.h>
 
-#include <cstring>
-
 #include "Drivers/Corvid/CpuCPLD.h"
+#include "Utils/Text.h"
 
 namespace Drivers {
 
@@ -38,12 +37,7 @@ pl_status CpuCPLD::Slot::getPresence( char** info ) {
       }
       cachedType_ = type & kTypeMask;
    }
-   char* copy = strdup( cachedInfo_.c_str() );
-   if ( !copy ) {
-      return PL_STATUS_FAILURE;
-   }
-   *info = copy;
-   return PL_STATUS_OK;
+   return Utils::copyToHeap( cachedInfo_, info ) ? PL_STATUS_OK : PL_STATUS_FAILURE;
 }
 
 // A program in the host's language for fans.

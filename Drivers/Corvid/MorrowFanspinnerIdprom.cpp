@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <chrono>
-#include <cstring>
 
 #include "Drivers/Arguments.h"
 #include "Drivers/Corvid/FanFdl.h"
 #include "Drivers/Registers.h"
+#include "Utils/Text.h"
 
 namespace Drivers {
 
@@ -112,12 +112,7 @@ pl_status MorrowFanspinnerIdprom::FanSlot::getPresence( char** info ) {
                                        { "typeId", kUnknownFdlValue },
                                        { "modelName", fdlValue( model ) },
                                        { "serialNum", fdlValue( unit.serialNumber ) } } );
-   char* copy = strdup( text.c_str() );
-   if ( !copy ) {
-      return PL_STATUS_FAILURE;
-   }
-   *info = copy;
-   return PL_STATUS_OK;
+   return Utils::copyToHeap( text, info ) ? PL_STATUS_OK : PL_STATUS_FAILURE;
 }
 
 const Utils::ExpectedValues& MorrowFanspinnerIdprom::expectedValues() {

@@ -1,8 +1,7 @@
-#include <cstring>
-
 #include "Drivers/Corvid/FanFdl.h"
 #include "Drivers/Corvid/SettledRead.h"
 #include "Drivers/Corvid/TarnRearCardCPLD.h"
+#include "Utils/Text.h"
 
 namespace Drivers {
 
@@ -55,12 +54,10 @@ pl_status TarnRearCardCPLD::FanSlot::getPresence( char** fdl ) {
       cachedTypeId_ = *typeId;
       pl_trace( 7, "%s FanSlot %d fdl: %s", function, slotId_, cachedFdl_->c_str() );
    }
-   char* copy = strdup( cachedFdl_->c_str() );
-   if ( !copy ) {
+   if ( !Utils::copyToHeap( *cachedFdl_, fdl ) ) {
       pl_trace( 0, "Error: %s FanSlot %d: strdup failed", function, slotId_ );
       return PL_STATUS_FAILURE;
    }
-   *fdl = copy;
    return PL_STATUS_OK;
 }
 

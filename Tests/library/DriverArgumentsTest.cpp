@@ -32,6 +32,7 @@ bool makes( const std::string& driver, const std::string& kind, const DriverArgu
           : kind == "fan"       ? device->newFan( args ) != nullptr
           : kind == "led"       ? device->newLed( args ) != nullptr
           : kind == "slot"      ? device->newSlot( args ) != nullptr
+          : kind == "poe_port"  ? device->newPoePort( args ) != nullptr
           : kind == "gpio"      ? device->newGpio( args ) != nullptr
                                 : device->newSmbusProxy( args ) != nullptr;
 }

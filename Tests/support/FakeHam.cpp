@@ -27,6 +27,9 @@ pl_status FakeHam::execute() {
       if ( !transaction.written.empty() && !fixed.contains( transaction.reg ) ) {
          bytes = transaction.written;
       }
+      if ( onWrite && !transaction.written.empty() ) {
+         onWrite( transaction.reg, transaction.written );
+      }
       transaction.answer = bytes;
       if ( auto& next = next_[ transaction.reg ]; transaction.readLength && !next.empty() ) {
          transaction.answer = next.front();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -40,6 +41,8 @@ class FakeHam : public Ham::Ham {
    std::vector< std::string > log;
    int batches = 0;             // executed, failed ones included
    std::set< Register > fixed;  // what a write leaves as it is
+   // Told of each write that arrived; may load what the chip answers.
+   std::function< void( Register, const std::string& bytes ) > onWrite;
 
    void prepare() override { batch_.clear(); }
    pl_status execute() override;
