@@ -139,6 +139,13 @@ TEST( ModelsTest, APoeControllerHasNewFirmwareOrNone ) {
                                                     : "1 0 1 afffffffffffffffffffff";
       std::string state = board.run( "busy=0 firmwareMissing powered0 enabled0" );
       EXPECT_EQ( state + ask( board, "20" ), expected );
+      if ( done > 0 && done < steps.size() ) {
+         std::string refused = steps[ done ].answer;
+         refused.back() = '1';
+         EXPECT_THAT( ask( board, steps[ done ].request, steps[ done ].size ),
+                      testing::StartsWith( refused ) )
+            << "goes on after step " << done;
+      }
    }
 }
 
