@@ -24,11 +24,18 @@ void Chip::describe( std::string_view field, std::string_view ) {
 }
 
 void Chip::unknownQuantity( std::string_view name ) const {
-   std::vector< std::string > known = quantities();
+   unknownQuantity( name, quantities() );
+}
+
+void Chip::unknownQuantity( std::string_view name, const std::vector< std::string >& known ) {
    throw std::invalid_argument(
       known.empty() ? fmt::format( "unknown quantity '{}'; this chip has none", name )
                     : fmt::format( "unknown quantity '{}'; this chip has {}", name,
                                    fmt::join( known, ", " ) ) );
+}
+
+void Chip::refuseToSet( std::string_view name ) {
+   throw std::invalid_argument( fmt::format( "'{}' can only be read", name ) );
 }
 
 void Chip::checkRange( std::string_view name, double value, double low, double high ) {

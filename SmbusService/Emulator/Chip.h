@@ -56,6 +56,9 @@ class Chip {
 
  protected:
    [[noreturn]] void unknownQuantity( std::string_view name ) const;
+   [[noreturn]] static void unknownQuantity( std::string_view name,
+                                             const std::vector< std::string >& known );
+   [[noreturn]] static void refuseToSet( std::string_view name );
    static void checkRange( std::string_view name, double value, double low, double high );
 };
 

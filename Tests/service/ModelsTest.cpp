@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <numeric>
+
 #include "SmbusService/Emulator/Chips/Factory.h"
 #include "SmbusService/Emulator/Chips/Rotor.h"
 #include "SmbusService/Emulator/RegisterChip.h"
@@ -51,7 +53,8 @@ TEST( ModelsTest, RefuseWhatTheChipCannotBe ) {
          { std::tuple( "Max6697", "temperature1", 0.0, 127.875 ),
            std::tuple( "TMP468", "temperature8", -256.0, 255.9375 ),
            std::tuple( "PCA9548", "channels", 0.0, 255.0 ),
-           std::tuple( "PCA9555", "pin9", 0.0, 1.0 ), std::tuple( "CpuCPLD", "type8", 0.0, 255.0 ),
+           std::tuple( "BCM59121", "class47", 0.0, 8.0 ), std::tuple( "PCA9555", "pin9", 0.0, 1.0 ),
+           std::tuple( "CpuCPLD", "type8", 0.0, 255.0 ),
            std::tuple( "MorrowFanspinnerController", "minRpm", 100.0, 60000.0 ) } ) {
       auto chip = newChip( model );
       chip->reset();
@@ -92,6 +95,58 @@ TEST( ModelsTest, AFruMemoryHoldsItsFields ) {
               "01000001030000fb"
               "010219000000c0c0c0c25039c0c100d8" +
                  product + "ff " );
+}
+
+// Sends a message, whose last bytes may be left out where they are ff, and fetches its answer, both
+// without their sums.
+std::string ask( ChipBoard& board, const std::string& message, size_t size = 12 ) {
+   std::string bytes = Tests::bytesOf( message );
+   bytes.resize( size - 1, '\xff' );
+   bytes += static_cast< char >( std::accumulate( bytes.begin(), bytes.end(), 0 ) );
+   return board.run( ">" + Tests::hex( bytes ) + " <ff:12" ).substr( 2, 22 );
+}
+
+// An image of 30 bytes, "A" to "^". Power is lost after each step.
+TEST( ModelsTest, APoeControllerHasNewFirmwareOrNone ) {
+   const std::string first = "d2ff0000" + Tests::hex( "ABCDEFGHIJKLMNOPQRSTUVWX" );
+   const std::string last = "d2ff0001" + Tests::hex( "YZ[\\]^" );
+   struct Step {
+      std::string request;
+      size_t size;
+      std::string answer;
+   };
+   const std::vector< Step > steps = {
+      { "d0ff434c5221", 12, "d0ff00" }, { "d1ff0000001e0702", 12, "d1ff00" },
+      { first, 29, "d2ff000000" },      { "d2ff0000", 29, "d2ff000000" },
+      { last, 29, "d2ff000100" },       { "d3ff91088cc6", 12, "d3ff00" },
+      { "d3ff91088cc6", 12, "d3ff00" }, { "d4", 12, "d4ff00" },
+   };
+   for ( size_t done = 0; done <= steps.size(); ++done ) {
+      ChipBoard board( newChip( "BCM59121" ) );
+      ask( board, "00ff0001" );
+      ask( board, "e0f0" );
+      board.run( "busy=0 device0=1" );
+      for ( size_t i = 0; i < done; ++i ) {
+         EXPECT_THAT( ask( board, steps[ i ].request, steps[ i ].size ),
+                      testing::StartsWith( steps[ i ].answer ) )
+            << i;
+         EXPECT_EQ( board.run( "busy=0 powered0" ), "0 " );
+      }
+      board.unplug( 1 );
+      board.plug( 1 );
+      const char* expected = done == 0              ? "0 1 1 20ff023000912101000200"
+                             : done == steps.size() ? "0 0 0 20ff023000912107000202"
+                                                    : "1 0 1 afffffffffffffffffffff";
+      std::string state = board.run( "busy=0 firmwareMissing powered0 enabled0" );
+      EXPECT_EQ( state + ask( board, "20" ), expected );
+      if ( done > 0 && done < steps.size() ) {
+         std::string refused = steps[ done ].answer;
+         refused.back() = '1';
+         EXPECT_THAT( ask( board, steps[ done ].request, steps[ done ].size ),
+                      testing::StartsWith( refused ) )
+            << "goes on after step " << done;
+      }
+   }
 }
 
 TEST( RotorTest, FollowsWithAFirstOrderLag ) {

@@ -4,7 +4,7 @@ namespace SmbusService::Emulator {
 
 using Factory = std::unique_ptr< Chip >();
 
-Factory newCpuCPLD, newEEPROM, newIR357x, newIsl6812x, newLM73, newMax6658, newMax6697,
+Factory newBCM59121, newCpuCPLD, newEEPROM, newIR357x, newIsl6812x, newLM73, newMax6658, newMax6697,
    newMorrowFanspinnerController, newMorrowFanspinnerIdprom, newMpsVrm, newMux, newPCA9555,
    newQuillonRearCardStatusLed, newTarnRearCardCPLD, newTMP464, newTMP468, newTMP75;
 
@@ -17,6 +17,7 @@ struct Model {
 
 // Models of chips that have a driver bear the driver's name.
 constexpr Model kModels[] = {
+   { "BCM59121", newBCM59121 },
    { "CpuCPLD", newCpuCPLD },
    { "EEPROM", newEEPROM },
    { "IR357x", newIR357x },

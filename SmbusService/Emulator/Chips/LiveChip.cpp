@@ -1,10 +1,7 @@
 #include "SmbusService/Emulator/Chips/LiveChip.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cmath>
-#include <stdexcept>
 
 namespace SmbusService::Emulator {
 
@@ -19,7 +16,7 @@ std::vector< std::string > LiveChip::quantities() const {
 void LiveChip::set( std::string_view quantity, double value ) {
    const LiveQuantity& live = named( quantity );
    if ( !live.set ) {
-      throw std::invalid_argument( fmt::format( "'{}' can only be read", quantity ) );
+      refuseToSet( quantity );
    }
    checkRange( quantity, value, live.low, live.high );
    live.set( static_cast< uint32_t >( std::lround( value ) ) );
