@@ -10,6 +10,7 @@ void measureTopology( Report& report );      // loading 10,000 devices
 void measureAdding( Report& report );        // objects on boards of 100 and 10,000 devices
 void measureMemory( Report& report );        // of a loaded topology
 void measureSimulation( Report& report );    // a reading from a simulation file
+void measurePoe( Report& report );           // all ports of a PoE controller
 void measureClients( Report& report );       // 16 clients of the service
 
 }  // namespace Bench

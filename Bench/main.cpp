@@ -23,6 +23,7 @@ int main( int argc, char** argv ) try {
    Bench::measureAdding( report );
    Bench::measureMemory( report );
    Bench::measureSimulation( report );
+   Bench::measurePoe( report );
    Bench::measureClients( report );
    report.printTable();
    return jsonFile.empty() || report.writeJson( jsonFile ) ? 0 : 1;

@@ -72,8 +72,8 @@ class BCM59121 : public Component::HardwareDevice {
    [[nodiscard]] pl_status debugInfo( PoePort* port, char** out, bool verbose );
    [[nodiscard]] pl_status getPortInformation( PoePort* port, char** out );
    // Without `force` nothing is done to a firmware that runs. PL_STATUS_FAILURE when there is no
-   // image or it is no good. The text says how it went, also after a failure; ports have no power
-   // from the beginning on.
+   // image or it is no good. The text says how it went, also after a failure, but not of a refusal;
+   // ports have no power from the beginning on.
    [[nodiscard]] pl_status reprogramFirmware( PoePort* port, bool force, char** text );
 
    // A query whose response stays good for two seconds from `last` on, which becomes the time of

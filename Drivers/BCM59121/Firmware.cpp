@@ -70,6 +70,7 @@ pl_status FirmwareUpdate::clear() {
            kClearImage, { kClearKey[ 0 ], kClearKey[ 1 ], kClearKey[ 2 ], kClearKey[ 3 ] } ) ) {
       return status;
    }
+   hasCleared_ = true;
    return waitFor( kNoFirmware );
 }
 

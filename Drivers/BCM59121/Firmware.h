@@ -15,6 +15,8 @@ class FirmwareUpdate {
    // The step that failed is named by failedStep().
    [[nodiscard]] pl_status run();
    const char* failedStep() const { return step_; }
+   // Whether the firmware that ran is gone, and all that it was told.
+   bool hasCleared() const { return hasCleared_; }
 
  private:
    [[nodiscard]] pl_status clear();
@@ -30,6 +32,7 @@ class FirmwareUpdate {
    Ham::Ham* ham_;
    const FirmwareImage& image_;
    const char* step_ = "";
+   bool hasCleared_ = false;
 };
 
 }  // namespace Drivers::Poe

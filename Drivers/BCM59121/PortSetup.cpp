@@ -22,7 +22,7 @@ constexpr std::chrono::milliseconds kMapSettles{ 400 };
 // Values of the settings.
 constexpr uint8_t kNoPowerManagement = 0;   // of kPowerManagement
 constexpr uint8_t kNoAutomaticPowerUp = 0;  // of kAutomaticPowerUp
-constexpr uint8_t kNoDisconnect = 0;        // of kDisconnectType
+constexpr uint8_t kNoDetectionOptions = 0;  // of kDetectionOptions
 constexpr uint8_t kTwoChannels = 5;         // of kPowerUpMode
 constexpr uint8_t kNeverShutOff = 0;        // of kShutOffMask
 constexpr uint8_t kMapBegin = 2;            // of kPortMap
@@ -71,7 +71,7 @@ pl_status BCM59121::portInit( PoePort* port ) {
       globalConfigDone = true;
    }
    worst.add( configPort( port, Poe::kAutomaticPowerUp, kNoAutomaticPowerUp, kWait ) );
-   worst.add( configPort( port, Poe::kDisconnectType, kNoDisconnect, kWait ) );
+   worst.add( configPort( port, Poe::kDetectionOptions, kNoDetectionOptions, kWait ) );
    if ( hasTwoChannels( port ) ) {
       worst.add( configPort( port, Poe::kPowerUpMode, kTwoChannels, kWait ) );
    }

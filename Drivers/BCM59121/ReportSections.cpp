@@ -68,7 +68,8 @@ std::string budget( Response response ) {
 
 template < size_t kByte >
 std::string powerUpMode( Response response ) {
-   return nameOf( byteAt( response, kByte ), { "PoE", "legacy", "pre-PoE+", "PoE+" } );
+   return nameOf( byteAt( response, kByte ),
+                  { "PoE", "legacy", "pre-PoE+", "PoE+", "4", "two channels" } );
 }
 
 // Values of which there is one.

@@ -64,8 +64,11 @@ pl_status BCM59121::writeFirmware( PoePort* port, std::string& outcome ) {
    Poe::FirmwareUpdate update( ham(), image );
    {
       Busy busy( isReprogramming_ );
-      forgetController();
-      if ( pl_status status = update.run() ) {
+      pl_status status = update.run();
+      if ( update.hasCleared() ) {
+         forgetController();
+      }
+      if ( status != PL_STATUS_OK ) {
          outcome = fmt::format( "{}: {}. PoE ports may have no power until it is done again.",
                                 update.failedStep(), Poe::failureText( status ) );
          return status;

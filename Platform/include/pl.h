@@ -12,8 +12,8 @@
  *  - Output arguments are written only when the callback returns PL_STATUS_OK, unless stated.
  *  - Texts returned through `char **` are allocated with malloc; the caller frees them.
  *  - A table begins with its own size in bytes; a slot the library does not serve is null.
- *  - Operations a driver does not have raise a C++ exception of type NotImplementedException;
- * driver arguments that are no numbers raise std::invalid_argument or std::out_of_range.
+ *  - Operations a driver does not have raise a C++ exception of type NotImplementedException.
+ *  - Driver arguments that are no numbers raise std::invalid_argument or std::out_of_range.
  */
 #ifndef PL_H
 #define PL_H
@@ -35,7 +35,8 @@ enum {
    PL_STATUS_UNSUPPORTED = 3,  /* setting not supported, register unavailable, document not JSON */
    PL_STATUS_IO_ERROR = 4,     /* transport failed, diode fault, or a bad checksum */
    /* 5 is reserved */
-   PL_STATUS_FAILURE = 6 /* the service reported a failure, or memory ran out */
+   PL_STATUS_FAILURE = 6 /* the service reported a failure, memory ran out, or what was read is no
+                            good (a damaged memory, a firmware image) */
 };
 
 enum pl_led_status {
@@ -317,6 +318,8 @@ struct pl_poe_port_ops {
    size_t size;
    pl_status ( *debug_info )( const pl_poe_port* port, char** text, bool verbose );
    pl_status ( *poe_port_init )( pl_poe_port* port );
+   /* *text tells the outcome, also of a failure, unless the status is 2 or 3 and it is untouched.
+    */
    pl_status ( *reprogram_poe_firmware )( pl_poe_port* port, bool force, char** text );
    pl_status ( *set_poe_port_pse )( pl_poe_port* port, bool enable );
    pl_status ( *set_poe_port_limit )( pl_poe_port* port,

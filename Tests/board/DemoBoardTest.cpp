@@ -1,11 +1,9 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <functional>
 #include <span>
 
-#include "BoardFiles/Board.h"
-#include "Tests/service/Steps.h"
+#include "Tests/board/RunningBoard.h"
 #include "pl.h"
 
 // The demo board's drivers against its emulated chips, with the library, the service's frames and
@@ -16,19 +14,9 @@ namespace {
 using namespace SmbusService;
 using testing::HasSubstr;
 
-class DemoBoardTest : public testing::Test {
+class DemoBoardTest : public Tests::RunningBoard {
  protected:
-   DemoBoardTest() { setenv( "PL_SMBUS_SOCKET", server.path().c_str(), 1 ); }
-
-   const BoardFiles::ObjectSpec& object( const std::string& name ) const {
-      return *std::ranges::find( documents.objects, name, &BoardFiles::ObjectSpec::name );
-   }
-
-   uint32_t didOf( const std::string& name ) const {
-      Utils::Json::Document device;
-      Utils::Json::parse( object( name ).device.c_str(), device );
-      return device[ "did" ].GetUint();
-   }
+   DemoBoardTest() : RunningBoard( "demo" ) {}
 
    pl_temp_sensor* addSensor( const std::string& name, float alert, float critical ) const {
       EXPECT_EQ( pl_temp_sensor_init( documents.topology.c_str() ), PL_STATUS_OK );
@@ -45,11 +33,6 @@ class DemoBoardTest : public testing::Test {
       EXPECT_EQ( pl_smbus_init( documents.topology.c_str() ), PL_STATUS_OK );
       return pl_smbus_add( object( name ).device.c_str(), object( name ).address );
    }
-
-   BoardFiles::Board documents =
-      BoardFiles::loadBoard( LUMEN_SOURCE_DIR "/Boards/demo", BoardFiles::Emulation::Needed );
-   std::unique_ptr< Emulator::EmulatedBoard > chips = Emulator::loadBoard( documents );
-   Tests::RunningServer server{ *chips };
 };
 
 // Object, quantity, alert and critical limit; then what limits the chip has, and for each value

@@ -91,7 +91,10 @@ constexpr BCM59121::Quantity BCM59121::kOfPort[] = {
    { .name = "enabled",
      .get = []( const BCM59121& chip, size_t port ) -> double {
         return chip.ports_.settings.ports[ port ].isEnabled;
-     } },
+     },
+     .set = []( BCM59121& chip,
+                size_t port,
+                double value ) { chip.firmware_.leaveEnabled( port, std::lround( value ) ); } },
    { .name = "limit",
      .get = []( const BCM59121& chip, size_t port ) { return chip.ports_.limit( port ); } },
 };

@@ -103,6 +103,11 @@ constexpr PoeFirmware::Command PoeFirmware::kCommands[] = {
    { kSave, &PoeFirmware::save },
 };
 
+void PoeFirmware::leaveEnabled( size_t port, bool isEnabled ) {
+   saved_.ports[ port ].isEnabled = isEnabled;
+   ports_.enable( port, isEnabled );
+}
+
 void PoeFirmware::start( PoeVersion version ) {
    version_ = version;
    wasReset_ = true;

@@ -20,6 +20,9 @@ class PoeFirmware {
    void start( PoeVersion );
    void forgetSaved() { saved_ = {}; }
 
+   // As if a host had saved a configuration with the port so.
+   void leaveEnabled( size_t port, bool isEnabled );
+
    enum class Outcome {
       kAnswered,
       kConfigured,
