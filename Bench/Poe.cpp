@@ -16,7 +16,7 @@ namespace Bench {
 
 namespace {
 
-constexpr uint32_t kDid = 1;
+constexpr uint32_t kDid = 9'000'000;  // no other measurement's
 constexpr int kPorts = 48;
 
 // Of a port: measurements, channel power, status, channels. The emulated bus takes no time.
@@ -69,6 +69,9 @@ void measurePoe( Report& report ) {
    SmbusService::EmbeddedService service( board.path() );
    setenv( "PL_SMBUS_SOCKET", service.path().c_str(), 1 );
    std::vector< pl_poe_port* > ports = addPorts( topology );
+   // The first request meets the connection to an earlier measurement's service.
+   bool isGood;
+   ( void )ports[ 0 ]->ops->get_poe_port_crc_status( ports[ 0 ], &isGood );
    double best = 1e18;
    for ( int round = 0; round < 3; ++round ) {
       auto start = Clock::now();
