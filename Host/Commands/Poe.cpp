@@ -124,7 +124,7 @@ void addPoeCommand( CLI::App& app, Program& program ) {
    auto firmware = std::make_shared< PoeFirmwareOptions >();
    auto command = addCommand( app, program, { "poe", "PoE ports and their controllers" }, {} );
    auto firmwareCommand = addCommand(
-      *command, program, { "firmware", "write the firmware of controllers that have none" }, {} );
+      *command, program, { "firmware", "give controllers that have no firmware one" }, {} );
    command->callback( [ &program, arguments, firmware, firmwareCommand ] {
       bool isFirmware = firmwareCommand->parsed();
       program.command = [ &program, arguments, firmware, isFirmware ] {
@@ -133,9 +133,8 @@ void addPoeCommand( CLI::App& app, Program& program ) {
    } );
    auto name = command->add_option( "NAME", arguments->name, "one port: what it tells at length" );
    command
-      ->add_option(
-         "ACTION", arguments->action,
-         "init: give the port, and with the first one its controller, what it starts with" )
+      ->add_option( "ACTION", arguments->action,
+                    "init: configure the port anew; with the first one its controller, too" )
       ->check( CLI::IsMember( { "init" } ) );
    command->add_flag( "--verbose", arguments->isVerbose, "the port's report with all bytes" )
       ->needs( name );

@@ -35,7 +35,9 @@ void warn( const std::vector< PoeController >& controllers, bool isForced ) {
                              controllerName( controller.did ), ports, ports == 1 ? "" : "s",
                              isForced ? "" : ", which is done where none runs" ) );
    }
-   complain( "An update that breaks off leaves no firmware, and is to be repeated." );
+   complain(
+      "Afterwards ports are as after a power-on, to be configured anew. An update that breaks off "
+      "leaves no firmware, and is to be repeated." );
 }
 
 bool isAgreed() {
@@ -92,7 +94,7 @@ int updatePoeFirmware( const Program& program, const PoeFirmwareOptions& options
                               },
                            .hearTrace =
                               [ & ]( size_t i, const std::string& line ) {
-                                 progress.hear( chosen.objects[ i ].name, line );
+                                 progress.hear( controllerName( controllers[ i ].did ), line );
                               } };
    signal( SIGINT, SIG_IGN );  // half a firmware is none
    OpenBoard open( program, chosen, session );

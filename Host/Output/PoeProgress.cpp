@@ -37,26 +37,29 @@ int firmwareProgress( std::string_view line ) {
 PoeProgress::PoeProgress( bool isShown )
     : isShown_( isShown ), isTerminal_( isatty( STDOUT_FILENO ) ) {}
 
-void PoeProgress::hear( const std::string& port, const std::string& line ) {
+void PoeProgress::hear( const std::string& controller, const std::string& line ) {
    int percent = firmwareProgress( line );
    if ( !isShown_ || percent < 0 ) {
       return;
    }
    if ( isTerminal_ ) {
+      if ( controller != shown_ ) {
+         end();
+      }
       std::string bar( kBarWidth * static_cast< size_t >( percent ) / kWhole, '#' );
-      print( fmt::format( "\r{}  [{:.<{}}] {:3} %  {}\x1b[K", port, bar, kBarWidth, percent,
+      print( fmt::format( "\r{}  [{:.<{}}] {:3} %  {}\x1b[K", controller, bar, kBarWidth, percent,
                           line.substr( 0, line.find( ':' ) ) ) );
-      isOpen_ = true;
+      shown_ = controller;
    } else {
-      print( fmt::format( "{}: {}\n", port, line ) );
+      print( fmt::format( "{}: {}\n", controller, line ) );
    }
    flushOutput();
 }
 
 void PoeProgress::end() {
-   if ( isOpen_ ) {
+   if ( !shown_.empty() ) {
       print( "\n" );
-      isOpen_ = false;
+      shown_.clear();
    }
 }
 

@@ -13,8 +13,8 @@ class PoeProgress {
  public:
    explicit PoeProgress( bool isShown );
 
-   // A trace line of the library while the port was busy.
-   void hear( const std::string& port, const std::string& line );
+   // A trace line of the library while it was busy with the controller.
+   void hear( const std::string& controller, const std::string& line );
 
    // Other output follows.
    void end();
@@ -22,7 +22,7 @@ class PoeProgress {
  private:
    bool isShown_;
    bool isTerminal_;
-   bool isOpen_ = false;  // there is a bar on the terminal's last line
+   std::string shown_;  // the controller whose bar is on the terminal's last line; or empty
 };
 
 }  // namespace Host

@@ -138,7 +138,7 @@ PoePort poePortOf( const Observation& observation ) {
    PoePort port{ .object = observation.object };
    Values values{};
    if ( observation.state != State::Ok || observation.text.size() < sizeof values ) {
-      port.status = stateName( observation.state );
+      port.status = stateName( observation.state == State::Absent ? State::Absent : State::Failed );
       port.reason = observation.reason;
       return port;
    }

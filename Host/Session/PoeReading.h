@@ -26,7 +26,8 @@ struct PoePort {
    const ObjectSpec* object = nullptr;
    bool isRead = false;
    std::optional< bool > isEnabled = {};
-   std::string status = {};  // "disabled" to "requesting"; of a port that was not read its state
+   std::string status =
+      {};  // "disabled" to "requesting"; of a port that was not read "absent", "failed"
    std::string reason = {};  // "overload_detected"; of a port that was not read words for people
    std::optional< int > deviceClass = {};
    std::optional< double > watts = {}, volts = {}, amperes = {}, celsius = {};
