@@ -128,6 +128,9 @@ void addPoeCommand( CLI::App& app, Program& program ) {
    command->callback( [ &program, arguments, firmware, firmwareCommand ] {
       bool isFirmware = firmwareCommand->parsed();
       program.command = [ &program, arguments, firmware, isFirmware ] {
+         if ( isFirmware && !arguments->name.empty() ) {
+            throw UseError( "the firmware is that of all controllers: give no port" );
+         }
          return isFirmware ? updatePoeFirmware( program, *firmware ) : poe( program, *arguments );
       };
    } );
