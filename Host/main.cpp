@@ -46,6 +46,7 @@ int main( int argc, char** argv ) {
    Host::addStatusCommand( app, program );
    Host::addWatchCommand( app, program );
    Host::addGetAndSetCommands( app, program );
+   Host::addPoeCommand( app, program );
    Host::addSmbusCommand( app, program );
    Host::addCheckCommand( app, program );
    try {

@@ -62,6 +62,22 @@ std::string printable( std::string_view text ) {
    return result;
 }
 
+std::string printableLines( std::string_view text ) {
+   std::string result;
+   while ( !text.empty() ) {
+      size_t end = std::min( text.find( '\n' ), text.size() );
+      result += printable( text.substr( 0, end ) ) + "\n";
+      text.remove_prefix( std::min( end + 1, text.size() ) );
+   }
+   return result;
+}
+
+std::string_view trimmed( std::string_view text ) {
+   constexpr std::string_view kBlanks = " \t\r";
+   size_t first = std::min( text.find_first_not_of( kBlanks ), text.size() );
+   return text.substr( first, text.find_last_not_of( kBlanks ) + 1 - first );
+}
+
 size_t findInvalid( std::string_view text ) {
    for ( size_t i = 0; i < text.size(); ) {
       size_t size = characterSize( text.substr( i ) );

@@ -11,6 +11,12 @@ namespace Utils {
 // question marks.
 std::string printable( std::string_view text );
 
+// The same for several lines, each of which ends with a line feed.
+std::string printableLines( std::string_view text );
+
+// Without the blanks around it.
+std::string_view trimmed( std::string_view text );
+
 // Where the first byte is that is no UTF-8; npos when there is none.
 size_t findInvalid( std::string_view text );
 

@@ -32,6 +32,12 @@ std::string findService( const Program& program ) {
    return path;
 }
 
+SessionOptions completed( SessionOptions options, const Program& program ) {
+   options.socket = findService( program );
+   options.traceLevel = program.trace;
+   return options;
+}
+
 }  // namespace
 
 void complain( const std::vector< Finding >& findings ) {
@@ -63,14 +69,10 @@ Board loadOneObject( const Program& program, const std::string& name ) {
    return board;
 }
 
-OpenBoard::OpenBoard( const Program& program, Board onBoard, ReadObject read )
+OpenBoard::OpenBoard( const Program& program, Board onBoard, SessionOptions options )
     : board( std::move( onBoard ) ),
       library( program.library ),
-      session( library,
-               board,
-               { .socket = findService( program ),
-                 .traceLevel = program.trace,
-                 .readObject = std::move( read ) } ) {}
+      session( library, board, completed( std::move( options ), program ) ) {}
 
 CLI::App* addCommand( CLI::App& app,
                       Program& program,

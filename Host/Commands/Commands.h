@@ -63,8 +63,8 @@ struct OpenBoard {
    DriverLibrary library;
    Session session;
 
-   // Throws UseError and BoardError.
-   OpenBoard( const Program& program, Board onBoard, ReadObject read = readAsKind );
+   // Socket and traces are those of the program. Throws UseError and BoardError.
+   OpenBoard( const Program& program, Board onBoard, SessionOptions options = {} );
 
    OpenBoard( const OpenBoard& ) = delete;
    OpenBoard& operator=( const OpenBoard& ) = delete;
@@ -85,6 +85,7 @@ CLI::App* addCommand( CLI::App& app,
 void addStatusCommand( CLI::App& app, Program& program );
 void addCheckCommand( CLI::App& app, Program& program );
 void addGetAndSetCommands( CLI::App& app, Program& program );
+void addPoeCommand( CLI::App& app, Program& program );
 void addSmbusCommand( CLI::App& app, Program& program );
 void addWatchCommand( CLI::App& app, Program& program );
 

@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -30,9 +31,12 @@ int get( const Program& program, const std::string& name ) {
    return show( program, open.session.read()[ 0 ] );
 }
 
-int set( const Program& program, const std::string& name, const std::string& value ) {
+int set( const Program& program,
+         const std::string& name,
+         const std::vector< std::string >& words ) {
    OpenBoard open( program, loadOneObject( program, name ) );
-   open.session.settingIs( 0, parseSetting( open.board.objects[ 0 ], value ) );
+   open.session.settingIs(
+      0, parseSetting( open.board.objects[ 0 ], fmt::format( "{}", fmt::join( words, " " ) ) ) );
    return show( program, open.session.read()[ 0 ] );
 }
 
@@ -40,19 +44,21 @@ int set( const Program& program, const std::string& name, const std::string& val
 
 void addGetAndSetCommands( CLI::App& app, Program& program ) {
    auto name = std::make_shared< std::string >();
-   auto value = std::make_shared< std::string >();
+   auto words = std::make_shared< std::vector< std::string > >();
    auto getCommand = addCommand( app, program, { "get", "one object's reading" },
                                  [ &program, name ] { return get( program, *name ); } );
    auto setCommand =
-      addCommand( app, program, { "set", "drive one object: an led, a fan or a gpio" },
-                  [ &program, name, value ] { return set( program, *name, *value ); } );
+      addCommand( app, program, { "set", "drive one object: an led, a fan, a gpio or a poe_port" },
+                  [ &program, name, words ] { return set( program, *name, *words ); } );
    for ( CLI::App* command : { getCommand, setCommand } ) {
       command->add_option( "NAME", *name, "the object's name" )->required();
    }
    setCommand
-      ->add_option( "VALUE", *value,
-                    "an LED's status, a fan's rpm or percentage of its range (50%), a GPIO's bit" )
-      ->required();
+      ->add_option( "VALUE", *words,
+                    "an LED's status, a fan's rpm or percentage of its range (50%), a GPIO's bit; "
+                    "of a PoE port: on, off, limit WATTS, limit class" )
+      ->required()
+      ->expected( 1, 2 );
 }
 
 }  // namespace Host

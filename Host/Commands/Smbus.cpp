@@ -29,9 +29,10 @@ Board loadEndpoint( const Program& program, const std::string& name ) {
 
 int smbus( const Program& program, const Arguments& arguments ) {
    checkSmbusOperation( arguments.operation );
-   OpenBoard open( program, loadEndpoint( program, arguments.name ), [ & ]( Kind, void* endpoint ) {
+   auto run = [ & ]( Kind, void* endpoint ) {
       return runSmbusOperation( static_cast< pl_smbus* >( endpoint ), arguments.operation );
-   } );
+   };
+   OpenBoard open( program, loadEndpoint( program, arguments.name ), { .readObject = run } );
    Observation observation = open.session.read()[ 0 ];
    if ( program.json ) {
       print( smbusJson( program.board, arguments.operation.name, observation ) );

@@ -203,7 +203,7 @@ Reading runSmbusOperation( pl_smbus* smbus, const SmbusOperation& given ) {
    Call call{ *smbus->ops, smbus, static_cast< uint8_t >( given.registerSize ), numbers,
               reading.text };
    reading.status = ( call.*operation.run )();
-   return reading;
+   return reading.status == PL_STATUS_OK ? reading : Reading{ .status = reading.status };
 }
 
 }  // namespace Host

@@ -129,7 +129,7 @@ void addWatchCommand( CLI::App& app, Program& program ) {
       ->add_option(
          "--set", arguments->settings,
          "drive an object first: an LED to a status, a fan to an rpm or a percentage of its "
-         "range (50%), a GPIO to a bit" )
+         "range (50%), a GPIO to a bit, a PoE port to on or off" )
       ->type_name( "NAME=VALUE" );
 }
 

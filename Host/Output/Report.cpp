@@ -4,20 +4,11 @@
 
 #include <algorithm>
 
-#include "Utils/Json.h"
-#include "Utils/Numbers.h"
-#include "Utils/Text.h"
+#include "Host/Output/JsonObject.h"
 
 namespace Host {
 
 namespace {
-
-using Utils::Json::Value;
-
-// The shortest text that names the value that was read, which is a float.
-std::string numberText( double value ) {
-   return fmt::format( "{}", static_cast< float >( value ) );
-}
 
 std::string limitsText( const ObjectSpec& object ) {
    if ( object.range.min && object.range.max ) {
@@ -38,7 +29,8 @@ std::string stateText( const Observation& observation ) {
       observation.reason.empty() && textPlace( observation ) == TextPlace::AfterState
          ? observation.text
          : observation.reason;
-   return stateName( observation.state ) + ( more.empty() ? "" : ": " + more );
+   std::string state = stateName( observation.state );
+   return more.empty() || more == state ? state : state + ": " + more;
 }
 
 Cell stateCell( const Observation& observation ) {
@@ -54,35 +46,6 @@ Cell stateCell( const Observation& observation ) {
          return { text, Colour::Red };
    }
 }
-
-// A JSON object under construction.
-class JsonObject {
- public:
-   using Allocator = Utils::Json::Document::AllocatorType;
-
-   explicit JsonObject( Allocator& allocator )
-       : value_( rapidjson::kObjectType ), allocator_( allocator ) {}
-
-   // The name must be a literal.
-   void add( const char* name, Value&& value ) {
-      value_.AddMember( rapidjson::StringRef( name ), value, allocator_ );
-   }
-   void add( const char* name, std::string_view text ) {
-      add( name, Value( Utils::printable( text ).c_str(), allocator_ ) );
-   }
-   void addIfAny( const char* name, std::string_view text ) {
-      text.empty() ? add( name, Value() ) : add( name, text );
-   }
-   void add( const char* name, const std::optional< double >& number ) {
-      add( name, number ? Value( Utils::stod( numberText( *number ) ) ) : Value() );
-   }
-
-   Value& value() { return value_; }
-
- private:
-   Value value_;
-   Allocator& allocator_;
-};
 
 Value observationJson( const Observation& observation, JsonObject::Allocator& allocator ) {
    JsonObject json( allocator );
@@ -109,17 +72,6 @@ Value findingJson( const Finding& finding, JsonObject::Allocator& allocator ) {
    return std::move( json.value() );
 }
 
-template < typename Element, typename Convert >
-Value arrayJson( const std::vector< Element >& elements,
-                 JsonObject::Allocator& allocator,
-                 Convert convert ) {
-   Value array( rapidjson::kArrayType );
-   for ( const Element& element : elements ) {
-      array.PushBack( convert( element, allocator ), allocator );
-   }
-   return array;
-}
-
 JsonObject document( JsonObject::Allocator& allocator,
                      const std::string& board,
                      const std::vector< Observation >& observations ) {
@@ -127,10 +79,6 @@ JsonObject document( JsonObject::Allocator& allocator,
    json.add( "board", board );
    json.add( "objects", arrayJson( observations, allocator, observationJson ) );
    return json;
-}
-
-std::string text( JsonObject& json ) {
-   return Utils::Json::writePretty( json.value() ) + "\n";
 }
 
 std::string readingCellText( const Observation& observation ) {
@@ -190,7 +138,8 @@ std::string statusTable( const std::vector< Observation >& observations, const T
 std::string valueText( const Observation& observation ) {
    if ( observation.reading ) {
       std::string_view unit = operations( observation.object->kind ).unit;
-      return numberText( *observation.reading ) + ( unit.empty() ? "" : " " ) + std::string( unit );
+      return numberText( *observation.reading ) + ( unit.empty() ? "" : " " ) +
+             std::string( unit ) + ( observation.text.empty() ? "" : ", " + observation.text );
    }
    if ( !observation.text.empty() ) {
       return observation.text;
@@ -203,7 +152,7 @@ std::string statusJson( const std::string& board, const std::vector< Observation
    JsonObject::Allocator allocator;
    JsonObject json = document( allocator, board, observations );
    json.add( "ok", Value( allOk( observations ) ) );
-   return text( json );
+   return json.text();
 }
 
 std::string problemText( const Observation& observation ) {
@@ -224,7 +173,7 @@ std::string smbusJson( const std::string& board,
       json.add( "error", problemText( endpoint ) );
    }
    json.add( "ok", Value( ok ) );
-   return text( json );
+   return json.text();
 }
 
 std::string findingsJson( const std::string& board, const std::vector< Finding >& findings ) {
@@ -232,7 +181,7 @@ std::string findingsJson( const std::string& board, const std::vector< Finding >
    JsonObject json = document( allocator, board, {} );
    json.add( "findings", arrayJson( findings, allocator, findingJson ) );
    json.add( "ok", Value( findings.empty() ) );
-   return text( json );
+   return json.text();
 }
 
 std::string errorJson( const std::string& board, const std::string& error ) {
@@ -240,7 +189,7 @@ std::string errorJson( const std::string& board, const std::string& error ) {
    JsonObject json = document( allocator, board, {} );
    json.add( "error", error );
    json.add( "ok", Value( false ) );
-   return text( json );
+   return json.text();
 }
 
 }  // namespace Host

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <optional>
 #include <vector>
 
 #include "Utils/Json.h"
@@ -10,9 +9,7 @@
 
 namespace Host {
 
-namespace {
-
-std::optional< uint32_t > ownDid( const Wiring& wiring, const ObjectSpec& object ) {
+std::optional< uint32_t > deviceIdOf( const Wiring& wiring, const ObjectSpec& object ) {
    Utils::Json::Document arguments;
    if ( !Utils::Json::parse( object.device.c_str(), arguments ) && arguments.IsObject() ) {
       return arguments.HasMember( "did" ) ? std::optional( arguments[ "did" ].GetUint() )
@@ -22,11 +19,13 @@ std::optional< uint32_t > ownDid( const Wiring& wiring, const ObjectSpec& object
    return labelled == wiring.labels.end() ? std::nullopt : std::optional( labelled->second );
 }
 
+namespace {
+
 // The object's own device and the muxes that lead to it, as far as the topology knows them.
 std::vector< const Wiring::Device* > devicesOnPath( const Wiring& wiring,
                                                     const ObjectSpec& object ) {
    std::vector< const Wiring::Device* > devices;
-   auto did = ownDid( wiring, object );
+   auto did = deviceIdOf( wiring, object );
    auto own = did ? wiring.devices.find( *did ) : wiring.devices.end();
    if ( own == wiring.devices.end() ) {
       return devices;

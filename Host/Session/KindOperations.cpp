@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "Host/Session/PoeReading.h"
 #include "Host/Session/SlotWords.h"
 
 namespace Host {
@@ -60,18 +61,6 @@ Reading readSlot( void* object ) {
    return reading;
 }
 
-Reading readPoePort( void* object ) {
-   auto port = static_cast< pl_poe_port* >( object );
-   float total = 0;
-   float primary = 0;
-   float alternative = 0;
-   pl_status status = port->ops->get_poe_port_power( port, &total, &primary, &alternative );
-   if ( status != PL_STATUS_OK ) {
-      return { .status = status };
-   }
-   return { .status = status, .value = total };
-}
-
 // A transceiver tells that there is one, and no more.
 Reading readXcvr( void* object ) {
    auto xcvr = static_cast< pl_xcvr* >( object );
@@ -87,7 +76,9 @@ const std::array< KindOperations, kKindNames.size() > kOperations = { {
    { Kind::System, "", addByDevice< decltype( pl_system_add ) >, readNothing },
    { Kind::Slot, "", addByDevice< decltype( pl_slot_add ) >, readSlot, TextPlace::AfterState },
    { Kind::Led, "", addByDevice< decltype( pl_led_add ) >, readNothing, TextPlace::Reading },
-   { Kind::PoePort, "W", addByDevice< decltype( pl_poe_port_add ) >, readPoePort },
+   { Kind::PoePort, "W", addByDevice< decltype( pl_poe_port_add ) >, readPoePower,
+     TextPlace::AfterState,
+     "the controller reports an error; it may be busy, or without firmware" },
    { Kind::TempSensor, "C", addTempSensor, readValue< &pl_temp_sensor_ops::get_temperature > },
    { Kind::Fan, "rpm", addByDevice< decltype( pl_fan_add ) >, readValue< &pl_fan_ops::get_rpm >,
      TextPlace::None, "it has stopped, or its tachometer is silent" },

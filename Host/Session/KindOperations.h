@@ -15,7 +15,7 @@ using namespace BoardFiles;
 struct Reading {
    pl_status status = PL_STATUS_OK;
    std::optional< double > value = {};  // of kinds that have one, when the status is PL_STATUS_OK
-   std::string text = {};               // for people
+   std::string text = {};               // for people; of a failure why, where the object tells it
 };
 
 using EntryPoint = void ( * )();  // of the type that the name in pl.h has

@@ -31,7 +31,7 @@ Observation observed( const ObjectSpec& object, const Reading& reading, std::str
       return { &object, State::Absent };
    }
    if ( reading.status == PL_STATUS_DEVICE_ERROR ) {
-      return { &object, State::Fault, std::move( reason ) };
+      return { &object, State::Fault, std::move( reason ), reading.value };
    }
    if ( reading.status != PL_STATUS_OK ) {
       return failed( object, std::move( reason ) );
@@ -52,7 +52,7 @@ Observation observed( const ObjectSpec& object, const Reading& reading, std::str
    if ( object.kind == Kind::Fan && value == 0 && object.range.min.value_or( 0 ) > 0 ) {
       return { &object, State::Critical, "the fan does not turn", value };
    }
-   return { &object, stateOf( object, value ), "", value };
+   return { &object, stateOf( object, value ), "", value, reading.text };
 }
 
 Observation failed( const ObjectSpec& object, std::string reason ) {

@@ -53,6 +53,12 @@ std::optional< Session::Death > Session::sweep( Found& found ) {
       if ( said->type == kAllRead ) {
          return std::nullopt;
       }
+      if ( said->type == kTrace ) {
+         if ( busyWith ) {
+            options_.hearTrace( *busyWith, said->text );
+         }
+         continue;
+      }
       if ( said->type == kNotInitialised ) {
          return Death{ {}, started_, said->text };
       }
@@ -83,7 +89,8 @@ bool Session::startWorker( const Found& found ) {
                                 .board = board_,
                                 .socket = options_.socket,
                                 .settings = settings_,
-                                .read = options_.readObject };
+                                .read = options_.readObject,
+                                .tellsTraces = options_.hearTrace != nullptr };
       SessionWorker( link, task ).run( objects );
    };
    worker_ = std::make_unique< Worker >( body, options_.traceLevel );
@@ -102,12 +109,8 @@ void Session::take( const Message& said, Found& found ) {
          break;
       case kRead: {
          const ObjectSpec& object = board_.objects[ i ];
-         std::string reason =
-            said.status == PL_STATUS_OK
-               ? ""
-               : whyNotOk( said.status, reasonFor( i, "" ), operations( object.kind ).deviceError );
-         found[ i ] =
-            observed( object, { said.status, said.value, said.text }, std::move( reason ) );
+         Reading reading{ said.status, said.value, said.text };
+         found[ i ] = observed( object, reading, whyNotRead( i, reading ) );
          break;
       }
       case kNotRead:
@@ -116,6 +119,17 @@ void Session::take( const Message& said, Found& found ) {
       default:
          worker_->forgetFailure();
    }
+}
+
+// Empty of a reading that is all right.
+std::string Session::whyNotRead( size_t object, const Reading& reading ) const {
+   if ( reading.status == PL_STATUS_OK ) {
+      return {};
+   }
+   return !reading.text.empty()
+             ? reading.text
+             : whyNotOk( reading.status, reasonFor( object, "" ),
+                         operations( board_.objects[ object ].kind ).deviceError );
 }
 
 // The request that failed, if one did.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -18,12 +19,15 @@ namespace Host {
 using namespace BoardFiles;
 
 struct SessionOptions {
-   std::string socket;   // of the SMBus service
-   int traceLevel = -1;  // traces that are printed; -1 for none
+   std::string socket = {};  // of the SMBus service
+   int traceLevel = -1;      // traces that are printed; -1 for none
    std::chrono::milliseconds stepLimit = std::chrono::seconds( 10 );  // to add or read one object
 
    // Runs in the worker, once an object has been added and at each later reading.
    ReadObject readObject = readAsKind;
+
+   // Hears the library's traces of level 0, each with the object that was busy; null for none.
+   std::function< void( size_t object, const std::string& line ) > hearTrace = {};
 };
 
 // The parent's side: a board's objects in the driver library, held by a worker. An object that
@@ -35,7 +39,7 @@ class Session {
    Session( const DriverLibrary& library, const Board& board, SessionOptions options );
 
    // What an object is set to once it has been added, from the next worker on.
-   void settingIs( size_t object, int setting ) { settings_[ object ] = setting; }
+   void settingIs( size_t object, const Setting& setting ) { settings_[ object ] = setting; }
 
    // Reads every object once, in the board's order. The worker stays alive between calls and runs
    // the library's timers.
@@ -52,6 +56,7 @@ class Session {
    std::optional< Death > sweep( Found& found );
    bool startWorker( const Found& found );
    void take( const Message& said, Found& found );
+   std::string whyNotRead( size_t object, const Reading& reading ) const;
    std::string reasonFor( size_t object, const std::string& otherwise ) const;
    void fail( size_t object, const std::string& why, Found& found );
    bool serviceGone() const;

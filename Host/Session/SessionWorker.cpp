@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -10,7 +11,7 @@
 #include <utility>
 
 #include "Host/Session/Reason.h"
-#include "Host/Session/SettingOperations.h"
+#include "Host/Session/UseError.h"
 #include "Platform/ServicePath.h"
 #include "Utils/NotImplementedException.h"
 #include "pl_host.h"
@@ -28,6 +29,8 @@ std::string exceptionOf( Kind kind, Step step ) {
    } catch ( const NotImplementedException& error ) {
       fprintf( stderr, "exception: %s\n", error.what() );
       return fmt::format( "the driver has no {}", kindName( kind ) );
+   } catch ( const UseError& error ) {
+      return error.what();
    } catch ( const std::exception& error ) {
       fprintf( stderr, "exception: %s\n", error.what() );
    } catch ( ... ) {
@@ -36,10 +39,22 @@ std::string exceptionOf( Kind kind, Step step ) {
    return kGaveUp;
 }
 
+// Printed all the same: where that is not wanted, nobody reads it.
+void tellTrace( void* link, int level, const char* text ) {
+   fprintf( stderr, "%s\n", text );
+   if ( level == 0 ) {
+      static_cast< const Worker::Link* >( link )->send( { .type = kTrace, .text = text } );
+   }
+}
+
 }  // namespace
 
 void SessionWorker::run( const std::vector< size_t >& objects ) const {
    setenv( PlatformLibrary::kServicePathVariable, task_.socket.c_str(), 1 );
+   if ( task_.tellsTraces ) {
+      pl_trace_level_set( std::max( pl_trace_level(), 0 ) );
+      pl_trace_sink_set( tellTrace, const_cast< Worker::Link* >( &link_ ) );
+   }
    if ( !initialise() ) {
       return;
    }

@@ -8,13 +8,14 @@
 
 #include "BoardFiles/Board.h"
 #include "Host/Session/DriverLibrary.h"
+#include "Host/Session/SettingOperations.h"
 #include "Host/Session/Worker.h"
 
 namespace Host {
 
 using namespace BoardFiles;
 
-using Settings = std::map< size_t, int >;  // by the object's position on the board
+using Settings = std::map< size_t, Setting >;  // by the object's position on the board
 
 using ReadObject = std::function< Reading( Kind kind, void* object ) >;
 
@@ -34,6 +35,7 @@ enum SessionMessage : int32_t {
    kRead,     // with status, value and text
    kNotRead,  // with text
    kAllRead,  // no number
+   kTrace,    // a line of the library's, without number
 };
 
 // The worker's side of a session.
@@ -45,6 +47,7 @@ class SessionWorker {
       std::string socket;  // of the SMBus service
       Settings settings;
       ReadObject read;
+      bool tellsTraces = false;
    };
 
    SessionWorker( const Worker::Link& link, const Task& task ) : link_( link ), task_( task ) {}

@@ -4,10 +4,11 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <charconv>
 #include <climits>
 #include <cmath>
 
+#include "Host/Session/ParseNumber.h"
+#include "Host/Session/PoeSettings.h"
 #include "Host/Session/UseError.h"
 #include "Utils/LedStatus.h"
 
@@ -17,16 +18,11 @@ namespace {
 
 using Utils::kLedStatusNames;
 
-// The number that the whole text is, within the limits.
-template < typename Number >
-std::optional< Number > parseNumber( std::string_view text, Number lowest, Number highest ) {
-   Number number{};
-   auto [ end, error ] = std::from_chars( text.data(), text.data() + text.size(), number );
-   bool whole = error == std::errc() && end == text.data() + text.size();
-   return whole && number >= lowest && number <= highest ? std::optional( number ) : std::nullopt;
+std::optional< Setting > settingOf( const std::optional< int >& number ) {
+   return number ? std::optional( Setting{ static_cast< double >( *number ) } ) : std::nullopt;
 }
 
-std::optional< int > parsePercentage( const ObjectSpec& fan, std::string_view text ) {
+std::optional< Setting > parsePercentage( const ObjectSpec& fan, std::string_view text ) {
    auto percentage = parseNumber( text, 0.0, 100.0 );
    if ( !percentage ) {
       return std::nullopt;
@@ -35,11 +31,10 @@ std::optional< int > parsePercentage( const ObjectSpec& fan, std::string_view te
       throw UseError( fmt::format(
          "\"{}\" has no range: give \"min\" and \"max\" in objects.json, or an rpm", fan.name ) );
    }
-   return static_cast< int >(
-      std::lround( std::lerp( *fan.range.min, *fan.range.max, *percentage / 100 ) ) );
+   return Setting{ std::round( std::lerp( *fan.range.min, *fan.range.max, *percentage / 100 ) ) };
 }
 
-std::optional< int > parseSpeed( const ObjectSpec& fan, const std::string& text ) {
+std::optional< Setting > parseSpeed( const ObjectSpec& fan, const std::string& text ) {
    if ( text.ends_with( '%' ) ) {
       return parsePercentage( fan, std::string_view( text ).substr( 0, text.size() - 1 ) );
    }
@@ -47,14 +42,14 @@ std::optional< int > parseSpeed( const ObjectSpec& fan, const std::string& text 
    if ( rpm && fan.range.max && *rpm > *fan.range.max ) {
       throw UseError( fmt::format( "\"{}\" turns at {} rpm at most", fan.name, *fan.range.max ) );
    }
-   return rpm;
+   return settingOf( rpm );
 }
 
-std::optional< int > parseBit( const ObjectSpec&, const std::string& text ) {
-   return parseNumber( text, 0, 1 );
+std::optional< Setting > parseBit( const ObjectSpec&, const std::string& text ) {
+   return settingOf( parseNumber( text, 0, 1 ) );
 }
 
-std::optional< int > parseLedStatus( const ObjectSpec&, const std::string& text ) {
+std::optional< Setting > parseLedStatus( const ObjectSpec&, const std::string& text ) {
    auto equalIgnoringCase = [ & ]( std::string_view name ) {
       return std::ranges::equal( name, text, []( unsigned char a, unsigned char b ) {
          return std::tolower( a ) == std::tolower( b );
@@ -62,26 +57,27 @@ std::optional< int > parseLedStatus( const ObjectSpec&, const std::string& text 
    };
    auto name = std::ranges::find_if( kLedStatusNames, equalIgnoringCase );
    bool isKnown = name != std::end( kLedStatusNames );
-   return isKnown ? std::optional( static_cast< int >( name - kLedStatusNames ) ) : std::nullopt;
+   return isKnown ? std::optional( Setting{ static_cast< double >( name - kLedStatusNames ) } )
+                  : std::nullopt;
 }
 
-pl_status applyLedStatus( void* object, int status ) {
+pl_status applyLedStatus( void* object, const Setting& status ) {
    auto led = static_cast< pl_led* >( object );
-   return led->ops->set_light_setting( led, static_cast< pl_led_status >( status ) );
+   return led->ops->set_light_setting( led, static_cast< pl_led_status >( status.number ) );
 }
 
-const char* ledStatusName( int status ) {
-   return kLedStatusNames[ status ];
+const char* ledStatusName( const Setting& status ) {
+   return kLedStatusNames[ static_cast< size_t >( status.number ) ];
 }
 
-pl_status applyRpm( void* object, int rpm ) {
+pl_status applyRpm( void* object, const Setting& rpm ) {
    auto fan = static_cast< pl_fan* >( object );
-   return fan->ops->set_rpm( fan, rpm );
+   return fan->ops->set_rpm( fan, static_cast< int >( rpm.number ) );
 }
 
-pl_status applyBit( void* object, int bit ) {
+pl_status applyBit( void* object, const Setting& bit ) {
    auto gpio = static_cast< pl_gpio* >( object );
-   return bit ? gpio->ops->bit_set( gpio ) : gpio->ops->bit_clear( gpio );
+   return bit.number != 0 ? gpio->ops->bit_set( gpio ) : gpio->ops->bit_clear( gpio );
 }
 
 const SettingOperations kLed = {
@@ -100,6 +96,14 @@ const SettingOperations kFan = {
 const SettingOperations kGpio = {
    .subject = "a GPIO", .choice = "give 0 or 1", .parse = parseBit, .apply = applyBit };
 
+const SettingOperations kPoePort = {
+   .subject = "a PoE port",
+   .choice = fmt::format( "give on, off, limit class, or limit and its watts, {} to {}",
+                          kLeastPoeLimit,
+                          kLargestPoeLimit ),
+   .parse = parsePoeSetting,
+   .apply = applyPoeSetting };
+
 }  // namespace
 
 const SettingOperations* settingOperations( Kind kind ) {
@@ -110,18 +114,20 @@ const SettingOperations* settingOperations( Kind kind ) {
          return &kFan;
       case Kind::Gpio:
          return &kGpio;
+      case Kind::PoePort:
+         return &kPoePort;
       default:
          return nullptr;
    }
 }
 
-int parseSetting( const ObjectSpec& object, const std::string& text ) {
+Setting parseSetting( const ObjectSpec& object, const std::string& text ) {
    const SettingOperations* operations = settingOperations( object.kind );
    if ( !operations ) {
-      throw UseError( fmt::format( "\"{}\" is a {}; only an led, fan or gpio can be set",
+      throw UseError( fmt::format( "\"{}\" is a {}; only an led, fan, gpio or poe_port can be set",
                                    object.name, kindName( object.kind ) ) );
    }
-   std::optional< int > value = operations->parse( object, text );
+   std::optional< Setting > value = operations->parse( object, text );
    if ( !value ) {
       throw UseError( fmt::format( "{} cannot be set to \"{}\"; {}", operations->subject, text,
                                    operations->choice ) );

@@ -11,15 +11,11 @@ namespace Host {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r";
+using Utils::trimmed;
+
 constexpr std::string_view kAirflow = "Airflow";  // ends each direction's name
 
 using Values = std::map< std::string_view, std::string_view >;
-
-std::string_view trimmed( std::string_view text ) {
-   size_t first = std::min( text.find_first_not_of( kBlanks ), text.size() );
-   return text.substr( first, text.find_last_not_of( kBlanks ) + 1 - first );
-}
 
 // What stands between the quotes that a text begins with.
 std::optional< std::string_view > quoted( std::string_view text ) {

@@ -40,7 +40,7 @@ TEST( Commands, RefuseWhatCannotBeWithStatusTwo ) {
       { kDemo + "get nowhere", "no object \"nowhere\"; it has chassis, inlet" },
       { kDemo + "get '\x1b[31m'", "\" [31m\"" },
       { kDemo + "set module-reset 2", "a GPIO cannot be set to \"2\"; give 0 or 1" },
-      { kDemo + "set inlet 20", "only an led, fan or gpio" },
+      { kDemo + "set inlet 20", "only an led, fan, gpio or poe_port" },
       { kDemo + "watch --set x", "--set x: give NAME=VALUE" },
       { kDemo + "smbus eeprom1 write-byte 0 0x100", "no number from 0 to 255" },
       { kDemo + "smbus eeprom1 i2c-read 0 0", "LENGTH must be at least 1" },

@@ -107,6 +107,26 @@ bool isMissing( const std::string& arguments ) {
    return attempt < 3;
 }
 
+pl_status tellState( pl_poe_port* port,
+                     pl_poe_port_state* state,
+                     pl_poe_port_state*,
+                     pl_poe_port_state*,
+                     pl_poe_port_pair_state* ) {
+   char word = *static_cast< char* >( port->priv );
+   *state = static_cast< pl_poe_port_state >( ( word - '0' ) % 7 );
+   return word == '?' ? PL_STATUS_IO_ERROR : PL_STATUS_OK;
+}
+
+pl_status tellTwelve( pl_poe_port*, float* value ) {
+   *value = 12;
+   return PL_STATUS_OK;
+}
+
+pl_status tellInformation( pl_poe_port* port, char** text ) {
+   *text = strdup( static_cast< char* >( port->priv ) + 1 );
+   return PL_STATUS_OK;
+}
+
 int findNone( pl_xcvr* ) {
    return 0;
 }
@@ -132,7 +152,7 @@ int findNone( pl_xcvr* ) {
 FAKE_KIND( system )
 FAKE_KIND( slot, ops.get_presence = tellModel )
 FAKE_KIND( led, ops.set_light_setting = setLed )
-FAKE_KIND( poe_port )
+FAKE_INIT( poe_port )
 FAKE_INIT( temp_sensor )
 FAKE_KIND( fan, ops.get_rpm = readSpeed, ops.set_rpm = speedUp )
 FAKE_KIND( xcvr, ops.type = PL_XCVR_QSFP, ops.family.qsfp.get_presence = findNone )
@@ -154,6 +174,28 @@ pl_temp_sensor* pl_temp_sensor_add( const char* arguments, float, float ) {
       return nullptr;
    }
    return new pl_temp_sensor{ nullptr, &ops, new std::string( words ) };
+}
+
+// The arguments are its state, or "?", and its information.
+pl_poe_port* pl_poe_port_add( const char* arguments ) {
+   static pl_poe_port_ops ops{};
+   ops.get_poe_port_power_state = tellState;
+   ops.get_poe_device_class = []( pl_poe_port*, pl_poe_device_class* deviceClass, auto, auto ) {
+      *deviceClass = PL_POE_CLASS_4;
+      return pl_status{ PL_STATUS_OK };
+   };
+   ops.get_poe_port_power = []( pl_poe_port* port, float* watts, float*, float* ) {
+      return tellTwelve( port, watts );
+   };
+   ops.get_poe_port_voltage = ops.get_poe_port_current = ops.get_poe_port_temperature = tellTwelve;
+   ops.get_poe_port_information = tellInformation;
+   ops.debug_info = []( const pl_poe_port* port, char** text, bool ) {
+      return tellInformation( const_cast< pl_poe_port* >( port ), text );
+   };
+   ops.set_poe_port_limit = []( pl_poe_port*, pl_poe_power_limit_mode, float ) {
+      return pl_status{ PL_STATUS_OK };
+   };
+   return new pl_poe_port{ nullptr, &ops, strdup( arguments ) };
 }
 
 pl_smbus* pl_smbus_add( const char* stem, uint8_t address ) {

@@ -94,7 +94,7 @@ TEST_F( SessionTest, AddsSetsAndReadsOtherKinds ) {
       { Kind::Fan, "", "{}" } };
    session.settingIs( 1, parseSetting( board.objects[ 1 ], "beacon" ) );
    session.settingIs( 2, parseSetting( board.objects[ 2 ], "Off" ) );
-   session.settingIs( 6, 20'000 );
+   session.settingIs( 6, { 20'000 } );
    EXPECT_THAT( states(), ElementsAre( State::Ok, State::Ok, State::Failed, State::Absent,
                                        State::Ok, State::Ok, State::Fault ) );
    EXPECT_EQ( read()[ 1 ].text, "Beacon" );
@@ -105,7 +105,7 @@ TEST_F( SessionTest, AddsSetsAndReadsOtherKinds ) {
 TEST( FanSettingTest, IsAnRpmOrAPercentageOfTheRange ) {
    ObjectSpec fan{ .kind = Kind::Fan, .name = "fan1", .device = "", .range = { 3601, 12000 } };
    for ( auto [ text, rpm ] : { std::pair( "7", 7 ), { "0%", 3601 }, { "12.5%", 4651 } } ) {
-      EXPECT_EQ( parseSetting( fan, text ), rpm ) << text;
+      EXPECT_EQ( parseSetting( fan, text ).number, rpm ) << text;
    }
    for ( const char* text : { "-1", "7rpm", "%", "100.1%", "-1%", "nan%", "50 %" } ) {
       EXPECT_THROW( parseSetting( fan, text ), UseError ) << text;
@@ -117,7 +117,7 @@ TEST( FanSettingTest, IsAnRpmOrAPercentageOfTheRange ) {
 
 TEST_F( SessionTest, AddsAndSetsAnObjectOnceItsModuleIsThere ) {
    board.objects = { { Kind::Fan, "", "late" } };
-   session.settingIs( 0, 6000 );
+   session.settingIs( 0, { 6000 } );
    EXPECT_EQ( read()[ 0 ].state, State::Absent );
    EXPECT_EQ( read()[ 0 ].state, State::Failed );
    EXPECT_EQ( read()[ 0 ].reading, 6000 );
