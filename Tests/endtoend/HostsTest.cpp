@@ -108,6 +108,32 @@ TEST( Service, TellsEveryHostWhatHandsDoToTheBoard ) {
               "fault\nlumen: rear2-outer: it has stopped, or its tachometer is silent\n" );
 }
 
+// Hosts that come and go change no port but the one that they are told to.
+TEST( Service, PowersWhatIsPluggedInAndIsToldOfNothingElse ) {
+   Service service( "lumen-smbusd --emulate Boards/poe48" );
+   auto poe = [ & ]( const std::string& command ) {
+      return lumen( "--board Boards/poe48 --socket " + service.path + " " + command ).output;
+   };
+   auto commands = [ & ] {
+      return service.tell( R"({"op":"get","did":1,"quantity":"commands"})" );
+   };
+   service.set( 1, "class5", 4 );
+   service.set( 1, "draw5", 20 );
+   service.set( 1, "device5", 1 );
+   EXPECT_THAT( poe( "poe" ), HasSubstr( "port6   enabled   delivering      4   20.0  class" ) );
+   service.set( 1, "draw5", 31 );
+   std::string table = poe( "poe" );
+   EXPECT_THAT( table, HasSubstr( "port6   enabled   fault           4    0.0" ) );
+   EXPECT_THAT( table, HasSubstr( "port1   enabled   delivering      4   12.5" ) );
+   EXPECT_THAT( table, HasSubstr( "overload detected\n" ) );
+   EXPECT_THAT( poe( "poe port6" ), HasSubstr( "Status detail:          overload\n" ) );
+   EXPECT_THAT( commands(), HasSubstr( "\"value\":0.0" ) );
+   service.set( 1, "device47", 1 );
+   poe( "set port48 on" );
+   EXPECT_EQ( poe( "get port48" ), "5 W\n" );
+   EXPECT_THAT( commands(), HasSubstr( "\"value\":1.0" ) );
+}
+
 TEST( Service, SeesABeaconBlinkWhileItIsWatched ) {
    Service service( "lumen-smbusd --emulate Boards/demo" );
    Process host( "lumen --board Boards/demo --socket " + service.path +
