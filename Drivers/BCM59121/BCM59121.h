@@ -23,7 +23,21 @@ namespace Drivers {
 // last. Nothing but what is asked for changes a port; to create, to initialise or to read does not.
 class BCM59121 : public Component::HardwareDevice {
  public:
-   struct PoeCache;
+   struct Answer {
+      std::string response;
+      timespec last{};  // of the monotonic clock, when it was asked for
+   };
+
+   // The last responses to the cached queries of one port. An empty one is always asked for.
+   struct PoeCache {
+      Answer portStatus;
+      Answer measurements;
+      Answer system;
+      Answer channels;
+      Answer crc;
+      Answer channelPower;
+   };
+
    class PoePort;
 
    static Component::HardwareDevice* create( const FactoryArgs& args, Ham::Ham* ham );
@@ -115,7 +129,6 @@ class BCM59121 : public Component::HardwareDevice {
    [[nodiscard]] pl_status queryDebug( uint8_t port, uint8_t cmd, std::string& response );
 
  private:
-   struct Answer;
    struct Query;
 
    [[nodiscard]] pl_status query( uint8_t cmd,
@@ -166,21 +179,6 @@ class BCM59121 : public Component::HardwareDevice {
    uint8_t crcFailGroup = 0;
    bool crcAutocorrectOn = false;
    bool isReprogramming_ = false;
-};
-
-struct BCM59121::Answer {
-   std::string response;
-   timespec last{};  // of the monotonic clock, when it was asked for
-};
-
-// The last responses to the cached queries of one port. An empty one is always asked for.
-struct BCM59121::PoeCache {
-   Answer portStatus;
-   Answer measurements;
-   Answer system;
-   Answer channels;
-   Answer crc;
-   Answer channelPower;
 };
 
 struct BCM59121::Query {
