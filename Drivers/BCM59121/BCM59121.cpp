@@ -48,6 +48,7 @@ BCM59121::BCM59121( const FactoryArgs& args )
       numAtPorts( static_cast< uint8_t >( LUMEN_INT_ARGUMENT( args, "numAtPorts" ) ) ) {
    cache.resize( numPorts );
    psuShutOff.resize( numPorts );
+   isShutOffUnsure_.resize( numPorts );
    if ( const std::string* path = findArgument( args.driverArgs, "firmwarePath" ) ) {
       firmwarePath = *path;
       hasFirmwarePath = true;
@@ -191,6 +192,7 @@ pl_status BCM59121::refusal( const PoePort* port ) const {
 void BCM59121::forgetController() {
    cache.assign( numPorts, {} );
    psuShutOff.assign( numPorts, 0 );
+   isShutOffUnsure_.assign( numPorts, false );
    globalConfigDone = false;
    crcAutocorrectOn = false;
 }

@@ -140,6 +140,7 @@ class BCM59121 : public Component::HardwareDevice {
                                       uint16_t delay,
                                       bool readAck );
    [[nodiscard]] pl_status refusal( const PoePort* port ) const;
+   [[nodiscard]] pl_status sendShutOffMask( PoePort* port, uint8_t mask );
    void forgetController();
 
    // The port's answers. Those to the queries are asked for where they are too old; they are kept
@@ -175,7 +176,8 @@ class BCM59121 : public Component::HardwareDevice {
    std::string firmwarePath;
    bool hasFirmwarePath = false;
    bool mpssValueZero;
-   std::vector< uint8_t > psuShutOff;  // what the controller was told, by port id
+   std::vector< uint8_t > psuShutOff;     // what the controller was told, by port id
+   std::vector< bool > isShutOffUnsure_;  // no acknowledgement came for the latest
    uint8_t crcFailGroup = 0;
    bool crcAutocorrectOn = false;
    bool isReprogramming_ = false;

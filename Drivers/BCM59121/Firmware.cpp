@@ -34,7 +34,8 @@ bool isDone( const std::string& response ) {
    return byteAt( response, kResult ) == kDone;
 }
 
-// These keep the controller from answering for a while, which shows that they were taken.
+// These keep the controller from answering for a while. When the first answer was lost, that shows
+// that they were taken; else the controller was busy before.
 bool keepsBusy( uint8_t command ) {
    return command == kClearImage || command == kStartImage;
 }
@@ -66,12 +67,10 @@ pl_status FirmwareUpdate::run() {
 }
 
 pl_status FirmwareUpdate::clear() {
-   if ( pl_status status = tell(
-           kClearImage, { kClearKey[ 0 ], kClearKey[ 1 ], kClearKey[ 2 ], kClearKey[ 3 ] } ) ) {
-      return status;
-   }
-   hasCleared_ = true;
-   return waitFor( kNoFirmware );
+   pl_status status =
+      tell( kClearImage, { kClearKey[ 0 ], kClearKey[ 1 ], kClearKey[ 2 ], kClearKey[ 3 ] } );
+   mayHaveCleared_ = status == PL_STATUS_OK || mayHaveArrived_;
+   return status == PL_STATUS_OK ? waitFor( kNoFirmware ) : status;
 }
 
 pl_status FirmwareUpdate::write() {
@@ -125,17 +124,23 @@ pl_status FirmwareUpdate::tell( uint8_t command, std::initializer_list< uint8_t 
 
 template < typename IsTaken >
 pl_status FirmwareUpdate::ask( const std::string& message, IsTaken isTaken ) {
+   uint8_t command = byteAt( message, 0 );
    pl_status status = PL_STATUS_OK;
    std::string response;
+   mayHaveArrived_ = false;
    for ( int sent = 0; sent <= kRepeats; ++sent ) {
       if ( sent > 0 ) {
          pause( kRepeatAfter );
       }
       status = exchange( ham_, message, response );
-      if ( status == PL_STATUS_OK && !isTaken( response ) ) {
+      if ( status == PL_STATUS_OK ) {
+         if ( isTaken( response ) ) {
+            return PL_STATUS_OK;
+         }
          status = PL_STATUS_DEVICE_ERROR;
-      } else if ( status == PL_STATUS_OK ||
-                  ( keepsBusy( byteAt( message, 0 ) ) && isIntact( kNotReady, response ) ) ) {
+      } else if ( !isIntact( kNotReady, response ) ) {
+         mayHaveArrived_ = true;
+      } else if ( mayHaveArrived_ && keepsBusy( command ) ) {
          return PL_STATUS_OK;
       }
    }

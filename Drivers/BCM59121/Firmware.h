@@ -15,8 +15,8 @@ class FirmwareUpdate {
    // The step that failed is named by failedStep().
    [[nodiscard]] pl_status run();
    const char* failedStep() const { return step_; }
-   // Whether the firmware that ran is gone, and all that it was told.
-   bool hasCleared() const { return hasCleared_; }
+   // Whether the firmware that ran may be gone, and all that it was told.
+   bool mayHaveCleared() const { return mayHaveCleared_; }
 
  private:
    [[nodiscard]] pl_status clear();
@@ -32,7 +32,8 @@ class FirmwareUpdate {
    Ham::Ham* ham_;
    const FirmwareImage& image_;
    const char* step_ = "";
-   bool hasCleared_ = false;
+   bool mayHaveCleared_ = false;
+   bool mayHaveArrived_ = false;  // the latest message, though it has no good answer yet
 };
 
 }  // namespace Drivers::Poe

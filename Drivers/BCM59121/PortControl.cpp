@@ -59,16 +59,20 @@ pl_status BCM59121::setShutOffWithPsu( PoePort* port, uint8_t psu, bool enable )
       return status;
    }
    unsigned bits = mpssValueZero ? kAnySupply : bitOfSupply( psu );
-   uint8_t& mask = psuShutOff[ port->id ];
+   uint8_t mask = psuShutOff[ port->id ];
    uint8_t wanted = withBits( mask, bits, enable );
-   if ( wanted == mask ) {
-      return PL_STATUS_OK;
+   bool isKnown = !isShutOffUnsure_[ port->id ];
+   return isKnown && wanted == mask ? PL_STATUS_OK : sendShutOffMask( port, wanted );
+}
+
+// A mask whose acknowledgement is lost may be the controller's or not: it is sent again.
+pl_status BCM59121::sendShutOffMask( PoePort* port, uint8_t mask ) {
+   pl_status status = configPort( port, Poe::kShutOffMask, mask, kWait );
+   isShutOffUnsure_[ port->id ] = status != PL_STATUS_OK;
+   if ( status == PL_STATUS_OK ) {
+      psuShutOff[ port->id ] = mask;
    }
-   if ( pl_status status = configPort( port, Poe::kShutOffMask, wanted, kWait ) ) {
-      return status;
-   }
-   mask = wanted;
-   return PL_STATUS_OK;
+   return status;
 }
 
 pl_status BCM59121::setPowerLimit( PoePort* port, pl_poe_power_limit_mode mode, float watts ) {

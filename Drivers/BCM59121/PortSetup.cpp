@@ -75,11 +75,7 @@ pl_status BCM59121::portInit( PoePort* port ) {
    if ( hasTwoChannels( port ) ) {
       worst.add( configPort( port, Poe::kPowerUpMode, kTwoChannels, kWait ) );
    }
-   pl_status status = configPort( port, Poe::kShutOffMask, kNeverShutOff, kWait );
-   if ( status == PL_STATUS_OK ) {
-      psuShutOff[ port->id ] = kNeverShutOff;
-   }
-   worst.add( status );
+   worst.add( sendShutOffMask( port, kNeverShutOff ) );
    return worst.get();
 }
 

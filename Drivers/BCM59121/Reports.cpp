@@ -24,7 +24,13 @@ std::string bytesOf( const std::string& response ) {
    return text;
 }
 
-std::string describe( BCM59121& device, uint8_t port, const Section& section, bool withBytes ) {
+// A section, or how it failed.
+struct Description {
+   std::string text;
+   bool isServiceLost;  // there is no use in asking for more
+};
+
+Description describe( BCM59121& device, uint8_t port, const Section& section, bool withBytes ) {
    std::string response;
    pl_status result =
       device.queryDebug( section.isOfPort ? port : kUnused, section.command, response );
@@ -37,15 +43,26 @@ std::string describe( BCM59121& device, uint8_t port, const Section& section, bo
          text += line( fmt::format( "  {}", field.label ), field.value( response ) );
       }
    }
-   return withBytes && !response.empty() ? text + line( "  Bytes", bytesOf( response ) ) : text;
+   if ( withBytes && !response.empty() ) {
+      text += line( "  Bytes", bytesOf( response ) );
+   }
+   return { text, result == PL_STATUS_IO_ERROR && response.empty() };
 }
 
 std::string describe( BCM59121& device, uint8_t port, bool isForDevelopers, bool withBytes ) {
    std::string text = line( "PoE port", std::to_string( port ) );
+   bool isServiceLost = false;
    for ( const Section& section : reportSections() ) {
-      if ( isForDevelopers || !section.isForDevelopers ) {
-         text += describe( device, port, section, withBytes );
+      if ( section.isForDevelopers && !isForDevelopers ) {
+         continue;
       }
+      if ( isServiceLost ) {
+         text += line( section.title, failureText( PL_STATUS_IO_ERROR ) );
+         continue;
+      }
+      Description description = describe( device, port, section, withBytes );
+      text += description.text;
+      isServiceLost = description.isServiceLost;
    }
    return text;
 }

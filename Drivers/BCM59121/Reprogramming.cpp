@@ -11,6 +11,8 @@ namespace Drivers {
 
 namespace {
 
+constexpr int kMapAttempts = 3;
+
 // True for as long as it lives, however its block is left.
 class Busy {
  public:
@@ -37,6 +39,7 @@ pl_status BCM59121::reprogramFirmware( PoePort* port, bool force, char** text ) 
 
 // A controller that does not tell is not taken for one without firmware.
 pl_status BCM59121::supplyFirmware( PoePort* port, std::string& outcome ) {
+   cache[ port->id ].system = {};  // what it was is no answer
    PoeCache answers;
    pl_status status = fetch( port, { systemQuery() }, &answers );
    const std::string& response = answers.system.response;
@@ -65,17 +68,25 @@ pl_status BCM59121::writeFirmware( PoePort* port, std::string& outcome ) {
    {
       Busy busy( isReprogramming_ );
       pl_status status = update.run();
-      if ( update.hasCleared() ) {
+      if ( update.mayHaveCleared() ) {
          forgetController();
       }
       if ( status != PL_STATUS_OK ) {
-         outcome = fmt::format( "{}: {}. PoE ports may have no power until it is done again.",
-                                update.failedStep(), Poe::failureText( status ) );
+         outcome = fmt::format( "{}: {}. {}", update.failedStep(), Poe::failureText( status ),
+                                update.mayHaveCleared()
+                                   ? "PoE ports may have no power until it is done again."
+                                   : "Nothing was changed." );
          return status;
       }
    }
-   pl_status status = configPortMap( port );
-   cache.assign( numPorts, {} );
+   pl_status status = PL_STATUS_OK;
+   for ( int attempt = 0; attempt < kMapAttempts; ++attempt ) {
+      status = configPortMap( port );
+      cache.assign( numPorts, {} );
+      if ( status == PL_STATUS_OK ) {
+         break;
+      }
+   }
    outcome = fmt::format( "PoE firmware {}.{} loaded{}{}.", image.version, image.extendedVersion,
                           status == PL_STATUS_OK ? "" : ", ports not mapped: ",
                           status == PL_STATUS_OK ? "" : Poe::failureText( status ) );

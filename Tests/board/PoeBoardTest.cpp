@@ -28,6 +28,20 @@ class PoeBoardTest : public Tests::RunningBoard {
    double get( const char* quantity ) const { return chips->get( kController, quantity ); }
 };
 
+// A firmware 9.3 for the board; gives the root below which the driver finds it.
+std::string writeImage( const Tests::TemporaryDirectory& root ) {
+   std::filesystem::create_directory( root.path() / "poe48" );
+   std::string payload( 100, 'p' );
+   uint32_t crc = Drivers::Poe::crc32( payload );
+   std::string header{ 'L', 'P', 'S', 'E', 0, 0, 0, 100 };
+   for ( int shift = 24; shift >= 0; shift -= 8 ) {
+      header += static_cast< char >( crc >> shift );
+   }
+   header += std::string{ 9, 3, 0, 0 };
+   std::ofstream( root.path() / "poe48/poe_firmware.bin" ) << header << payload;
+   return root.path().string() + "/";
+}
+
 // "powered 12.5 W (12.5 + 0), class 4"; what was read is kept for two seconds.
 std::string describe( pl_poe_port* port ) {
    constexpr const char* kStates[] = { "disabled", "searching", "requesting", "requesting dual",
@@ -111,18 +125,8 @@ TEST_F( PoeBoardTest, StartingAndReadingChangesNothing ) {
 
 TEST_F( PoeBoardTest, InitialisationBringsAControllerWithoutFirmwareBack ) {
    Tests::TemporaryDirectory root;
-   std::filesystem::create_directory( root.path() / "poe48" );
-   std::string payload( 100, 'p' );
-   uint32_t crc = Drivers::Poe::crc32( payload );
-   std::string header{ 'L', 'P', 'S', 'E', 0, 0, 0, 100 };
-   for ( int shift = 24; shift >= 0; shift -= 8 ) {
-      header += static_cast< char >( crc >> shift );
-   }
-   header += std::string{ 9, 3, 0, 0 };
-   std::ofstream( root.path() / "poe48/poe_firmware.bin" ) << header << payload;
-   std::string rootPath = root.path().string() + "/";
-   Drivers::Poe::firmwareRoot = rootPath.c_str();
-
+   const std::string path = writeImage( root );
+   Drivers::Poe::firmwareRoot = path.c_str();
    pl_poe_port* port = add( "port1" );
    chips->set( kController, "firmwareMissing", 1 );
    EXPECT_EQ( get( "powered0" ), 0 );
@@ -135,6 +139,27 @@ TEST_F( PoeBoardTest, InitialisationBringsAControllerWithoutFirmwareBack ) {
    free( text );
    EXPECT_EQ( port->ops->set_poe_port_pse( port, true ), PL_STATUS_OK );
    EXPECT_EQ( get( "watts0" ), 12.5 );
+}
+
+// A controller that is busy keeps its firmware; a mask of which nobody knows is sent again.
+TEST_F( PoeBoardTest, NothingIsTakenForDoneThatWasNotAcknowledged ) {
+   Tests::TemporaryDirectory root;
+   const std::string path = writeImage( root );
+   Drivers::Poe::firmwareRoot = path.c_str();
+   pl_poe_port* port = add( "port1" );
+   chips->set( kController, "busy", 1 );
+   char* text = nullptr;
+   EXPECT_EQ( port->ops->reprogram_poe_firmware( port, true, &text ), PL_STATUS_DEVICE_ERROR );
+   EXPECT_STREQ( text, "Clearing current image: hardware error. Nothing was changed." );
+   free( text );
+   chips->set( kController, "busy", 0 );
+   EXPECT_EQ( get( "powered0" ), 1 );
+   chips->addFault( kController, { .kind = BoardFiles::FaultKind::kNak, .skip = 1 } );
+   EXPECT_NE( port->ops->set_poe_port_shut_off_with_psu( port, 0, true ), PL_STATUS_OK );
+   EXPECT_EQ( port->ops->set_poe_port_shut_off_with_psu( port, 0, false ), PL_STATUS_OK );
+   EXPECT_EQ( get( "commands" ), 2 );
+   chips->set( kController, "supplyFailed", 2 );
+   EXPECT_EQ( get( "powered0" ), 1 );
 }
 
 }  // namespace
