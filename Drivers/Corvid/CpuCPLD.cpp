@@ -21,10 +21,10 @@ constexpr Ham::Ham::Register kRevision = 0x40;
 constexpr int kFans = 8;
 
 // Of a module's type.
-constexpr uint8_t kFrontToBack = 0x01;
 constexpr uint8_t kGenerationShift = 1;
 constexpr uint8_t kGenerationMask = 3;
 constexpr uint8_t kSecondGeneration = 2;
+constexpr uint8_t kSimulatedType = 0x01;  // of the first generation, front to back
 
 constexpr double kSecondsPerMinute = 60;
 
@@ -36,10 +36,6 @@ constexpr double kControlledSpeed = 0.7;
 constexpr double kDutyStep = 0.0039;
 constexpr double kGreatestDuty = 0.9945;
 static_assert( static_cast< int >( kGreatestDuty / kDutyStep ) == 255 );
-
-bool isFrontToBack( uint8_t type ) {
-   return type & kFrontToBack;
-}
 
 bool isSet( uint8_t bits, uint8_t index ) {
    return bits >> index & 1;
@@ -196,7 +192,7 @@ bool parseFanInformation( uint8_t type,
    };
    if ( name ) {
       *name = text( "name" );
-      std::ranges::replace( *name, '?', isFrontToBack( type ) ? 'F' : 'R' );
+      std::ranges::replace( *name, '?', CpuCPLD::isFrontToBack( type ) ? 'F' : 'R' );
    }
    take( "maxRpm", maxRpm, Utils::stoi );
    take( "minRpm", minRpm, Utils::stoi );
@@ -248,7 +244,7 @@ const Utils::ExpectedValues& CpuCPLD::expectedValues() {
          registers[ kTachometer + 2 * fan ] = { 3000 & 0xFF, 1 };
          registers[ kTachometer + 2 * fan + 1 ] = { 3000 >> 8, 1 };
          registers[ kDuty + fan ] = { 0xFF, 1 };
-         registers[ kType + fan ] = { kFrontToBack, 1 };
+         registers[ kType + fan ] = { kSimulatedType, 1 };
       }
       return registers;
    }();

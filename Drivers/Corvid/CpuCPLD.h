@@ -44,6 +44,9 @@ class CpuCPLD : public Component::HardwareDevice {
    // `type` tells the module's airflow and generation.
    [[nodiscard]] pl_status getFanPresence( uint8_t index, bool& present, uint8_t& type );
 
+   // Of a module's type.
+   static bool isFrontToBack( uint8_t type ) { return type & 1; }
+
    // For a fan that is linear in its duty, from 30 % of its highest speed at duty 0.
    static uint8_t dutyFor( int rpm, int maxRpm );
 

@@ -7,9 +7,7 @@ namespace Drivers {
 
 namespace {
 
-// Of a module's type.
-constexpr uint8_t kFrontToBack = 0x01;
-constexpr uint8_t kTypeMask = 7;
+constexpr uint8_t kTypeMask = 7;  // what of a module's type is told
 
 }  // namespace
 
@@ -63,7 +61,7 @@ std::string CpuCPLD::Slot::describe( uint8_t type ) const {
       "fan.i = {:f}\n"
       "fan.libPath = '{}'\n"
       "fan.devArgs = '{}'\n",
-      index_ + 1, name, "N/A", type & kFrontToBack ? "frontToBack" : "backToFront",
+      index_ + 1, name, "N/A", isFrontToBack( type ) ? "frontToBack" : "backToFront",
       static_cast< unsigned >( maxRpm ), p, i, "", jsonText_ ? jsonText_ : "" );
 }
 

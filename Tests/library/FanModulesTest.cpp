@@ -14,6 +14,7 @@
 using namespace testing;
 using Component::LogicalDevice::Fan;
 using Component::LogicalDevice::Slot;
+using Tests::joined;
 
 namespace {
 
@@ -25,10 +26,6 @@ const std::string kCpu =
 const std::string kOuter = "fanId=9; position=2; maxRpm=10000; isOuter=7";
 const std::string kInner = "fanId=9; position=2; maxRpm=10000; minRpm=3000; isOuter=0";
 const std::string kSpinner = "fanId=5; maxRpm=13000; minRpm=3000";
-
-std::string joined( const std::vector< std::string >& log ) {
-   return fmt::format( "{}", fmt::join( log, "; " ) );
-}
 
 // A board controller on a fake HAM: present modules, good fans.
 class Controller {

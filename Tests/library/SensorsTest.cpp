@@ -18,6 +18,7 @@
 
 using namespace Drivers;
 using namespace testing;
+using Tests::joined;
 using Tests::kUntouched;
 using Tests::SensorChip;
 
@@ -25,10 +26,6 @@ namespace {
 
 constexpr float kInfinity = std::numeric_limits< float >::infinity();
 constexpr float kNaN = std::numeric_limits< float >::quiet_NaN();
-
-std::string joined( const std::vector< std::string >& log ) {
-   return fmt::format( "{}", fmt::join( log, "; " ) );
-}
 
 // Words as the HAM gives them: the chip's first byte in the low half.
 TEST( Degrees, AreTruncatedAndSaturatedToRegisters ) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <fmt/format.h>
+
 #include <memory>
 #include <sstream>
 #include <string>
@@ -20,6 +22,10 @@ inline DriverArguments pairsOf( const std::string& text ) {
       pairs[ item.substr( 0, equals ) ] = item.substr( equals + 1 );
    }
    return pairs;
+}
+
+inline std::string joined( const std::vector< std::string >& log ) {
+   return fmt::format( "{}", fmt::join( log, "; " ) );
 }
 
 // Registers and their bytes, both hexadecimal, as pairs.
