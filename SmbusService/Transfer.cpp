@@ -71,6 +71,22 @@ uint32_t Transfer::answerLimit() const {
    }
 }
 
+Transfer sendByte( const AdapterId& adapter, uint8_t device, uint8_t byte ) {
+   Transfer transfer = receiveByte( adapter, device );
+   transfer.type = Smbus::REQUEST_WRITE;
+   transfer.reg = byte;
+   return transfer;
+}
+
+Transfer receiveByte( const AdapterId& adapter, uint8_t device ) {
+   Transfer transfer{};
+   transfer.type = Smbus::REQUEST_READ;
+   transfer.address.device = device;
+   transfer.address.registerSize = 1;
+   transfer.adapter = adapter;
+   return transfer;
+}
+
 Transfer decode( const Smbus::Request& request ) {
    AddressWord address = decodeAddressWord( request.address() );
    return {

@@ -52,6 +52,10 @@ struct Transfer {
    uint32_t answerLimit() const;
 };
 
+// Transfers of the service's own.
+Transfer sendByte( const AdapterId&, uint8_t device, uint8_t byte );
+Transfer receiveByte( const AdapterId&, uint8_t device );
+
 // Bytes that one transfer moves at most in each direction.
 constexpr uint32_t kMaxTransferSize = 8192;
 constexpr uint32_t kMaxBlockSize = 255;

@@ -150,6 +150,7 @@ std::unique_ptr< EmulatedBoard > loadBoard( const BoardFiles::Board& documents )
       all.insert( all.end(), maker.findings.begin(), maker.findings.end() );
       throw BoardFiles::BoardError( std::move( all ) );
    }
+   maker.board->connectMuxes( documents.wiring );
    return std::move( maker.board );
 }
 
