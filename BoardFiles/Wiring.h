@@ -28,6 +28,9 @@ struct Wiring {
       std::string label;  // the medium's
       std::string pointer;
       Media::Medium medium;
+
+      std::string mediumName() const;  // its label, or its type where it has none
+      std::string name() const;        // `scd0 accelerator 1 bus 2`
    };
 
    // A piece of bus: at an adapter, or behind a mux's channel.

@@ -8,11 +8,6 @@ namespace {
 
 using BoardFiles::Wiring;
 
-AdapterId idOf( const Wiring::Adapter& adapter ) {
-   return AdapterId::of( adapter.master, adapter.pci, static_cast< uint8_t >( adapter.accelerator ),
-                         static_cast< uint8_t >( adapter.bus ) );
-}
-
 // Puts a wiring's busses and devices into the trees of their adapters.
 class Planter {
  public:

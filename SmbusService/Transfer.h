@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "BoardFiles/Wiring.h"
 #include "SmbusService/AddressWord.h"
 #include "smbus.pb.h"
 
@@ -23,6 +24,8 @@ struct AdapterId {
 
    auto operator<=>( const AdapterId& ) const = default;
 };
+
+AdapterId idOf( const BoardFiles::Wiring::Adapter& );
 
 // One request, decoded. On the wire, with register numbers most significant byte first:
 //
