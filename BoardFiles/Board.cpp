@@ -56,6 +56,12 @@ bool isLookedAt( Presence presence, const std::string& path ) {
             status.type() != std::filesystem::file_type::not_found );
 }
 
+bool isMistakeFree( const BoardFile& document, const std::vector< Finding >& findings ) {
+   return document.sound && std::ranges::all_of( findings, [ & ]( const Finding& finding ) {
+             return finding.isWarning || finding.file != document.path;
+          } );
+}
+
 }  // namespace
 
 Board loadBoard( const std::string& directory, const Extent& extent ) {
@@ -87,7 +93,7 @@ Board loadBoard( const std::string& directory, const Extent& extent ) {
       checkEmulation( chips, wiring, findings );
    }
    std::vector< AdapterSpec > adapterSpecs;
-   if ( topology.sound && adapters.sound ) {
+   if ( adapters.sound && isMistakeFree( topology, findings ) ) {
       adapterSpecs = readAdapterSpecs( adapters, wiring, findings );
    }
    addresses.compare();
