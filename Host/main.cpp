@@ -49,6 +49,7 @@ int main( int argc, char** argv ) {
    Host::addWatchCommand( app, program );
    Host::addGetAndSetCommands( app, program );
    Host::addPoeCommand( app, program );
+   Host::addScanCommand( app, program );
    Host::addSmbusCommand( app, program );
    Host::addCheckCommand( app, program );
    try {

@@ -97,6 +97,7 @@ void addStatusCommand( CLI::App& app, Program& program );
 void addCheckCommand( CLI::App& app, Program& program );
 void addGetAndSetCommands( CLI::App& app, Program& program );
 void addPoeCommand( CLI::App& app, Program& program );
+void addScanCommand( CLI::App& app, Program& program );
 void addSmbusCommand( CLI::App& app, Program& program );
 void addWatchCommand( CLI::App& app, Program& program );
 
