@@ -50,6 +50,7 @@ int main( int argc, char** argv ) {
    Host::addGetAndSetCommands( app, program );
    Host::addPoeCommand( app, program );
    Host::addScanCommand( app, program );
+   Host::addLogCommand( app, program );
    Host::addSmbusCommand( app, program );
    Host::addCheckCommand( app, program );
    try {

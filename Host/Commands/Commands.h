@@ -96,6 +96,7 @@ CLI::App* addCommand( CLI::App& app,
 void addStatusCommand( CLI::App& app, Program& program );
 void addCheckCommand( CLI::App& app, Program& program );
 void addGetAndSetCommands( CLI::App& app, Program& program );
+void addLogCommand( CLI::App& app, Program& program );
 void addPoeCommand( CLI::App& app, Program& program );
 void addScanCommand( CLI::App& app, Program& program );
 void addSmbusCommand( CLI::App& app, Program& program );

@@ -12,7 +12,7 @@ namespace {
 
 class WireLineTest : public testing::Test {
  protected:
-   Board board = loadBoard( LUMEN_SOURCE_DIR "/Boards/demo", Emulation::Unused );
+   Board board = loadBoard( LUMEN_SOURCE_DIR "/Boards/demo", {} );
    WireNames names{ board.wiring };
 
    // At the FPGA's third bus.
