@@ -9,6 +9,7 @@
 #include "Platform/ServicePath.h"
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "SmbusService/Emulator/Control.h"
+#include "SmbusService/Readiness.h"
 #include "SmbusService/Server.h"
 #include "Utils/StandardStreams.h"
 
@@ -34,9 +35,15 @@ void serveBoard( const Options& options, Log& log ) {
    if ( !options.control.empty() ) {
       control.emplace( *board, options.control );
    }
-   signals.async_wait( [ & ]( asio::error_code, int ) { server.stop(); } );
+   Readiness readiness( context );
+   signals.async_wait( [ & ]( asio::error_code, int ) {
+      readiness.stopping();
+      server.stop();
+   } );
+   std::string announcement = fmt::format( "serving {} at {}", options.board, options.socket );
    Log announcements( STDOUT_FILENO );
-   announcements.write( fmt::format( "serving {} at {}", options.board, options.socket ) );
+   announcements.write( announcement );
+   readiness.ready( announcement );
    context.run();
 }
 
