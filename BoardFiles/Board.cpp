@@ -47,16 +47,24 @@ ObjectSpec readObject( const Value& object ) {
    return spec;
 }
 
-// Also a link to nowhere.
-bool hasEntry( const std::string& directory ) {
+// A link to nowhere is present, too.
+bool isLookedAt( Presence presence, const std::string& path ) {
    std::error_code error;
-   auto status = std::filesystem::symlink_status( directory + "/emulation.json", error );
-   return status.type() != std::filesystem::file_type::not_found;
+   auto status = std::filesystem::symlink_status( path, error );
+   return presence == Presence::Needed ||
+          ( presence == Presence::IfPresent &&
+            status.type() != std::filesystem::file_type::not_found );
+}
+
+bool isMistakeFree( const BoardFile& document, const std::vector< Finding >& findings ) {
+   return document.sound && std::ranges::all_of( findings, [ & ]( const Finding& finding ) {
+             return finding.isWarning || finding.file != document.path;
+          } );
 }
 
 }  // namespace
 
-Board loadBoard( const std::string& directory, Emulation emulation ) {
+Board loadBoard( const std::string& directory, const Extent& extent ) {
    std::error_code error;
    if ( !std::filesystem::is_directory( directory, error ) ) {
       throw std::runtime_error( directory + ": no such board folder" );
@@ -65,10 +73,13 @@ Board loadBoard( const std::string& directory, Emulation emulation ) {
    BoardFile topology = readTopology( directory, findings );
    BoardFile objects = readObjects( directory, findings );
    BoardFile chips;
-   bool hasEmulation = emulation == Emulation::Needed ||
-                       ( emulation == Emulation::IfPresent && hasEntry( directory ) );
+   BoardFile adapters;
+   bool hasEmulation = isLookedAt( extent.emulation, directory + "/emulation.json" );
    if ( hasEmulation ) {
       chips = readEmulation( directory, findings );
+   }
+   if ( isLookedAt( extent.adapters, directory + "/adapters.json" ) ) {
+      adapters = readAdapters( directory, findings );
    }
    Wiring wiring;
    AddressCheck addresses( wiring, findings );
@@ -81,6 +92,10 @@ Board loadBoard( const std::string& directory, Emulation emulation ) {
    if ( topology.sound && objects.sound && chips.sound ) {
       checkEmulation( chips, wiring, findings );
    }
+   std::vector< AdapterSpec > adapterSpecs;
+   if ( adapters.sound && isMistakeFree( topology, findings ) ) {
+      adapterSpecs = readAdapterSpecs( adapters, wiring, findings );
+   }
    addresses.compare();
    if ( !std::ranges::all_of( findings, &Finding::isWarning ) ) {
       throw BoardError( std::move( findings ) );
@@ -90,7 +105,8 @@ Board loadBoard( const std::string& directory, Emulation emulation ) {
                 .topology = std::move( topology.text ),
                 .wiring = std::move( wiring ),
                 .warnings = std::move( findings ),
-                .hasEmulation = hasEmulation };
+                .hasEmulation = hasEmulation,
+                .adapters = std::move( adapterSpecs ) };
    for ( const Value& object : objects.json[ "objects" ].GetArray() ) {
       board.objects.push_back( readObject( object ) );
    }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "BoardFiles/AdapterSpec.h"
 #include "BoardFiles/ChipSpec.h"
 #include "BoardFiles/FanRange.h"
 #include "BoardFiles/Finding.h"
@@ -32,12 +33,18 @@ struct Board {
    std::vector< ChipSpec > chips = {};
    std::vector< Finding > warnings = {};
    bool hasEmulation = false;  // emulation.json was looked at
+   std::vector< AdapterSpec > adapters = {};
 };
 
-enum class Emulation { Unused, IfPresent, Needed };
+// Which of a board's further documents are looked at.
+enum class Presence { Unused, IfPresent, Needed };
+struct Extent {
+   Presence emulation = Presence::Unused;
+   Presence adapters = Presence::Unused;
+};
 
-// Reads and checks the documents of a board's folder; the emulation document is looked at as asked.
+// Reads and checks the documents of a board's folder, the further ones as asked.
 // Throws BoardError with every mistake found, std::runtime_error where there is no such folder.
-Board loadBoard( const std::string& directory, Emulation emulation );
+Board loadBoard( const std::string& directory, const Extent& extent );
 
 }  // namespace BoardFiles

@@ -101,6 +101,11 @@ BoardFile readEmulation( const std::string& directory, std::vector< Finding >& f
    return readFile( directory, "emulation.json", schema, findings );
 }
 
+BoardFile readAdapters( const std::string& directory, std::vector< Finding >& findings ) {
+   static const Schema schema( Schemas::kAdapters );
+   return readFile( directory, "adapters.json", schema, findings );
+}
+
 BoardFile readControlRequest( std::string text, std::vector< Finding >& findings ) {
    static const Schema schema( Schemas::kControl,
                                { { "emulation.schema.json", Schemas::kEmulation } } );

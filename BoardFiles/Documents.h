@@ -21,6 +21,7 @@ struct BoardFile {
 BoardFile readTopology( const std::string& directory, std::vector< Finding >& findings );
 BoardFile readObjects( const std::string& directory, std::vector< Finding >& findings );
 BoardFile readEmulation( const std::string& directory, std::vector< Finding >& findings );
+BoardFile readAdapters( const std::string& directory, std::vector< Finding >& findings );
 
 // A request to the emulator's control socket; its path is "request".
 BoardFile readControlRequest( std::string text, std::vector< Finding >& findings );

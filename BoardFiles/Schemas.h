@@ -6,6 +6,7 @@ namespace BoardFiles::Schemas {
 extern const char* const kTopology;
 extern const char* const kObjects;
 extern const char* const kEmulation;
+extern const char* const kAdapters;
 extern const char* const kControl;
 
 }  // namespace BoardFiles::Schemas

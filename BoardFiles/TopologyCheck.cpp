@@ -202,6 +202,9 @@ void TopologyWalk::mux( const Value& node, size_t above, const std::string& poin
    uint32_t chip = node[ "did" ].GetUint();
    label( node, pointer );
    muxes_.emplace_back( chip, pointer );
+   if ( node.HasMember( "verify" ) && node[ "verify" ].GetBool() ) {
+      wiring_.verifiedMuxes.insert( chip );
+   }
    Seen ids;
    forEach( node, "busses", pointer, [ & ]( const Value& child, const auto& place ) {
       unique( ids, child, "id", place );

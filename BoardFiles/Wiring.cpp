@@ -4,20 +4,17 @@
 
 namespace BoardFiles {
 
-namespace {
-
-std::string nameOfAdapter( const Wiring::Adapter& adapter ) {
-   std::string name = adapter.label.empty() ? std::string( adapter.medium.type ) : adapter.label;
-   if ( adapter.medium.shape == Media::Shape::Bus ) {
-      return name;
-   }
-   if ( adapter.accelerator ) {
-      name += fmt::format( " accelerator {}", adapter.accelerator );
-   }
-   return name + fmt::format( " bus {}", adapter.bus );
+std::string Wiring::Adapter::mediumName() const {
+   return label.empty() ? std::string( medium.type ) : label;
 }
 
-}  // namespace
+std::string Wiring::Adapter::name() const {
+   if ( medium.shape == Media::Shape::Bus ) {
+      return mediumName();
+   }
+   std::string through = accelerator ? fmt::format( " accelerator {}", accelerator ) : "";
+   return fmt::format( "{}{} bus {}", mediumName(), through, bus );
+}
 
 std::vector< uint32_t > Wiring::muxesAbove( size_t bus ) const {
    std::vector< uint32_t > muxes;
@@ -36,7 +33,7 @@ std::string Wiring::nameOf( size_t bus ) const {
          return busses[ i ].label;
       }
    }
-   return nameOfAdapter( adapters[ busses[ bus ].adapter ] );
+   return adapters[ busses[ bus ].adapter ].name();
 }
 
 std::pair< size_t, bool > WiringBuilder::busAt( const Wiring::Adapter& adapter,

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -27,6 +28,9 @@ struct Wiring {
       std::string label;  // the medium's
       std::string pointer;
       Media::Medium medium;
+
+      std::string mediumName() const;  // its label, or its type where it has none
+      std::string name() const;        // `scd0 accelerator 1 bus 2`
    };
 
    // A piece of bus: at an adapter, or behind a mux's channel.
@@ -54,6 +58,7 @@ struct Wiring {
    std::map< uint32_t, Device > devices;          // by did
    std::map< uint32_t, std::string > components;  // uid to pointer
    std::map< std::string, uint32_t > labels;      // of devices, to did
+   std::set< uint32_t > verifiedMuxes;            // chips whose control byte is read back
 
    // The chips that must be open for the bus to be reached, as dids, innermost first.
    std::vector< uint32_t > muxesAbove( size_t bus ) const;

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <string>
 
+#include "SmbusService/Muxes.h"
 #include "SmbusService/Transfer.h"
 
 namespace SmbusService {
+
+class TransferLog;
 
 // One SMBus master with the chips that it reaches. Whoever uses it, or the state of a chip behind
 // it, holds `mutex`.
@@ -21,7 +25,24 @@ class Adapter {
    // for, or a block without its count. It may hold anything before and after a failure.
    virtual int transfer( const Transfer&, std::string& answer ) = 0;
 
+   // Why the last transfer failed, where more is known than its errno value says.
+   virtual std::string problem() const { return {}; }
+
+   // Executes a transfer of the peer, keeps account of the muxes, reads back the control byte of
+   // those that are to be verified, and tells the log. As transfer() otherwise.
+   int execute( const Transfer&, std::string& answer, const Peer& );
+
+   // Why the last execution failed, in words.
+   std::string explain( int error ) const;
+
    std::mutex mutex;
+   Muxes muxes;
+   TransferLog* log = nullptr;
+
+ private:
+   int perform( const Transfer&, std::string& answer, const Peer& );
+
+   std::string mismatch_;  // of a control byte that was read back
 };
 
 // The adapters that a service serves. They stay as long as the backend.
@@ -31,6 +52,15 @@ class Backend {
 
    // Null when there is no such adapter. Called from several threads at once.
    virtual Adapter* findAdapter( const AdapterId& ) = 0;
+
+   // Tells each adapter what hangs behind it. Before anybody is served.
+   void connectMuxes( const BoardFiles::Wiring& );
+};
+
+// One request of a batch, and the adapter that it is for.
+struct Step {
+   Transfer transfer;
+   Adapter* adapter;
 };
 
 }  // namespace SmbusService

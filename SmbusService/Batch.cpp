@@ -5,42 +5,17 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <set>
-#include <system_error>
+#include <mutex>
 #include <thread>
 
 #include "Platform/Frame.h"
+#include "SmbusService/TransferError.h"
 
 namespace SmbusService {
 
 namespace {
 
 constexpr size_t kResponseOverhead = 8;  // tags and lengths around the bytes of one answer
-
-bool isNoAcknowledge( int error ) {
-   return error == ENXIO || error == EREMOTEIO;
-}
-
-std::string wordsFor( int error ) {
-   switch ( error ) {
-      case ENXIO:
-      case EREMOTEIO:
-         return "no acknowledge";
-      case ETIMEDOUT:
-         return "timed out";
-      case EIO:
-         return "short answer";
-      case EPROTO:
-      case EBADMSG:
-         return "corrupt answer";
-      case EAGAIN:
-         return "lost arbitration";
-      case EOPNOTSUPP:
-         return "not supported by the adapter";
-      default:
-         return std::generic_category().message( error );
-   }
-}
 
 void pauseAfter( const Transfer& transfer ) {
    auto delay = transfer.writes() ? transfer.address.writeDelay : transfer.address.readDelay;
@@ -54,8 +29,14 @@ void pauseAfter( const Transfer& transfer ) {
 void Batch::execute( const Smbus::TransactionRequest& batch, Smbus::TransactionResponse& reply ) {
    reply.Clear();
    if ( prepare( batch, reply ) ) {
-      auto locks = lockAdapters();
-      run( std::min( batch.retry_count(), kMaxRetries ), reply );
+      auto used = adapters();
+      std::vector< std::unique_lock< std::mutex > > locks;
+      for ( Adapter* adapter : used ) {
+         locks.emplace_back( adapter->mutex );
+      }
+      if ( admit( used, reply ) ) {
+         run( std::min( batch.retry_count(), kMaxRetries ), reply );
+      }
    }
 }
 
@@ -91,18 +72,34 @@ bool Batch::prepare( const Smbus::TransactionRequest& batch, Smbus::TransactionR
    return true;
 }
 
-// In the order of their places in memory, the same for every batch, so that two batches never wait
-// for each other.
-std::vector< std::unique_lock< std::mutex > > Batch::lockAdapters() const {
-   std::set< Adapter* > adapters;
+// In the order of their places in memory, the same for every batch, so that two batches which lock
+// them in this order never wait for each other.
+std::set< Adapter* > Batch::adapters() const {
+   std::set< Adapter* > result;
    for ( const Step& step : steps_ ) {
-      adapters.insert( step.adapter );
+      result.insert( step.adapter );
    }
-   std::vector< std::unique_lock< std::mutex > > locks;
-   for ( Adapter* adapter : adapters ) {
-      locks.emplace_back( adapter->mutex );
+   return result;
+}
+
+// Looks at what the batch finds and may do, once nobody else can change it.
+bool Batch::admit( const std::set< Adapter* >& used, Smbus::TransactionResponse& reply ) {
+   auto writes = []( const Step& step ) { return step.transfer.writes(); };
+   if ( std::ranges::any_of( steps_, writes ) && peer_.hasLeft() ) {
+      refuse( ECANCELED, "the client has left", reply );
+      return false;
    }
-   return locks;
+   for ( Adapter* adapter : used ) {
+      if ( int error = adapter->muxes.settle( *adapter, peer_ ) ) {
+         refuse( error, "a mux's channels cannot be closed: " + adapter->explain( error ), reply );
+         return false;
+      }
+   }
+   auto refusal = access_ ? access_->judge( peer_, steps_ ) : std::nullopt;
+   if ( refusal ) {
+      fail( refusal->request, EACCES, refusal->why, reply );
+   }
+   return !refusal;
 }
 
 void Batch::run( uint32_t retries, Smbus::TransactionResponse& reply ) {
@@ -117,7 +114,7 @@ void Batch::run( uint32_t retries, Smbus::TransactionResponse& reply ) {
       Smbus::Response* response = reply.add_response();
       std::string& answer = step.transfer.reads() ? *response->mutable_data() : scratch_;
       if ( int error = attempt( step, retries, answer ) ) {
-         fail( next - 1, error, wordsFor( error ), reply );
+         fail( next - 1, error, step.adapter->explain( error ), reply );
          break;
       }
    }
@@ -132,7 +129,7 @@ void Batch::run( uint32_t retries, Smbus::TransactionResponse& reply ) {
 
 int Batch::attempt( const Step& step, uint32_t retries, std::string& answer ) {
    while ( true ) {
-      int error = step.adapter->transfer( step.transfer, answer );
+      int error = step.adapter->execute( step.transfer, answer, peer_ );
       pauseAfter( step.transfer );
       if ( isNoAcknowledge( error ) && step.transfer.acknowledgeOptional &&
            !step.transfer.reads() ) {

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <chrono>
-#include <mutex>
+#include <set>
 #include <vector>
 
+#include "SmbusService/Access.h"
 #include "SmbusService/Backend.h"
 
 namespace SmbusService {
@@ -17,14 +18,19 @@ constexpr std::chrono::seconds kBatchLimit( 5 );
 
 // Executes batches for one client. The object keeps its memory from batch to batch.
 //
-// A batch has at most kMaxRequests. It is refused whole when one of its requests is malformed;
-// otherwise its requests run in order, with every adapter that it names locked from the first to
-// the last. A request that fails ends the batch, but the batch's trailing run of mux resets
-// (send-byte 0) is executed to its end in any case, so that no failure leaves a channel open.
+// A batch has at most kMaxRequests. It is refused whole when one of its requests is malformed, or
+// one that the client may not make; otherwise its requests run in order, with every adapter that it
+// names locked from the first to the last. A request that fails ends the batch, but the batch's
+// trailing run of mux resets (send-byte 0) is executed to its end in any case, so that no failure
+// leaves a channel open.
 class Batch {
  public:
-   explicit Batch( Backend& backend, std::chrono::milliseconds limit = kBatchLimit )
-       : backend_( backend ), limit_( limit ) {}
+   // Without `access` the client may do everything.
+   explicit Batch( Backend& backend,
+                   Peer peer = {},
+                   const Access* access = nullptr,
+                   std::chrono::milliseconds limit = kBatchLimit )
+       : backend_( backend ), peer_( std::move( peer ) ), access_( access ), limit_( limit ) {}
 
    // Replaces the reply: one response per request, or `failure` and `error`.
    void execute( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
@@ -33,13 +39,9 @@ class Batch {
    void refuseLong( size_t count, Smbus::TransactionResponse& );
 
  private:
-   struct Step {
-      Transfer transfer;
-      Adapter* adapter;
-   };
-
    bool prepare( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
-   std::vector< std::unique_lock< std::mutex > > lockAdapters() const;
+   std::set< Adapter* > adapters() const;
+   bool admit( const std::set< Adapter* >&, Smbus::TransactionResponse& );
    void run( uint32_t retries, Smbus::TransactionResponse& );
    int attempt( const Step&, uint32_t retries, std::string& answer );
    bool lastsFor( std::chrono::milliseconds time );
@@ -50,6 +52,8 @@ class Batch {
    using Clock = std::chrono::steady_clock;
 
    Backend& backend_;
+   const Peer peer_;
+   const Access* access_;
    std::chrono::milliseconds limit_;
    Clock::time_point start_;  // zero until somebody asks how long the batch lasts
    std::vector< Step > steps_;

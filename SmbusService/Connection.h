@@ -14,7 +14,8 @@ namespace SmbusService {
 // a reply one send. The descriptor stays the caller's.
 class Connection {
  public:
-   Connection( int descriptor, Backend& );
+   // Throws std::system_error when the kernel does not tell who the client is.
+   Connection( int descriptor, Backend&, const Access* );
 
    // Returns when the client leaves, breaks the protocol, dawdles within a frame, or finish() is
    // called.

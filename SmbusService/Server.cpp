@@ -19,8 +19,16 @@ constexpr size_t kMaxTurnedAway = 64;  // clients that still may read why
 
 }  // namespace
 
-Server::Server( asio::io_context& context, Backend& backend, const std::string& path, Log& log )
-    : context_( context ), backend_( backend ), log_( log ), listener_( context, path ) {
+Server::Server( asio::io_context& context,
+                Backend& backend,
+                const std::string& path,
+                Log& log,
+                const Access* access )
+    : context_( context ),
+      backend_( backend ),
+      log_( log ),
+      access_( access ),
+      listener_( context, path ) {
    // Registered with the context, a client would wake the accepting thread with every message.
    listener_.accept( [ this ]( int descriptor ) { start( descriptor ); } );
 }
@@ -49,7 +57,7 @@ void Server::start( int descriptor ) {
       turnAway( descriptor, fmt::format( "there are {} clients already", kMaxConnections ) );
       return;
    }
-   auto client = clients_.emplace( clients_.end(), descriptor, backend_ );
+   auto client = clients_.emplace( clients_.end(), descriptor, backend_, access_ );
    try {
       std::thread( [ this, client ] { serve( client ); } ).detach();
    } catch ( const std::system_error& error ) {

@@ -22,7 +22,9 @@ constexpr size_t kMaxConnections = 64;
 class Server {
  public:
    // Listens; throws std::runtime_error with a text for people.
-   Server( asio::io_context&, Backend&, const std::string& path, Log& );
+   // Without `access` every client may do everything.
+   Server(
+      asio::io_context&, Backend&, const std::string& path, Log&, const Access* access = nullptr );
    ~Server();
 
    // Removes the socket and returns once the batches in hand are executed and answered. To be
@@ -31,8 +33,8 @@ class Server {
 
  private:
    struct Client {
-      Client( int socket, Backend& backend )
-          : descriptor( socket ), connection( socket, backend ) {}
+      Client( int socket, Backend& backend, const Access* access )
+          : descriptor( socket ), connection( socket, backend, access ) {}
 
       int descriptor;
       Connection connection;
@@ -47,6 +49,7 @@ class Server {
    asio::io_context& context_;
    Backend& backend_;
    Log& log_;
+   const Access* access_;
    Listener listener_;
    std::deque< std::shared_ptr< Socket > > turnedAway_;
    std::mutex mutex_;

@@ -10,6 +10,10 @@ namespace SmbusService {
 
 namespace {
 
+// Beyond these, the bus itself has a use for the addresses.
+constexpr uint8_t kFirstAddress = 0x08;
+constexpr uint8_t kLastAddress = 0x77;
+
 std::string bytes( size_t count ) {
    return fmt::format( "{} byte{}", count, count == 1 ? "" : "s" );
 }
@@ -58,6 +62,11 @@ AdapterId AdapterId::of( Smbus::MasterType master,
    return { master, pci, hasAccelerators ? accelerator : uint8_t{}, hasBusses ? bus : uint8_t{} };
 }
 
+AdapterId idOf( const BoardFiles::Wiring::Adapter& adapter ) {
+   return AdapterId::of( adapter.master, adapter.pci, static_cast< uint8_t >( adapter.accelerator ),
+                         static_cast< uint8_t >( adapter.bus ) );
+}
+
 uint32_t Transfer::answerLimit() const {
    switch ( type ) {
       case Smbus::REQUEST_READ:
@@ -69,6 +78,22 @@ uint32_t Transfer::answerLimit() const {
       default:
          return 0;
    }
+}
+
+Transfer sendByte( const AdapterId& adapter, uint8_t device, uint8_t byte ) {
+   Transfer transfer = receiveByte( adapter, device );
+   transfer.type = Smbus::REQUEST_WRITE;
+   transfer.reg = byte;
+   return transfer;
+}
+
+Transfer receiveByte( const AdapterId& adapter, uint8_t device ) {
+   Transfer transfer{};
+   transfer.type = Smbus::REQUEST_READ;
+   transfer.address.device = device;
+   transfer.address.registerSize = 1;
+   transfer.adapter = adapter;
+   return transfer;
 }
 
 Transfer decode( const Smbus::Request& request ) {
@@ -92,6 +117,10 @@ std::optional< std::string > problemOf( const Smbus::Request& request, const Tra
    }
    if ( !request.has_mastertype() ) {
       return "missing or unknown master type";
+   }
+   if ( uint8_t device = transfer.address.device;
+        device < kFirstAddress || device > kLastAddress ) {
+      return fmt::format( "address 0x{:02x} is reserved", device );
    }
    if ( !transfer.address.registerSize ) {
       return "meaningless register size code";

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "BoardFiles/Wiring.h"
 #include "SmbusService/AddressWord.h"
 #include "smbus.pb.h"
 
@@ -23,6 +24,8 @@ struct AdapterId {
 
    auto operator<=>( const AdapterId& ) const = default;
 };
+
+AdapterId idOf( const BoardFiles::Wiring::Adapter& );
 
 // One request, decoded. On the wire, with register numbers most significant byte first:
 //
@@ -51,6 +54,10 @@ struct Transfer {
    // The most bytes that the answer can have.
    uint32_t answerLimit() const;
 };
+
+// Transfers of the service's own.
+Transfer sendByte( const AdapterId&, uint8_t device, uint8_t byte );
+Transfer receiveByte( const AdapterId&, uint8_t device );
 
 // Bytes that one transfer moves at most in each direction.
 constexpr uint32_t kMaxTransferSize = 8192;

@@ -9,6 +9,7 @@
 #include "Platform/ServicePath.h"
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "SmbusService/Emulator/Control.h"
+#include "SmbusService/LinuxI2c/KernelBackend.h"
 #include "SmbusService/Readiness.h"
 #include "SmbusService/Server.h"
 #include "Utils/StandardStreams.h"
@@ -20,31 +21,99 @@ using namespace SmbusService;
 constexpr int kFailed = 1;
 constexpr int kWrongUse = 2;
 
+// Nobody is served yet, who could have to wait for the lines.
+void complain( const std::vector< BoardFiles::Finding >& findings ) {
+   for ( const std::string& line : BoardFiles::linesOf( findings ) ) {
+      fprintf( stderr, "lumen-smbusd: %s\n", line.c_str() );
+   }
+}
+
 struct Options {
-   std::string board;
+   std::string board;  // one of these two
+   std::string emulated;
    std::string socket;
    std::string control;
+
+   const std::string& directory() const { return board.empty() ? emulated : board; }
 };
 
-void serveBoard( const Options& options, Log& log ) {
-   auto board = Emulator::loadBoard( options.board );
-   asio::io_context context( 1 );
-   asio::signal_set signals( context, SIGTERM, SIGINT );
-   Server server( context, *board, options.socket, log );
-   std::optional< Emulator::Control > control;
-   if ( !options.control.empty() ) {
-      control.emplace( *board, options.control );
-   }
+// Serves until a signal ends the process. At SIGHUP it calls `reload`.
+void serve( const Options& options,
+            asio::io_context& context,
+            Backend& backend,
+            Log& log,
+            const std::function< void() >& reload ) {
+   asio::signal_set ends( context, SIGTERM, SIGINT );
+   asio::signal_set hangups( context, SIGHUP );
+   Server server( context, backend, options.socket, log );
    Readiness readiness( context );
-   signals.async_wait( [ & ]( asio::error_code, int ) {
+   std::string announcement =
+      fmt::format( "serving {} at {}", options.directory(), options.socket );
+   ends.async_wait( [ & ]( asio::error_code, int ) {
       readiness.stopping();
+      hangups.cancel();
       server.stop();
    } );
-   std::string announcement = fmt::format( "serving {} at {}", options.board, options.socket );
+   std::function< void( asio::error_code, int ) > onHangup = [ & ]( asio::error_code error, int ) {
+      if ( !error ) {
+         readiness.reloading();
+         reload();
+         readiness.ready( announcement );
+         hangups.async_wait( onHangup );
+      }
+   };
+   hangups.async_wait( onHangup );
    Log announcements( STDOUT_FILENO );
    announcements.write( announcement );
    readiness.ready( announcement );
    context.run();
+}
+
+void serveEmulated( const Options& options, Log& log ) {
+   auto board = Emulator::loadBoard( options.emulated );
+   asio::io_context context( 1 );
+   std::optional< Emulator::Control > control;
+   if ( !options.control.empty() ) {
+      control.emplace( *board, options.control );
+   }
+   serve( options, context, *board, log, [] {} );
+}
+
+BoardFiles::Board loadKernelBoard( const std::string& directory ) {
+   return BoardFiles::loadBoard( directory, { .adapters = BoardFiles::Presence::Needed } );
+}
+
+// A topology that changed would not be the one that clients have.
+void reload( LinuxI2c::KernelBackend& backend, const BoardFiles::Board& before, Log& log ) {
+   try {
+      BoardFiles::Board board = loadKernelBoard( before.directory );
+      if ( board.topology != before.topology ) {
+         log.write( "topology.json has changed: restart the service; nothing is reloaded" );
+         return;
+      }
+      backend.check( board );
+      backend.assign( board );
+      log.write( "reloaded" );
+   } catch ( const BoardFiles::BoardError& error ) {
+      log.write( "nothing is reloaded:" );
+      for ( const std::string& line : BoardFiles::linesOf( error.findings ) ) {
+         log.write( line );
+      }
+   } catch ( const std::exception& error ) {
+      log.write( fmt::format( "nothing is reloaded: {}", error.what() ) );
+   }
+}
+
+void serveKernel( const Options& options, Log& log ) {
+   BoardFiles::Board board = loadKernelBoard( options.board );
+   LinuxI2c::System system;
+   LinuxI2c::KernelBackend backend( system );
+   backend.check( board );
+   backend.assign( board );
+   complain( board.warnings );
+   backend.closeMuxes( log );
+   asio::io_context context( 1 );
+   serve( options, context, backend, log, [ & ] { reload( backend, board, log ); } );
 }
 
 }  // namespace
@@ -52,16 +121,24 @@ void serveBoard( const Options& options, Log& log ) {
 int main( int argc, char** argv ) {
    Utils::openStandardStreams();
    signal( SIGPIPE, SIG_IGN );
-   Options options{ .board = {}, .socket = PlatformLibrary::servicePath(), .control = {} };
+   Options options{
+      .board = {}, .emulated = {}, .socket = PlatformLibrary::servicePath(), .control = {} };
    CLI::App app( "SMBus service: executes batches of SMBus transfers for its clients." );
-   app.add_option( "--emulate", options.board, "serve the emulated board of this folder" )
-      ->type_name( "BOARD" );
+   auto board = app.add_option( "--board", options.board,
+                                "serve the system's I2C adapters, as this folder's adapters.json "
+                                "names them" )
+                   ->type_name( "BOARD" );
+   auto emulated =
+      app.add_option( "--emulate", options.emulated, "serve the emulated board of this folder" )
+         ->type_name( "BOARD" )
+         ->excludes( board );
    app.add_option( "--socket", options.socket, "where clients connect; PL_SMBUS_SOCKET if set" )
       ->type_name( "PATH" )
       ->capture_default_str();
    app.add_option( "--control", options.control,
                    "where the emulated board is controlled: one JSON object a line" )
-      ->type_name( "PATH" );
+      ->type_name( "PATH" )
+      ->needs( emulated );
    app.set_version_flag( "--version", "lumen-smbusd " LUMEN_VERSION );
    try {
       app.parse( argc, argv );
@@ -69,17 +146,14 @@ int main( int argc, char** argv ) {
       return app.exit( error ) ? kWrongUse : 0;
    }
    Log log( STDERR_FILENO );
-   if ( options.board.empty() ) {
-      log.write( "nothing to serve: name a board's folder with --emulate BOARD" );
+   if ( options.directory().empty() ) {
+      log.write( "nothing to serve: name a board's folder with --board or --emulate" );
       return kWrongUse;
    }
    try {
-      serveBoard( options, log );
+      options.board.empty() ? serveEmulated( options, log ) : serveKernel( options, log );
    } catch ( const BoardFiles::BoardError& error ) {
-      // Nobody is served yet, who could have to wait for them.
-      for ( const std::string& line : BoardFiles::linesOf( error.findings ) ) {
-         fprintf( stderr, "lumen-smbusd: %s\n", line.c_str() );
-      }
+      complain( error.findings );
       return kFailed;
    } catch ( const std::exception& error ) {
       log.write( error.what() );

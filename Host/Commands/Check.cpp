@@ -10,7 +10,8 @@ namespace {
 
 int check( const Program& program ) {
    Board board = BoardFiles::loadBoard(
-      program.board, program.emulate ? Emulation::Needed : Emulation::IfPresent );
+      program.board, { .emulation = program.emulate ? Presence::Needed : Presence::IfPresent,
+                       .adapters = Presence::IfPresent } );
    if ( board.hasEmulation ) {
       program.tryEmulator( board );  // the models know their quantities
    }

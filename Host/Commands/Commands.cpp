@@ -59,8 +59,8 @@ size_t findObject( const Board& board, const std::string& name ) {
 }
 
 Board loadBoard( const Program& program ) {
-   return BoardFiles::loadBoard( program.board,
-                                 program.emulate ? Emulation::Needed : Emulation::Unused );
+   return BoardFiles::loadBoard(
+      program.board, { .emulation = program.emulate ? Presence::Needed : Presence::Unused } );
 }
 
 Board loadOneObject( const Program& program, const std::string& name ) {

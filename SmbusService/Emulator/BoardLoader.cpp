@@ -44,9 +44,7 @@ class BoardMaker {
 
 BoardMaker::BoardMaker( const BoardFiles::Board& documents ) : wiring_( documents.wiring ) {
    for ( const Wiring::Adapter& adapter : wiring_.adapters ) {
-      adapters_.push_back( &board->bus(
-         AdapterId::of( adapter.master, adapter.pci, static_cast< uint8_t >( adapter.accelerator ),
-                        static_cast< uint8_t >( adapter.bus ) ) ) );
+      adapters_.push_back( &board->bus( idOf( adapter ) ) );
    }
    for ( const Wiring::Bus& bus : wiring_.busses ) {
       Bus& adapter = *adapters_[ bus.adapter ];
@@ -150,11 +148,13 @@ std::unique_ptr< EmulatedBoard > loadBoard( const BoardFiles::Board& documents )
       all.insert( all.end(), maker.findings.begin(), maker.findings.end() );
       throw BoardFiles::BoardError( std::move( all ) );
    }
+   maker.board->connectMuxes( documents.wiring );
    return std::move( maker.board );
 }
 
 std::unique_ptr< EmulatedBoard > loadBoard( const std::string& directory ) {
-   return loadBoard( BoardFiles::loadBoard( directory, BoardFiles::Emulation::Needed ) );
+   return loadBoard(
+      BoardFiles::loadBoard( directory, { .emulation = BoardFiles::Presence::Needed } ) );
 }
 
 }  // namespace SmbusService::Emulator

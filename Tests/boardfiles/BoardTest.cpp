@@ -23,7 +23,8 @@ const std::filesystem::path kHere = LUMEN_SOURCE_DIR "/Tests/boardfiles";
 // A mux (did 9) with a labelled and a nameless channel below an SCD, and devices of other media.
 Documents soundDocuments() {
    Documents documents;
-   for ( const char* name : { "topology.json", "objects.json", "emulation.json" } ) {
+   for ( const char* name :
+         { "topology.json", "objects.json", "emulation.json", "adapters.json" } ) {
       documents[ name ] = textOf( kHere / "sound" / name );
    }
    return documents;
@@ -38,7 +39,7 @@ std::vector< std::string > findingsIn( const Documents& documents, Board& board 
    }
    std::vector< Finding > findings;
    try {
-      board = loadBoard( directory.path(), Emulation::Needed );
+      board = loadBoard( directory.path(), { Presence::Needed, Presence::IfPresent } );
       findings = board.warnings;
    } catch ( const BoardError& error ) {
       findings = error.findings;
@@ -171,7 +172,7 @@ TEST( BoardTest, ReadsFilesOnlyAndListsWhatIsWrongWithAll ) {
    std::filesystem::create_symlink( "nowhere", directory.path() / "emulation.json" );
    std::ofstream( directory.path() / "objects.json" ) << R"({ "objects": [] })";
    try {
-      loadBoard( directory.path(), Emulation::IfPresent );
+      loadBoard( directory.path(), { Presence::IfPresent } );
       FAIL();
    } catch ( const BoardError& error ) {
       ASSERT_EQ( error.findings.size(), 2u );
@@ -179,7 +180,7 @@ TEST( BoardTest, ReadsFilesOnlyAndListsWhatIsWrongWithAll ) {
       EXPECT_EQ( error.findings[ 1 ].problem, "No such file or directory" );
    }
    try {
-      loadBoard( "/nonexistent", Emulation::Unused );
+      loadBoard( "/nonexistent", {} );
       FAIL();
    } catch ( const std::runtime_error& error ) {
       EXPECT_STREQ( error.what(), "/nonexistent: no such board folder" );

@@ -193,7 +193,7 @@ TEST_F( BatchTest, BackendThatThrowsLeavesNothingLocked ) {
 
 TEST_F( BatchTest, LongBatchFailsAndStillClosesTheMuxes ) {
    adapter.onTransfer = []( auto& ) { return usleep( 100'000 ); };
-   Batch( backend, milliseconds( 80 ) )
+   Batch( backend, {}, nullptr, milliseconds( 80 ) )
       .execute( batchOf( "48<00:2 48<01:2 48<00:2 70>00" ), reply );
    EXPECT_EQ( reply.error(),
               "request 3 of 4: read 2 bytes, register 0x00, device 0x48, bus 0: the batch takes "
@@ -209,7 +209,7 @@ TEST_F( BatchTest, AbsentChipKeepsNobodyWaitingForItsRetries ) {
    for ( int i = 0; i < kMaxRequests; ++i ) {
       *batch.add_request() = requestOf( "70>00" );
    }
-   Batch( backend, milliseconds( 50 ) ).execute( batch, reply );
+   Batch( backend, {}, nullptr, milliseconds( 50 ) ).execute( batch, reply );
    EXPECT_EQ( reply.failure(), ENXIO );
    EXPECT_LT( adapter.log.size(), 40u );
 }

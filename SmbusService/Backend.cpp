@@ -1,0 +1,63 @@
+#include "SmbusService/Backend.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+
+#include "SmbusService/TransferError.h"
+#include "SmbusService/TransferLog.h"
+
+namespace SmbusService {
+
+int Adapter::execute( const Transfer& transfer, std::string& answer, const Peer& peer ) {
+   mismatch_.clear();
+   if ( int error = perform( transfer, answer, peer ) ) {
+      return error;
+   }
+   auto expected = muxes.byteToVerify( transfer );
+   if ( !expected ) {
+      return 0;
+   }
+   std::string byte;
+   int error = perform( receiveByte( transfer.adapter, transfer.address.device ), byte, peer );
+   if ( !error && static_cast< uint8_t >( byte[ 0 ] ) == *expected ) {
+      return 0;
+   }
+   muxes.distrust( transfer );
+   if ( error || !*expected ) {
+      return error;
+   }
+   mismatch_ = fmt::format( "the mux has control byte 0x{:02x} instead of 0x{:02x}",
+                            static_cast< uint8_t >( byte[ 0 ] ), *expected );
+   return EIO;
+}
+
+int Adapter::perform( const Transfer& request, std::string& answer, const Peer& peer ) {
+   using Clock = std::chrono::steady_clock;
+   auto time = log ? std::chrono::system_clock::now() : std::chrono::system_clock::time_point();
+   auto start = log ? Clock::now() : Clock::time_point();
+   int error = transfer( request, answer );
+   muxes.note( request, error, peer );
+   if ( log ) {
+      log->add( { request, answer, error, peer, muxes, time, Clock::now() - start } );
+   }
+   return error;
+}
+
+std::string Adapter::explain( int error ) const {
+   if ( !mismatch_.empty() ) {
+      return mismatch_;
+   }
+   std::string known = problem();
+   return known.empty() ? wordsFor( error ) : known;
+}
+
+void Backend::connectMuxes( const BoardFiles::Wiring& wiring ) {
+   for ( auto& [ id, tree ] : busTreesOf( wiring ) ) {
+      if ( Adapter* adapter = findAdapter( id ) ) {
+         adapter->muxes.connect( id, tree );
+      }
+   }
+}
+
+}  // namespace SmbusService

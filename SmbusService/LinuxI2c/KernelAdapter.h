@@ -1,0 +1,62 @@
+#pragma once
+
+#include <array>
+#include <string>
+
+#include "SmbusService/Backend.h"
+#include "SmbusService/LinuxI2c/StuckBus.h"
+#include "SmbusService/LinuxI2c/Sysfs.h"
+#include "SmbusService/LinuxI2c/System.h"
+
+namespace SmbusService::LinuxI2c {
+
+// An adapter of the kernel, reached through its device file.
+//
+// With plain I2C every transfer is one combined transfer; without it, the SMBus command that puts
+// the same bytes on the wire. An adapter that vanishes is looked for again at the next transfer,
+// with its muxes in doubt.
+class KernelAdapter : public Adapter {
+ public:
+   KernelAdapter( System& system, const Sysfs& sysfs, BoardFiles::AdapterSpec spec )
+       : system_( system ), sysfs_( sysfs ), spec_( std::move( spec ) ) {}
+   ~KernelAdapter() override;
+   KernelAdapter( const KernelAdapter& ) = delete;
+   KernelAdapter& operator=( const KernelAdapter& ) = delete;
+
+   // Opens the adapter that the entry names now. Returns 0, or an errno value and problem(). With
+   // the lock held, as the next two.
+   int open();
+   void assign( BoardFiles::AdapterSpec spec );
+
+   // The entry that it serves, for people.
+   std::string place() const { return spec_.place.file + ": " + spec_.place.pointer; }
+
+   int transfer( const Transfer&, std::string& answer ) override;
+   std::string problem() const override { return problem_; }
+
+ private:
+   using Clock = std::chrono::steady_clock;
+
+   int fail( int error, std::string problem );
+   int lookUp( SystemAdapter& found );
+   int checkAddress( uint8_t device );
+   int attempt( const Transfer&, std::string& answer );
+   int combined( const Transfer&, std::string& answer );
+   int command( const Transfer&, std::string& answer );
+   int outcome( int error );
+   int judge( int error );
+   int setTimeout( std::chrono::milliseconds );
+   void close();
+
+   System& system_;
+   const Sysfs& sysfs_;
+   BoardFiles::AdapterSpec spec_;
+   int descriptor_ = -1;
+   unsigned number_ = 0;  // of i2c-N
+   unsigned long capabilities_ = 0;
+   std::array< Clock::time_point, 128 > freeUntil_{};  // no kernel driver holds the address
+   StuckBus bus_;
+   std::string problem_;
+};
+
+}  // namespace SmbusService::LinuxI2c

@@ -1,0 +1,93 @@
+#include "SmbusService/LinuxI2c/KernelBackend.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+
+namespace SmbusService::LinuxI2c {
+
+namespace {
+
+using BoardFiles::AdapterSpec;
+using BoardFiles::Finding;
+
+std::string listOf( const std::vector< SystemAdapter >& adapters ) {
+   std::vector< std::string > texts;
+   std::ranges::transform( adapters, std::back_inserter( texts ), &SystemAdapter::text );
+   return fmt::format( "{}", fmt::join( texts, ", " ) );
+}
+
+}  // namespace
+
+void KernelBackend::check( const BoardFiles::Board& board ) const {
+   std::vector< Finding > findings;
+   std::map< unsigned, std::string > taken;  // numbers, and the entries that they are for
+   for ( const AdapterSpec& spec : board.adapters ) {
+      auto problems = problemsOf( spec, taken );
+      findings.insert( findings.end(), problems.begin(), problems.end() );
+   }
+   if ( !findings.empty() ) {
+      findings.insert( findings.begin(), board.warnings.begin(), board.warnings.end() );
+      throw BoardFiles::BoardError( std::move( findings ) );
+   }
+}
+
+std::vector< Finding > KernelBackend::problemsOf( const AdapterSpec& spec,
+                                                  std::map< unsigned, std::string >& taken ) const {
+   auto report = [ & ]( const std::string& problem ) {
+      return std::vector< Finding >{ { spec.place.file, spec.place.pointer, problem } };
+   };
+   auto found = sysfs_.find( spec );
+   if ( found.empty() ) {
+      auto all = sysfs_.adapters();
+      return report( "no adapter of the system matches; " +
+                     ( all.empty() ? "it has none" : "there are " + listOf( all ) ) );
+   }
+   if ( found.size() > 1 ) {
+      return report( "several adapters of the system match: " + listOf( found ) );
+   }
+   auto [ first, isNew ] = taken.insert( { found[ 0 ].number, spec.place.pointer } );
+   if ( !isNew ) {
+      return report(
+         fmt::format( "{} is already the adapter of {}", found[ 0 ].text(), first->second ) );
+   }
+   KernelAdapter trial( system_, sysfs_, spec );
+   return trial.open() ? report( trial.problem() ) : std::vector< Finding >();
+}
+
+void KernelBackend::assign( const BoardFiles::Board& board ) {
+   auto trees = busTreesOf( board.wiring );
+   std::map< AdapterId, KernelAdapter* > served;
+   for ( const AdapterSpec& spec : board.adapters ) {
+      AdapterId id = idOf( board.wiring.adapters[ spec.adapter ] );
+      auto& adapter = adapters_[ id ];
+      if ( !adapter ) {
+         adapter = std::make_unique< KernelAdapter >( system_, sysfs_, spec );
+      }
+      std::lock_guard lock( adapter->mutex );
+      adapter->muxes.connect( id, trees.at( id ) );
+      adapter->assign( spec );
+      served[ id ] = adapter.get();
+   }
+   std::unique_lock lock( mutex_ );
+   served_.swap( served );
+}
+
+void KernelBackend::closeMuxes( Log& log ) {
+   for ( const auto& [ id, adapter ] : adapters_ ) {
+      std::lock_guard lock( adapter->mutex );
+      if ( int error = adapter->muxes.settle( *adapter, {} ) ) {
+         log.write( fmt::format( "{}: the channels of its muxes cannot be closed: {}",
+                                 adapter->place(), adapter->explain( error ) ) );
+      }
+   }
+}
+
+Adapter* KernelBackend::findAdapter( const AdapterId& id ) {
+   std::shared_lock lock( mutex_ );
+   auto adapter = served_.find( id );
+   return adapter == served_.end() ? nullptr : adapter->second;
+}
+
+}  // namespace SmbusService::LinuxI2c

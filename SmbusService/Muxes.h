@@ -1,0 +1,56 @@
+#pragma once
+
+#include <string>
+
+#include "SmbusService/BusTree.h"
+#include "SmbusService/Peer.h"
+
+namespace SmbusService {
+
+class Adapter;
+
+// The muxes behind one adapter, as they stand. Used with the adapter's lock held.
+//
+// A channel that a client leaves open stays open for that client's own next batches, and is closed
+// before anybody else's. A mux that may not have taken its last byte is closed before anybody's.
+class Muxes {
+ public:
+   // All channels count as closed.
+   void connect( const AdapterId& adapter, BusTree tree );
+
+   // Nothing is known of the muxes any more.
+   void doubt();
+
+   const BusTree& tree() const { return tree_; }
+   const BusTree::ControlBytes& controlBytes() const { return bytes_; }
+
+   // What a transfer of the peer has done to the muxes, or may have done when it failed.
+   void note( const Transfer&, int error, const Peer& );
+
+   // The byte that a mux whose control byte is read back must have after the transfer.
+   std::optional< uint8_t > byteToVerify( const Transfer& ) const;
+
+   // The last byte is not the one that was written, whatever was acknowledged.
+   void distrust( const Transfer& );
+
+   // Closes what the peer must not find open. A mux that does not acknowledge counts as closed: it
+   // is absent. Returns 0, or the errno value of the transfer that failed.
+   int settle( Adapter&, const Peer& );
+
+   // The addresses and control bytes of the muxes that are connected and have open channels,
+   // outermost first.
+   std::vector< std::pair< uint8_t, uint8_t > > openPath() const;
+
+ private:
+   void forEachConnected( uint8_t address, const std::function< void( size_t mux ) >& ) const;
+   int close( size_t mux, Adapter& );
+
+   AdapterId id_{};
+   BusTree tree_;
+   BusTree::ControlBytes bytes_;
+   std::vector< bool > isUnsure_;
+   bool isTidy_ = true;  // all channels are closed, for sure
+   uint64_t owner_ = 0;  // the peer that wrote last
+};
+
+}  // namespace SmbusService

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+// The errno values that transfers fail with.
+namespace SmbusService {
+
+bool isNoAcknowledge( int error );
+
+// `no acknowledge`
+std::string wordsFor( int error );
+
+}  // namespace SmbusService
