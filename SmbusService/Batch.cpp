@@ -89,9 +89,10 @@ bool Batch::admit( const std::set< Adapter* >& used, Smbus::TransactionResponse&
       refuse( ECANCELED, "the client has left", reply );
       return false;
    }
+   std::string why;
    for ( Adapter* adapter : used ) {
-      if ( int error = adapter->muxes.settle( *adapter, peer_ ) ) {
-         refuse( error, "a mux's channels cannot be closed: " + adapter->explain( error ), reply );
+      if ( int error = adapter->muxes.settle( *adapter, peer_, why ) ) {
+         refuse( error, "a mux's channels cannot be closed: " + why, reply );
          return false;
       }
    }

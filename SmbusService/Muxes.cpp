@@ -72,7 +72,7 @@ void Muxes::distrust( const Transfer& transfer ) {
    isTidy_ = false;
 }
 
-int Muxes::settle( Adapter& adapter, const Peer& peer ) {
+int Muxes::settle( Adapter& adapter, const Peer& peer, std::string& why ) {
    if ( isTidy_ ) {
       return 0;
    }
@@ -82,7 +82,7 @@ int Muxes::settle( Adapter& adapter, const Peer& peer ) {
    }
    for ( size_t mux = 0; mux < tree_.muxes.size(); ++mux ) {
       if ( bytes_[ mux ] || isUnsure_[ mux ] ) {
-         int error = close( mux, adapter );
+         int error = close( mux, adapter, why );
          if ( error && !isNoAcknowledge( error ) ) {
             return error;
          }
@@ -95,22 +95,28 @@ int Muxes::settle( Adapter& adapter, const Peer& peer ) {
 }
 
 // The muxes above are closed already.
-int Muxes::close( size_t mux, Adapter& adapter ) {
+int Muxes::close( size_t mux, Adapter& adapter, std::string& why ) {
    std::string none;
+   int error = 0;  // the first
    auto write = [ & ]( size_t chip, uint8_t byte ) {
-      return adapter.execute( sendByte( id_, tree_.muxes[ chip ].address, byte ), none, kService );
+      Transfer transfer = sendByte( id_, tree_.muxes[ chip ].address, byte );
+      int result = adapter.execute( transfer, none, kService );
+      if ( result && !error ) {
+         error = result;
+         why = adapter.explain( error );
+      }
    };
    auto path = tree_.pathTo( tree_.muxes[ mux ].segment );
-   int error = 0;
    size_t opened = 0;
    while ( !error && opened < path.size() ) {
       auto [ above, channel ] = path[ opened++ ];
-      error = write( above, channel );
+      write( above, channel );
    }
-   error = error ? error : write( mux, 0 );
+   if ( !error ) {
+      write( mux, 0 );
+   }
    while ( opened > 0 ) {
-      int result = write( path[ --opened ].first, 0 );
-      error = error ? error : result;
+      write( path[ --opened ].first, 0 );
    }
    return error;
 }

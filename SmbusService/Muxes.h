@@ -34,8 +34,8 @@ class Muxes {
    void distrust( const Transfer& );
 
    // Closes what the peer must not find open. A mux that does not acknowledge counts as closed: it
-   // is absent. Returns 0, or the errno value of the transfer that failed.
-   int settle( Adapter&, const Peer& );
+   // is absent. Returns 0, or the errno value of the transfer that failed, and says why.
+   int settle( Adapter&, const Peer&, std::string& why );
 
    // The addresses and control bytes of the muxes that are connected and have open channels,
    // outermost first.
@@ -43,7 +43,7 @@ class Muxes {
 
  private:
    void forEachConnected( uint8_t address, const std::function< void( size_t mux ) >& ) const;
-   int close( size_t mux, Adapter& );
+   int close( size_t mux, Adapter&, std::string& why );
 
    AdapterId id_{};
    BusTree tree_;

@@ -77,9 +77,10 @@ void KernelBackend::assign( const BoardFiles::Board& board ) {
 void KernelBackend::closeMuxes( Log& log ) {
    for ( const auto& [ id, adapter ] : adapters_ ) {
       std::lock_guard lock( adapter->mutex );
-      if ( int error = adapter->muxes.settle( *adapter, {} ) ) {
+      std::string why;
+      if ( adapter->muxes.settle( *adapter, {}, why ) ) {
          log.write( fmt::format( "{}: the channels of its muxes cannot be closed: {}",
-                                 adapter->place(), adapter->explain( error ) ) );
+                                 adapter->place(), why ) );
       }
    }
 }
