@@ -106,6 +106,13 @@ BoardFile readAdapters( const std::string& directory, std::vector< Finding >& fi
    return readFile( directory, "adapters.json", schema, findings );
 }
 
+BoardFile readWireLine( std::string place, std::string text, std::vector< Finding >& findings ) {
+   static const Schema schema( Schemas::kWireLog );
+   BoardFile line{ .path = std::move( place ), .text = std::move( text ) };
+   check( line, schema, findings );
+   return line;
+}
+
 BoardFile readControlRequest( std::string text, std::vector< Finding >& findings ) {
    static const Schema schema( Schemas::kControl,
                                { { "emulation.schema.json", Schemas::kEmulation } } );

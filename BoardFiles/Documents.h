@@ -23,7 +23,10 @@ BoardFile readObjects( const std::string& directory, std::vector< Finding >& fin
 BoardFile readEmulation( const std::string& directory, std::vector< Finding >& findings );
 BoardFile readAdapters( const std::string& directory, std::vector< Finding >& findings );
 
-// A request to the emulator's control socket; its path is "request".
+// A line of a wire log, called as `place` says.
+BoardFile readWireLine( std::string place, std::string text, std::vector< Finding >& findings );
+
+// A request to the service's control socket; its path is "request".
 BoardFile readControlRequest( std::string text, std::vector< Finding >& findings );
 
 }  // namespace BoardFiles

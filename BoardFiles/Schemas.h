@@ -8,5 +8,6 @@ extern const char* const kObjects;
 extern const char* const kEmulation;
 extern const char* const kAdapters;
 extern const char* const kControl;
+extern const char* const kWireLog;
 
 }  // namespace BoardFiles::Schemas

@@ -24,6 +24,22 @@ std::vector< uint32_t > Wiring::muxesAbove( size_t bus ) const {
    return muxes;
 }
 
+size_t Wiring::adapterBus( uint32_t master,
+                           uint32_t pci,
+                           uint32_t accelerator,
+                           uint32_t bus ) const {
+   for ( size_t i = 0; i < busses.size(); ++i ) {
+      const Adapter& adapter = adapters[ busses[ i ].adapter ];
+      Media::Shape shape = adapter.medium.shape;
+      if ( busses[ i ].above == kNone && static_cast< uint32_t >( adapter.master ) == master &&
+           adapter.pci == pci && ( shape == Media::Shape::Bus || adapter.bus == bus ) &&
+           ( shape != Media::Shape::Accelerators || adapter.accelerator == accelerator ) ) {
+         return i;
+      }
+   }
+   return kNone;
+}
+
 std::string Wiring::nameOf( size_t bus ) const {
    if ( bus == kNone ) {
       return "no bus";

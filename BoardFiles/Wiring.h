@@ -63,6 +63,10 @@ struct Wiring {
    // The chips that must be open for the bus to be reached, as dids, innermost first.
    std::vector< uint32_t > muxesAbove( size_t bus ) const;
 
+   // The bus at the adapter that a request names, kNone where the board has none of these numbers;
+   // those that the master does not have may be anything.
+   size_t adapterBus( uint32_t master, uint32_t pci, uint32_t accelerator, uint32_t bus ) const;
+
    // For people: the label of the bus, else of the nearest one above, else what the adapter is.
    std::string nameOf( size_t bus ) const;
 };

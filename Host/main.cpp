@@ -24,6 +24,8 @@ void addOptions( CLI::App& app, Host::Program& program ) {
    app.add_option( "--trace", program.trace, "print the library's traces up to this level" )
       ->type_name( "LEVEL" )
       ->check( CLI::Range( 0, kHighestTraceLevel ) );
+   app.add_flag( "--trace-wire", program.traceWire,
+                 "print each transfer on the busses on stderr, with the board's names" );
    app.set_version_flag( "--version", "lumen " LUMEN_VERSION );
    app.require_subcommand( 1 );
 }
@@ -47,6 +49,7 @@ int main( int argc, char** argv ) {
    Host::addWatchCommand( app, program );
    Host::addGetAndSetCommands( app, program );
    Host::addPoeCommand( app, program );
+   Host::addScanCommand( app, program );
    Host::addSmbusCommand( app, program );
    Host::addCheckCommand( app, program );
    try {

@@ -15,6 +15,7 @@
 #include "Platform/Frame.h"
 #include "Platform/ServiceFailure.h"
 #include "Platform/ServicePath.h"
+#include "Platform/WireSink.h"
 #include "smbus.pb.h"
 
 namespace PlatformLibrary {
@@ -115,14 +116,19 @@ int PLSocket::connectToService() {
 
 int PLSocket::sendRequestWait( const Smbus::TransactionRequest* request,
                                Smbus::TransactionResponse** reply ) {
-   if ( noted( exchange( *request, reply ) ) < 0 ) {
-      return -1;
-   }
+   int64_t start = isWireWatched() ? monotonicNow() : 0;
+   int result = noted( exchange( *request, reply ) );
    // What such an answer means is the caller's to say.
-   if ( ( *reply )->failure() || ( *reply )->response_size() != request->request_size() ) {
+   if ( result == 0 &&
+        ( ( *reply )->failure() || ( *reply )->response_size() != request->request_size() ) ) {
       noteAnswer( **reply, request->request_size() );
    }
-   return 0;
+   if ( isWireWatched() ) {
+      int error = errno;
+      tellWire( *request, result == 0 ? *reply : nullptr, monotonicNow() - start );
+      errno = error;
+   }
+   return result;
 }
 
 int PLSocket::exchange( const Smbus::TransactionRequest& request,

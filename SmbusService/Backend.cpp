@@ -34,13 +34,19 @@ int Adapter::execute( const Transfer& transfer, std::string& answer, const Peer&
 
 int Adapter::perform( const Transfer& request, std::string& answer, const Peer& peer ) {
    using Clock = std::chrono::steady_clock;
-   auto time = log ? std::chrono::system_clock::now() : std::chrono::system_clock::time_point();
-   auto start = log ? Clock::now() : Clock::time_point();
-   int error = transfer( request, answer );
-   muxes.note( request, error, peer );
-   if ( log ) {
-      log->add( { request, answer, error, peer, muxes, time, Clock::now() - start } );
+   if ( !log ) {
+      int error = transfer( request, answer );
+      muxes.note( request, error, peer );
+      return error;
    }
+   auto path = muxes.openPath();
+   auto time = std::chrono::system_clock::now();
+   auto start = Clock::now();
+   int error = transfer( request, answer );
+   auto duration = Clock::now() - start;
+   muxes.note( request, error, peer );
+   log->add( { request, answer, error, error ? explain( error ) : "", peer, std::move( path ), time,
+               duration } );
    return error;
 }
 

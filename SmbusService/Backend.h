@@ -53,6 +53,9 @@ class Backend {
    // Null when there is no such adapter. Called from several threads at once.
    virtual Adapter* findAdapter( const AdapterId& ) = 0;
 
+   // Every transfer is told to the log, which outlives the backend. Before anybody is served.
+   virtual void keepLog( TransferLog& ) {}
+
    // Tells each adapter what hangs behind it. Before anybody is served.
    void connectMuxes( const BoardFiles::Wiring& );
 };

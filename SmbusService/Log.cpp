@@ -27,18 +27,18 @@ struct Line {
    size_t count;
 };
 
-bool writeAll( int descriptor, const std::string& text ) {
+}  // namespace
+
+int writeWhole( int descriptor, const std::string& text ) {
    for ( size_t written = 0; written < text.size(); ) {
       ssize_t size = ::write( descriptor, text.data() + written, text.size() - written );
       if ( size < 0 && errno != EINTR ) {
-         return false;
+         return errno;
       }
       written += static_cast< size_t >( std::max< ssize_t >( size, 0 ) );
    }
-   return true;
+   return 0;
 }
-
-}  // namespace
 
 struct Log::State {
    explicit State( int stream ) : descriptor( stream ) {}
@@ -98,7 +98,7 @@ void Log::State::run() {
       }
       std::string text = take();
       lock.unlock();
-      bool isWritten = writeAll( descriptor, text );
+      bool isWritten = writeWhole( descriptor, text ) == 0;
       lock.lock();
       lost += isWritten ? 0 : count;
       changed.wait_for( lock, kInterval, [ this ] { return isEnding; } );

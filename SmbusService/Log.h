@@ -5,6 +5,9 @@
 
 namespace SmbusService {
 
+// Writes all of the text; returns 0 or an errno value.
+int writeWhole( int descriptor, const std::string& text );
+
 // The service's messages on one stream. Whatever becomes of the stream, they neither end nor delay
 // the service, nor do they flood the stream: a thread of the log's own writes them, equal lines are
 // summed up once a second, and those for which there is no room are counted.

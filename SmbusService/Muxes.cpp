@@ -123,6 +123,9 @@ int Muxes::close( size_t mux, Adapter& adapter, std::string& why ) {
 
 std::vector< std::pair< uint8_t, uint8_t > > Muxes::openPath() const {
    std::vector< std::pair< uint8_t, uint8_t > > path;
+   if ( isTidy_ ) {
+      return path;
+   }
    std::vector< bool > isConnected = tree_.connectedSegments( bytes_ );
    for ( size_t mux = 0; mux < tree_.muxes.size(); ++mux ) {
       if ( bytes_[ mux ] && isConnected[ tree_.muxes[ mux ].segment ] ) {

@@ -21,6 +21,7 @@ class Muxes {
    // Nothing is known of the muxes any more.
    void doubt();
 
+   const AdapterId& id() const { return id_; }
    const BusTree& tree() const { return tree_; }
    const BusTree::ControlBytes& controlBytes() const { return bytes_; }
 

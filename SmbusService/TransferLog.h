@@ -12,8 +12,9 @@ struct ExecutedTransfer {
    const Transfer& transfer;
    const std::string& answer;  // of meaning when it reads and `error` is 0
    int error;                  // errno value
+   std::string problem;        // why it failed, in words
    const Peer& peer;
-   const Muxes& muxes;  // as they stand after it
+   std::vector< std::pair< uint8_t, uint8_t > > path;  // Muxes::openPath() when it began
    std::chrono::system_clock::time_point time;
    std::chrono::nanoseconds duration;
 };

@@ -7,11 +7,14 @@
 #include <optional>
 
 #include "Platform/ServicePath.h"
+#include "SmbusService/Control.h"
+#include "SmbusService/ControlSocket.h"
 #include "SmbusService/Emulator/BoardLoader.h"
-#include "SmbusService/Emulator/Control.h"
 #include "SmbusService/LinuxI2c/KernelBackend.h"
 #include "SmbusService/Readiness.h"
+#include "SmbusService/Replay.h"
 #include "SmbusService/Server.h"
+#include "SmbusService/WireLog.h"
 #include "Utils/StandardStreams.h"
 
 namespace {
@@ -33,16 +36,24 @@ struct Options {
    std::string emulated;
    std::string socket;
    std::string control;
+   std::string wireLog;
+   std::string replay;
 
    const std::string& directory() const { return board.empty() ? emulated : board; }
 };
 
 // Serves until a signal ends the process. At SIGHUP it calls `reload`.
 void serve( const Options& options,
-            asio::io_context& context,
             Backend& backend,
+            const Controlled& controlled,
             Log& log,
             const std::function< void() >& reload ) {
+   asio::io_context context( 1 );
+   std::optional< ControlSocket > control;
+   if ( !options.control.empty() ) {
+      auto answer = [ & ]( std::string_view line ) { return answerControl( controlled, line ); };
+      control.emplace( answer, options.control );
+   }
    asio::signal_set ends( context, SIGTERM, SIGINT );
    asio::signal_set hangups( context, SIGHUP );
    Server server( context, backend, options.socket, log );
@@ -69,14 +80,23 @@ void serve( const Options& options,
    context.run();
 }
 
-void serveEmulated( const Options& options, Log& log ) {
-   auto board = Emulator::loadBoard( options.emulated );
-   asio::io_context context( 1 );
-   std::optional< Emulator::Control > control;
-   if ( !options.control.empty() ) {
-      control.emplace( *board, options.control );
+void keepLog( const Options& options, Backend& backend, WireLog& wireLog, Log& log ) {
+   if ( !options.wireLog.empty() ) {
+      wireLog.appendTo( options.wireLog, log );
    }
-   serve( options, context, *board, log, [] {} );
+   backend.keepLog( wireLog );
+}
+
+void serveEmulated( const Options& options, Log& log ) {
+   WireLog wireLog;
+   auto board = Emulator::loadBoard( options.emulated );
+   std::unique_ptr< Replay > replay;
+   if ( !options.replay.empty() ) {
+      replay = std::make_unique< Replay >( *board, BoardFiles::readWireLog( options.replay ) );
+   }
+   Backend& backend = replay ? static_cast< Backend& >( *replay ) : *board;
+   keepLog( options, backend, wireLog, log );
+   serve( options, backend, { wireLog, board.get() }, log, [] {} );
 }
 
 BoardFiles::Board loadKernelBoard( const std::string& directory ) {
@@ -106,14 +126,15 @@ void reload( LinuxI2c::KernelBackend& backend, const BoardFiles::Board& before, 
 
 void serveKernel( const Options& options, Log& log ) {
    BoardFiles::Board board = loadKernelBoard( options.board );
+   WireLog wireLog;
    LinuxI2c::System system;
    LinuxI2c::KernelBackend backend( system );
+   keepLog( options, backend, wireLog, log );
    backend.check( board );
    backend.assign( board );
    complain( board.warnings );
    backend.closeMuxes( log );
-   asio::io_context context( 1 );
-   serve( options, context, backend, log, [ & ] { reload( backend, board, log ); } );
+   serve( options, backend, { wireLog }, log, [ & ] { reload( backend, board, log ); } );
 }
 
 }  // namespace
@@ -121,8 +142,8 @@ void serveKernel( const Options& options, Log& log ) {
 int main( int argc, char** argv ) {
    Utils::openStandardStreams();
    signal( SIGPIPE, SIG_IGN );
-   Options options{
-      .board = {}, .emulated = {}, .socket = PlatformLibrary::servicePath(), .control = {} };
+   Options options;
+   options.socket = PlatformLibrary::servicePath();
    CLI::App app( "SMBus service: executes batches of SMBus transfers for its clients." );
    auto board = app.add_option( "--board", options.board,
                                 "serve the system's I2C adapters, as this folder's adapters.json "
@@ -136,8 +157,12 @@ int main( int argc, char** argv ) {
       ->type_name( "PATH" )
       ->capture_default_str();
    app.add_option( "--control", options.control,
-                   "where the emulated board is controlled: one JSON object a line" )
-      ->type_name( "PATH" )
+                   "where the wire log is handed out and an emulated board controlled" )
+      ->type_name( "PATH" );
+   app.add_option( "--wire-log", options.wireLog, "append every transfer to this file" )
+      ->type_name( "FILE" );
+   app.add_option( "--replay", options.replay, "answer reads as this wire log recorded them" )
+      ->type_name( "FILE" )
       ->needs( emulated );
    app.set_version_flag( "--version", "lumen-smbusd " LUMEN_VERSION );
    try {

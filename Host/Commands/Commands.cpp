@@ -16,7 +16,19 @@ namespace Host {
 
 namespace {
 
-// The socket of the service that the program is to use.
+SessionOptions completed( SessionOptions options,
+                          const Program& program,
+                          const WireTrace* wireTrace ) {
+   if ( wireTrace ) {
+      options.beginWorker = [ wireTrace ] { wireTrace->start(); };
+   }
+   options.socket = findService( program );
+   options.traceLevel = program.trace;
+   return options;
+}
+
+}  // namespace
+
 std::string findService( const Program& program ) {
    if ( program.emulate ) {
       return program.startEmulator( program.board );
@@ -32,13 +44,9 @@ std::string findService( const Program& program ) {
    return path;
 }
 
-SessionOptions completed( SessionOptions options, const Program& program ) {
-   options.socket = findService( program );
-   options.traceLevel = program.trace;
-   return options;
+std::unique_ptr< WireTrace > makeWireTrace( const Program& program, const Board& board ) {
+   return program.traceWire ? std::make_unique< WireTrace >( board.wiring ) : nullptr;
 }
-
-}  // namespace
 
 void complain( const std::vector< Finding >& findings ) {
    for ( const std::string& line : linesOf( findings ) ) {
@@ -72,7 +80,8 @@ Board loadOneObject( const Program& program, const std::string& name ) {
 OpenBoard::OpenBoard( const Program& program, Board onBoard, SessionOptions options )
     : board( std::move( onBoard ) ),
       library( program.library ),
-      session( library, board, completed( std::move( options ), program ) ) {}
+      wireTrace( makeWireTrace( program, board ) ),
+      session( library, board, completed( std::move( options ), program, wireTrace.get() ) ) {}
 
 CLI::App* addCommand( CLI::App& app,
                       Program& program,

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "BoardFiles/Board.h"
+#include "Host/Output/WireTrace.h"
 #include "Host/Session/DriverLibrary.h"
 #include "Host/Session/Session.h"
 
@@ -29,6 +31,7 @@ struct Program {
    bool emulate = false;
    bool json = false;
    int trace = -1;
+   bool traceWire = false;
 
    // Starts a service for the emulated board in a folder and returns its socket; throws
    // std::runtime_error. The service lives as long as the program.
@@ -57,10 +60,18 @@ void complain( const std::vector< Finding >& findings );
 // The board's object with this name, as its position. Throws UseError with the names there are.
 size_t findObject( const Board& board, const std::string& name );
 
+// The socket of the service that the program is to use; the emulated board is started. Throws
+// UseError.
+std::string findService( const Program& program );
+
+// Null where none is wanted.
+std::unique_ptr< WireTrace > makeWireTrace( const Program& program, const Board& board );
+
 // Everything a command needs to work with a board's objects.
 struct OpenBoard {
    Board board;
    DriverLibrary library;
+   std::unique_ptr< WireTrace > wireTrace;  // null where none is wanted
    Session session;
 
    // Socket and traces are those of the program. Throws UseError and BoardError.
@@ -86,6 +97,7 @@ void addStatusCommand( CLI::App& app, Program& program );
 void addCheckCommand( CLI::App& app, Program& program );
 void addGetAndSetCommands( CLI::App& app, Program& program );
 void addPoeCommand( CLI::App& app, Program& program );
+void addScanCommand( CLI::App& app, Program& program );
 void addSmbusCommand( CLI::App& app, Program& program );
 void addWatchCommand( CLI::App& app, Program& program );
 

@@ -1,17 +1,15 @@
 #include <fmt/format.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 
+#include "Host/Commands/Confirm.h"
 #include "Host/Commands/PoeBoard.h"
 #include "Host/Output/PoeProgress.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
-#include "Host/Session/UseError.h"
 
 namespace Host {
 
@@ -38,15 +36,6 @@ void warn( const std::vector< PoeController >& controllers, bool isForced ) {
    complain(
       "Afterwards ports are as after a power-on, to be configured anew. An update that breaks off "
       "leaves no firmware, and is to be repeated." );
-}
-
-bool isAgreed() {
-   if ( !isatty( STDIN_FILENO ) ) {
-      throw UseError( "ports may lose power: nobody can be asked, give --yes" );
-   }
-   fputs( "Go on? [y/N] ", stderr );
-   char answer[ 16 ];
-   return fgets( answer, sizeof answer, stdin ) && ( *answer == 'y' || *answer == 'Y' );
 }
 
 Reading reprogram( pl_poe_port* port, bool isForced ) {
@@ -79,7 +68,7 @@ int updatePoeFirmware( const Program& program, const PoeFirmwareOptions& options
    Board board = loadPoePorts( program );
    const auto controllers = unreadControllers( board );
    warn( controllers, options.isForced );
-   if ( !options.isConfirmed && !isAgreed() ) {
+   if ( !options.isConfirmed && !isAgreed( "Go on?", "ports may lose power" ) ) {
       complain( "nothing was done" );
       return kNotWell;
    }

@@ -4,10 +4,11 @@
 #include <memory>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Commands/Confirm.h"
 #include "Host/Commands/SmbusOperation.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
-#include "Host/Session/UseError.h"
+#include "Host/Session/RawEndpoint.h"
 
 namespace Host {
 
@@ -16,23 +17,37 @@ namespace {
 struct Arguments {
    std::string name;
    SmbusOperation operation;
+   bool isConfirmed = false;
 };
 
-Board loadEndpoint( const Program& program, const std::string& name ) {
-   Board board = loadOneObject( program, name );
-   if ( Kind kind = board.objects[ 0 ].kind; kind != Kind::Smbus ) {
-      throw UseError( fmt::format( "\"{}\" is a {}; raw access needs an object of kind smbus", name,
-                                   kindName( kind ) ) );
+// Memories, and the commands that protect them.
+bool isMemory( uint32_t address ) {
+   return ( address >= 0x50 && address <= 0x57 ) || ( address >= 0x30 && address <= 0x37 );
+}
+
+bool isWanted( const Arguments& arguments, const RawEndpoint& endpoint ) {
+   if ( arguments.isConfirmed || !isMemory( endpoint.address ) ||
+        !isWrite( arguments.operation ) ) {
+      return true;
    }
-   return board;
+   std::string why =
+      fmt::format( "\"{}\" is at 0x{:02x}, where memories are", arguments.name, endpoint.address );
+   return isAgreed( why + ". Write to a memory?", why );
 }
 
 int smbus( const Program& program, const Arguments& arguments ) {
    checkSmbusOperation( arguments.operation );
-   auto run = [ & ]( Kind, void* endpoint ) {
-      return runSmbusOperation( static_cast< pl_smbus* >( endpoint ), arguments.operation );
+   Board board = loadBoard( program );
+   RawEndpoint endpoint = RawEndpoint::named( board, arguments.name );
+   if ( !isWanted( arguments, endpoint ) ) {
+      complain( "nothing was done" );
+      return kNotWell;
+   }
+   board.objects = { endpoint.object };
+   auto run = [ & ]( Kind, void* object ) {
+      return runSmbusOperation( static_cast< pl_smbus* >( object ), arguments.operation );
    };
-   OpenBoard open( program, loadEndpoint( program, arguments.name ), { .readObject = run } );
+   OpenBoard open( program, std::move( board ), { .readObject = run } );
    Observation observation = open.session.read()[ 0 ];
    if ( program.json ) {
       print( smbusJson( program.board, arguments.operation.name, observation ) );
@@ -50,10 +65,11 @@ int smbus( const Program& program, const Arguments& arguments ) {
 
 void addSmbusCommand( CLI::App& app, Program& program ) {
    auto arguments = std::make_shared< Arguments >();
-   auto command =
-      addCommand( app, program, { "smbus", "one transaction through a raw SMBus endpoint" },
-                  [ &program, arguments ] { return smbus( program, *arguments ); } );
-   command->add_option( "NAME", arguments->name, "an object of kind smbus" )->required();
+   auto command = addCommand( app, program, { "smbus", "one raw transaction with a chip" },
+                              [ &program, arguments ] { return smbus( program, *arguments ); } );
+   command
+      ->add_option( "NAME", arguments->name, "an object, whose chip is meant, or a device's label" )
+      ->required();
    command->add_option( "OPERATION", arguments->operation.name, "see below" )->required();
    command->add_option( "NUMBERS", arguments->operation.arguments,
                         "its arguments, decimal or hexadecimal (0x...)" );
@@ -61,6 +77,8 @@ void addSmbusCommand( CLI::App& app, Program& program ) {
       ->add_option( "--reg-size", arguments->operation.registerSize,
                     "bytes of the register number" )
       ->check( CLI::IsMember( { 1, 2, 4 } ) );
+   command->add_flag( "--yes", arguments->isConfirmed,
+                      "write to a memory (0x30 to 0x37, 0x50 to 0x57) without asking" );
    command->footer( "Operations:\n" + smbusOperationsHelp() );
 }
 

@@ -116,26 +116,29 @@ struct Call {
 
 enum class Rest { None, Byte, Word, Length, ManyBytes };  // what follows the register
 
+enum class Direction { Read, Write };
+
 struct Operation {
    const char* name;
    const char* arguments;
    bool hasRegister;
    Rest rest;
+   Direction direction;  // a process call can write
    pl_status ( Call::*run )() const;
 };
 
 constexpr Operation kOperations[] = {
-   { "receive-byte", "", false, Rest::None, &Call::receiveByte },
-   { "send-byte", "BYTE", false, Rest::Byte, &Call::sendByte },
-   { "read-byte", "REG", true, Rest::None, &Call::readByte },
-   { "write-byte", "REG BYTE", true, Rest::Byte, &Call::writeByte },
-   { "read-word", "REG", true, Rest::None, &Call::readWord },
-   { "write-word", "REG WORD", true, Rest::Word, &Call::writeWord },
-   { "process-call", "REG WORD", true, Rest::Word, &Call::processCall },
-   { "block-read", "REG", true, Rest::None, &Call::blockRead },
-   { "block-write", "REG BYTE...", true, Rest::ManyBytes, &Call::blockWrite },
-   { "i2c-read", "REG LENGTH", true, Rest::Length, &Call::i2cRead },
-   { "i2c-write", "REG BYTE...", true, Rest::ManyBytes, &Call::i2cWrite },
+   { "receive-byte", "", false, Rest::None, Direction::Read, &Call::receiveByte },
+   { "send-byte", "BYTE", false, Rest::Byte, Direction::Write, &Call::sendByte },
+   { "read-byte", "REG", true, Rest::None, Direction::Read, &Call::readByte },
+   { "write-byte", "REG BYTE", true, Rest::Byte, Direction::Write, &Call::writeByte },
+   { "read-word", "REG", true, Rest::None, Direction::Read, &Call::readWord },
+   { "write-word", "REG WORD", true, Rest::Word, Direction::Write, &Call::writeWord },
+   { "process-call", "REG WORD", true, Rest::Word, Direction::Write, &Call::processCall },
+   { "block-read", "REG", true, Rest::None, Direction::Read, &Call::blockRead },
+   { "block-write", "REG BYTE...", true, Rest::ManyBytes, Direction::Write, &Call::blockWrite },
+   { "i2c-read", "REG LENGTH", true, Rest::Length, Direction::Read, &Call::i2cRead },
+   { "i2c-write", "REG BYTE...", true, Rest::ManyBytes, Direction::Write, &Call::i2cWrite },
 };
 
 const Operation& find( const std::string& name ) {
@@ -194,6 +197,10 @@ std::string smbusOperationsHelp() {
 
 void checkSmbusOperation( const SmbusOperation& operation ) {
    numbersOf( find( operation.name ), operation );
+}
+
+bool isWrite( const SmbusOperation& operation ) {
+   return find( operation.name ).direction == Direction::Write;
 }
 
 Reading runSmbusOperation( pl_smbus* smbus, const SmbusOperation& given ) {

@@ -21,6 +21,9 @@ std::string smbusOperationsHelp();
 // Throws UseError unless the operation exists and its arguments are in range.
 void checkSmbusOperation( const SmbusOperation& operation );
 
+// Whether the checked operation sends the chip more than a register number.
+bool isWrite( const SmbusOperation& operation );
+
 // Runs a checked operation; belongs into a worker. The reading's text is what was read, in
 // hexadecimal: one number, or a block's bytes with blanks between.
 Reading runSmbusOperation( pl_smbus* smbus, const SmbusOperation& operation );

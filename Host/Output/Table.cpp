@@ -18,13 +18,6 @@ constexpr size_t kLeastWrapWidth = 20;  // below it, long lines read better than
 
 constexpr std::array kEscapes = { "", "\x1b[32m", "\x1b[33m", "\x1b[31m", "\x1b[2m" };  // by Colour
 
-std::string coloured( const std::string& text, Colour colour, bool colours ) {
-   if ( !colours || colour == Colour::None ) {
-      return text;
-   }
-   return kEscapes[ static_cast< size_t >( colour ) ] + text + "\x1b[0m";
-}
-
 // Breaks at blanks; a word longer than the width has a line of its own.
 std::vector< std::string > wrap( const std::string& text, size_t width ) {
    std::vector< std::string > lines( 1 );
@@ -94,7 +87,7 @@ void Formatter::measure( const std::vector< std::vector< Cell > >& rows ) {
 
 std::string Formatter::padded( const Cell& cell, size_t column ) const {
    std::string blanks( widths_[ column ] - Utils::length( cell.text ), ' ' );
-   std::string text = coloured( cell.text, cell.colour, style_.colours );
+   std::string text = coloured( cell.text, cell.colour, style_ );
    return columns_[ column ].rightAligned ? blanks + text : text + blanks;
 }
 
@@ -108,12 +101,19 @@ std::string Formatter::formatRow( const std::vector< Cell >& row ) const {
    auto lines = wraps ? wrap( last.text, style_.width - indent_ ) : std::vector{ last.text };
    for ( size_t i = 0; i < lines.size(); ++i ) {
       text += i == 0 ? "" : std::string( indent_, ' ' );
-      text += coloured( lines[ i ], last.colour, style_.colours ) + "\n";
+      text += coloured( lines[ i ], last.colour, style_ ) + "\n";
    }
    return text;
 }
 
 }  // namespace
+
+std::string coloured( const std::string& text, Colour colour, const TableStyle& style ) {
+   if ( !style.colours || colour == Colour::None ) {
+      return text;
+   }
+   return kEscapes[ static_cast< size_t >( colour ) ] + text + "\x1b[0m";
+}
 
 TableStyle TableStyle::ofOutput() {
    TableStyle style;

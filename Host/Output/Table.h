@@ -26,6 +26,9 @@ struct TableStyle {
    static TableStyle ofOutput();
 };
 
+// For the terminal, where the style has colours.
+std::string coloured( const std::string& text, Colour colour, const TableStyle& style );
+
 // Aligned columns, two blanks apart; texts too long for the terminal wrap within the last one.
 std::string formatTable( const std::vector< Column >& columns,
                          const std::vector< std::vector< Cell > >& rows,

@@ -40,19 +40,6 @@ std::vector< const Wiring::Device* > devicesOnPath( const Wiring& wiring,
    return devices;
 }
 
-// The failed request's adapter; empty where the board has none of its numbers.
-std::string adapterName( const Wiring& wiring, const pl_service_failure& failure ) {
-   for ( size_t bus = 0; bus < wiring.busses.size(); ++bus ) {
-      const Wiring::Adapter& adapter = wiring.adapters[ wiring.busses[ bus ].adapter ];
-      if ( static_cast< unsigned >( adapter.master ) == failure.master &&
-           adapter.pci == failure.pci && adapter.accelerator == failure.accelerator &&
-           adapter.bus == failure.bus && wiring.busses[ bus ].above == Wiring::kNone ) {
-         return wiring.nameOf( bus );
-      }
-   }
-   return {};
-}
-
 }  // namespace
 
 std::string chipName( const Board& board,
@@ -60,7 +47,8 @@ std::string chipName( const Board& board,
                       const pl_service_failure& failure ) {
    const Wiring& wiring = board.wiring;
    std::string driver;
-   std::string place = adapterName( wiring, failure );
+   size_t bus = wiring.adapterBus( failure.master, failure.pci, failure.accelerator, failure.bus );
+   std::string place = bus == Wiring::kNone ? "" : wiring.nameOf( bus );
    for ( const Wiring::Device* device : devicesOnPath( wiring, object ) ) {
       if ( device->address == failure.device ) {
          driver = device->driver;

@@ -85,6 +85,7 @@ bool Session::startWorker( const Found& found ) {
       return false;
    }
    auto body = [ this, objects ]( const Worker::Link& link ) {
+      options_.beginWorker();
       SessionWorker::Task task{ .library = library_,
                                 .board = board_,
                                 .socket = options_.socket,

@@ -26,6 +26,9 @@ struct SessionOptions {
    // Runs in the worker, once an object has been added and at each later reading.
    ReadObject readObject = readAsKind;
 
+   // Runs in each worker, before anything else does.
+   std::function< void() > beginWorker = [] {};
+
    // Hears the library's traces of level 0, each with the object that was busy; null for none.
    std::function< void( size_t object, const std::string& line ) > hearTrace = {};
 };

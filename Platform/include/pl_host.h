@@ -57,6 +57,39 @@ void pl_failure_sink_set( pl_failure_sink sink, void* user );
 /* Null before the first failure. Successes leave it as it is. */
 const struct pl_service_failure* pl_last_failure( void );
 
+/* One transfer of a batch, as it was sent to the SMBus service and answered. */
+struct pl_wire_transfer {
+   int operation;                  /* RequestType of smbus.proto */
+   unsigned size;                  /* bytes; 0 for a receive-byte or send-byte */
+   unsigned reg;                   /* register number, or the byte itself for a send-byte */
+   unsigned reg_size;              /* bytes of a register number: 1, 2 or 4 */
+   unsigned device;                /* 7-bit address */
+   unsigned master;                /* MasterType of smbus.proto */
+   unsigned pci, accelerator, bus; /* as the request carries them, whether the master has them or
+                                      not */
+
+   const unsigned char* written;
+   const unsigned char* read; /* null, of no size, where the batch failed */
+   unsigned written_size, read_size;
+
+   int error;           /* errno value; 0: done; ECANCELED: an earlier transfer of the batch failed,
+                           and the service does not tell what became of this one */
+   const char* problem; /* in words; null where there is no error */
+};
+
+struct pl_wire_batch {
+   const struct pl_wire_transfer* transfers;
+   int count;
+   long long nanoseconds; /* from sending the batch to its answer, or to giving up */
+};
+
+typedef void ( *pl_wire_sink )( void* user, const struct pl_wire_batch* batch );
+
+/* Called on the host's thread after each batch, before the library sees the answer; null restores
+ * none, which costs nothing. Everything that the batch points to belongs to the library and lasts
+ * until the sink returns. The sink must not use the library. */
+void pl_wire_sink_set( pl_wire_sink sink, void* user );
+
 #ifdef __cplusplus
 }
 #endif

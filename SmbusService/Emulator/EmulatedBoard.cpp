@@ -27,6 +27,17 @@ Adapter* EmulatedBoard::findAdapter( const AdapterId& id ) {
    return bus == busses_.end() ? nullptr : bus->second.get();
 }
 
+void EmulatedBoard::keepLog( TransferLog& log ) {
+   forEachAdapter( [ & ]( const AdapterId&, Adapter& adapter ) { adapter.log = &log; } );
+}
+
+void EmulatedBoard::forEachAdapter(
+   const std::function< void( const AdapterId&, Adapter& ) >& visit ) {
+   for ( auto& [ id, bus ] : busses_ ) {
+      visit( id, *bus );
+   }
+}
+
 void EmulatedBoard::set( uint32_t did, std::string_view quantity, double value ) {
    Entry& chip = entry( did );
    std::lock_guard lock( chip.bus->mutex );

@@ -21,6 +21,9 @@ class EmulatedBoard : public Backend {
    bool has( uint32_t did ) const { return chips_.contains( did ); }
 
    Adapter* findAdapter( const AdapterId& ) override;
+   void keepLog( TransferLog& ) override;
+
+   void forEachAdapter( const std::function< void( const AdapterId&, Adapter& ) >& );
 
    // These throw std::invalid_argument for a device id or a quantity that does not exist.
    void set( uint32_t did, std::string_view quantity, double value );

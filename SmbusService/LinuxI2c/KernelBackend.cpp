@@ -64,6 +64,7 @@ void KernelBackend::assign( const BoardFiles::Board& board ) {
       auto& adapter = adapters_[ id ];
       if ( !adapter ) {
          adapter = std::make_unique< KernelAdapter >( system_, sysfs_, spec );
+         adapter->log = log_;
       }
       std::lock_guard lock( adapter->mutex );
       adapter->muxes.connect( id, trees.at( id ) );

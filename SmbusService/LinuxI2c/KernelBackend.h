@@ -30,12 +30,16 @@ class KernelBackend : public Backend {
 
    Adapter* findAdapter( const AdapterId& ) override;
 
+   // Before the first assign().
+   void keepLog( TransferLog& log ) override { log_ = &log; }
+
  private:
    std::vector< BoardFiles::Finding > problemsOf( const BoardFiles::AdapterSpec&,
                                                   std::map< unsigned, std::string >& taken ) const;
 
    System& system_;
    Sysfs sysfs_;
+   TransferLog* log_ = nullptr;
    std::shared_mutex mutex_;
    std::map< AdapterId, KernelAdapter* > served_;                      // under mutex_
    std::map< AdapterId, std::unique_ptr< KernelAdapter > > adapters_;  // all that ever were

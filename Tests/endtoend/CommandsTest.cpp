@@ -23,8 +23,11 @@ TEST( Commands, PrintWhatIsAsked ) {
       { kDemo + "smbus eeprom2 read-byte 5", "0x32\n" },
       { kDemo + "smbus eeprom1 read-word 4", "0x3120\n" },
       { kDemo + "smbus eeprom1 receive-byte", "0x70\n" },
-      { kDemo + "smbus eeprom1 i2c-write 0x10 1 2", "" },
-      { kDemo + "--json smbus eeprom1 write-byte 0x10 0xaa",
+      { kDemo + "smbus optics-left read-word 0", "0x0029\n" },
+      { kDemo + "smbus 'fpga3<0x70>' receive-byte", "0x00\n" },
+      { kDemo + "smbus optics read-byte 0", "0x00\n" },
+      { kDemo + "smbus eeprom1 i2c-write 0x10 1 2 --yes", "" },
+      { kDemo + "--json smbus --yes eeprom1 write-byte 0x10 0xaa",
         "{\n  \"board\": \"Boards/demo\",\n  \"object\": \"eeprom1\",\n  "
         "\"operation\": \"write-byte\",\n  \"answer\": \"\",\n  \"ok\": true\n}\n" },
    };
@@ -46,7 +49,10 @@ TEST( Commands, RefuseWhatCannotBeWithStatusTwo ) {
       { kDemo + "smbus eeprom1 i2c-read 0 0", "LENGTH must be at least 1" },
       { kDemo + "smbus eeprom1 read-byte", "use: smbus NAME read-byte REG" },
       { kDemo + "smbus eeprom1 peek", "no SMBus operation \"peek\"" },
-      { kDemo + "smbus inlet read-byte 0", "needs an object of kind smbus" },
+      { kDemo + "smbus scd0 read-byte 0", "several devices: scd0<0x1a>, scd0<0x48>, scd0<0x49>" },
+      { kDemo + "smbus chassis read-byte 0", "is a system, which has no chip" },
+      { kDemo + "smbus eeprom1 process-call 0 0 </dev/null", "nobody can be asked, give --yes" },
+      { kDemo + "scan optic", "no bus \"optic\"; it has scd0, scd1" },
       { "", "--board is required" },
       { kMinimal, "subcommand is required" },
       { kMinimal + "get", "NAME is required" },
@@ -63,6 +69,16 @@ TEST( Commands, RefuseWhatCannotBeWithStatusTwo ) {
       EXPECT_EQ( outcome.output, "" ) << command;
       EXPECT_THAT( outcome.errors, HasSubstr( errors ) );
    }
+}
+
+TEST( TraceWire, NamesEachTransferOfTheWorkers ) {
+   Outcome outcome = lumen( kDemo + "--trace-wire smbus optics read-byte 0" );
+   EXPECT_EQ( outcome.output, "0x00\n" );
+   EXPECT_THAT( outcome.errors,
+                testing::MatchesRegex(
+                   "[0-9:.]+ fpga3 PCA9548 0x70 send byte 0x01: ok .1 of 3, [0-9.]+ ms.\n"
+                   "[0-9:.]+ fpga3 0x70:0x01 Max7356 0x71 read 1 byte, register 0x00: 00 .*\n"
+                   "[0-9:.]+ fpga3 0x70:0x01 PCA9548 0x70 send byte 0x00: ok .*\n" ) );
 }
 
 TEST( Output, ThatIsLostIsNoSuccess ) {

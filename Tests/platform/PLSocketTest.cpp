@@ -196,3 +196,46 @@ TEST_F( PLSocketTest, FailureOfAServiceWithoutDetailsIsToldAllTheSame ) {
       EXPECT_STREQ( failure.text, reason );
    }
 }
+
+TEST_F( PLSocketTest, WireSinkIsToldWhatIsKnownOfEachTransfer ) {
+   std::string told;
+   auto hear = []( void* text, const pl_wire_batch* batch ) {
+      auto& line = *static_cast< std::string* >( text );
+      for ( int i = 0; i < batch->count; ++i ) {
+         const pl_wire_transfer& each = batch->transfers[ i ];
+         line += std::to_string( each.device ) + "/" + std::to_string( each.bus ) + " " +
+                 std::string( each.read, each.read + each.read_size ) +
+                 ( each.error ? strerrorname_np( each.error ) : "" ) + "; ";
+      }
+   };
+   pl_wire_sink_set( hear, &told );
+   Smbus::TransactionRequest request;
+   for ( const char* data : { "a", "b", "c" } ) {
+      request.add_request()->set_data( data );
+      request.mutable_request( 0 )->set_address( 0x1C8 );
+   }
+   FakeService service( { serve, &FakeService::serveOne } );
+   ASSERT_EQ( client.setup(), 0 );
+   auto send = [ & ] {
+      told.clear();
+      Smbus::TransactionResponse* reply = nullptr;
+      int result = client.sendRequestWait( &request, &reply );
+      std::string error = result < 0 ? strerrorname_np( errno ) : "";
+      delete reply;
+      return told + error;
+   };
+   EXPECT_EQ( send(), "72/3 a; 0/0 b; 0/0 c; " );
+   service.spoil = []( auto& answer ) {
+      answer.Clear();
+      answer.set_failure( ENXIO );
+      answer.mutable_details()->set_request( 1 );
+   };
+   EXPECT_EQ( send(), "72/3 ; 0/0 ENXIO; 0/0 ECANCELED; " );
+   service.spoil = []( auto& answer ) { answer.mutable_response()->RemoveLast(); };
+   EXPECT_EQ( send(), "72/3 EPROTO; 0/0 EPROTO; 0/0 EPROTO; " );
+   service.spoil = []( auto& answer ) { answer.set_id( 99 ); };
+   EXPECT_EQ( send(), "72/3 EPROTO; 0/0 EPROTO; 0/0 EPROTO; EPROTO" );
+   pl_wire_sink_set( nullptr, nullptr );
+   service.spoil = nullptr;
+   EXPECT_EQ( send(), "" );
+}

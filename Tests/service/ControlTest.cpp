@@ -2,7 +2,9 @@
 
 #include <atomic>
 
-#include "SmbusService/Emulator/Control.h"
+#include "SmbusService/Control.h"
+#include "SmbusService/ControlSocket.h"
+#include "SmbusService/WireLog.h"
 #include "Tests/service/Support.h"
 
 using namespace Tests;
@@ -12,6 +14,7 @@ using testing::HasSubstr;
 TEST( ControlTest, AnswersEachOperation ) {
    BoardFolder folder( kSensorTopology, kSensorEmulation );
    auto board = folder.load();
+   WireLog log;
    const std::pair< const char*, const char* > rows[] = {
       { R"({"op":"set","did":16,"quantity":"temperature","value":85.5})", R"({"ok":true})" },
       { R"({"op":"get","did":16,"quantity":"temperature"})", R"({"ok":true,"value":85.5})" },
@@ -27,7 +30,7 @@ TEST( ControlTest, AnswersEachOperation ) {
         R"(\"value\" is missing; request: /did: must be at least 0"})" },
       { R"({"op":"dance"})",
         R"({"ok":false,"error":"request: /op: must be \"list\", \"set\", \"get\", \"unplug\", )"
-        R"(\"plug\" or \"fault\", not \"dance\""})" },
+        R"(\"plug\", \"fault\" or \"log\", not \"dance\""})" },
       { R"({"op":"fault","did":16,"kind":"nak","count":0})",
         R"({"ok":false,"error":"request: /count: must be at least 1"})" },
       { R"({"op":"plug","did":9})", R"({"ok":false,"error":"no chip has device id 9"})" },
@@ -35,7 +38,7 @@ TEST( ControlTest, AnswersEachOperation ) {
         R"({"ok":false,"error":"'temperature' can be -128 to 127.9375 on this chip, not 128"})" },
    };
    for ( const auto& [ request, answer ] : rows ) {
-      EXPECT_EQ( Emulator::answerControl( *board, request ), answer );
+      EXPECT_EQ( answerControl( { log, board.get() }, request ), answer );
    }
    auto reading = [ & ] { return execute( *board, batchOf( { readBytes( 0x48, 0, 2 ) } ) ); };
    EXPECT_EQ( reading(), "5580" );
@@ -45,7 +48,9 @@ TEST( ControlTest, AnswersEachOperation ) {
 TEST( ControlTest, SocketTakesALineAtATimeWhileBatchesRun ) {
    BoardFolder folder( kSensorTopology, kSensorEmulation );
    auto board = folder.load();
-   Emulator::Control control( *board, folder.path() + "/control" );
+   WireLog log;
+   auto answer = [ & ]( auto line ) { return answerControl( { log, board.get() }, line ); };
+   ControlSocket control( answer, folder.path() + "/control" );
    RawClient silent( folder.path() + "/control" );
    RawClient client( folder.path() + "/control" );
    std::atomic< bool > done = false;

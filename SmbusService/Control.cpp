@@ -1,26 +1,26 @@
-#include "SmbusService/Emulator/Control.h"
+#include "SmbusService/Control.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <asio/buffer.hpp>
-#include <asio/read_until.hpp>
-#include <asio/write.hpp>
 #include <iterator>
 #include <stdexcept>
 
 #include "BoardFiles/Documents.h"
+#include "SmbusService/Emulator/EmulatedBoard.h"
+#include "SmbusService/WireLog.h"
 #include "Utils/Json.h"
 #include "Utils/Text.h"
 
-namespace SmbusService::Emulator {
+namespace SmbusService {
 
 namespace {
 
-using asio::local::stream_protocol;
+using Emulator::EmulatedBoard;
+using Emulator::Site;
 namespace Json = Utils::Json;
 
-constexpr size_t kLongestLine = 64 * 1024;
+constexpr size_t kMostRecords = 100;  // in one answer
 
 Json::Value text( const std::string& characters, Json::Document& answer ) {
    return Json::Value( characters.c_str(), answer.GetAllocator() );
@@ -49,6 +49,15 @@ void list( EmulatedBoard& board, Json::Document& answer ) {
       chips.PushBack( describe( site, answer ), answer.GetAllocator() );
    } );
    answer.AddMember( "chips", chips, answer.GetAllocator() );
+}
+
+// The records are JSON texts already.
+std::string recordsAfter( uint64_t number, const WireLog& log ) {
+   std::vector< std::string > texts;
+   for ( const BoardFiles::WireRecord& record : log.after( number, kMostRecords ) ) {
+      texts.push_back( BoardFiles::wireRecordText( record ) );
+   }
+   return fmt::format( R"({{"ok":true,"records":[{}]}})", fmt::join( texts, "," ) );
 }
 
 // Throws std::invalid_argument for chips and quantities that do not exist.
@@ -81,7 +90,7 @@ std::string refuse( std::string_view why ) {
 
 }  // namespace
 
-std::string answerControl( EmulatedBoard& board, std::string_view line ) {
+std::string answerControl( const Controlled& controlled, std::string_view line ) {
    std::vector< BoardFiles::Finding > findings;
    auto request = BoardFiles::readControlRequest( std::string( line ), findings );
    if ( !request.sound ) {
@@ -89,62 +98,21 @@ std::string answerControl( EmulatedBoard& board, std::string_view line ) {
       std::ranges::transform( findings, std::back_inserter( texts ), &BoardFiles::Finding::text );
       return refuse( fmt::format( "{}", fmt::join( texts, "; " ) ) );
    }
+   if ( std::string_view( request.json[ "op" ].GetString() ) == "log" ) {
+      bool isFirst = !request.json.HasMember( "after" );
+      return recordsAfter( isFirst ? 0 : request.json[ "after" ].GetUint64(), controlled.log );
+   }
+   if ( !controlled.board ) {
+      return refuse( "the board is not emulated" );
+   }
    try {
       Json::Document answer( rapidjson::kObjectType );
       answer.AddMember( "ok", true, answer.GetAllocator() );
-      perform( board, request.json, answer );
+      perform( *controlled.board, request.json, answer );
       return Json::write( answer );
    } catch ( const std::invalid_argument& error ) {
       return refuse( error.what() );
    }
 }
 
-// One client: a line is answered before the next is read.
-class Control::Session : public std::enable_shared_from_this< Control::Session > {
- public:
-   Session( EmulatedBoard& board, stream_protocol::socket socket )
-       : board_( board ), socket_( std::move( socket ) ) {}
-
-   void readLine() {
-      auto buffer = asio::dynamic_buffer( input_, kLongestLine );
-      asio::async_read_until( socket_, buffer, '\n',
-                              [ self = shared_from_this() ]( asio::error_code error, size_t size ) {
-                                 if ( !error ) {
-                                    self->answerLine( size );
-                                 }
-                              } );
-   }
-
- private:
-   void answerLine( size_t size ) {
-      output_ = answerControl( board_, std::string_view( input_ ).substr( 0, size - 1 ) ) + '\n';
-      input_.erase( 0, size );
-      asio::async_write( socket_, asio::buffer( output_ ),
-                         [ self = shared_from_this() ]( asio::error_code error, size_t ) {
-                            if ( !error ) {
-                               self->readLine();
-                            }
-                         } );
-   }
-
-   EmulatedBoard& board_;
-   stream_protocol::socket socket_;
-   std::string input_;
-   std::string output_;
-};
-
-Control::Control( EmulatedBoard& board, const std::string& path )
-    : board_( board ), listener_( context_, path ) {
-   listener_.accept( [ this ]( int descriptor ) {
-      stream_protocol::socket socket( context_, stream_protocol(), descriptor );
-      std::make_shared< Session >( board_, std::move( socket ) )->readLine();
-   } );
-   thread_ = std::thread( [ this ] { context_.run(); } );
-}
-
-Control::~Control() {
-   context_.stop();
-   thread_.join();
-}
-
-}  // namespace SmbusService::Emulator
+}  // namespace SmbusService

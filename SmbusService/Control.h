@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace SmbusService {
+
+class WireLog;
+namespace Emulator {
+class EmulatedBoard;
+}
+
+struct Controlled {
+   const WireLog& log;
+   Emulator::EmulatedBoard* board = nullptr;  // null where the board is a real one
+};
+
+// Answers one request to the control socket, both JSON objects without line ends
+// (control.schema.json):
+//
+//   { "op": "log", "after": 1000 }            transfers with greater numbers, some of them
+//   { "op": "list" }                          all chips with their quantities and pending faults
+//   { "op": "set", "did": 16, "quantity": "temperature", "value": 85.5 }
+//   { "op": "get", "did": 16, "quantity": "temperature" }
+//   { "op": "unplug", "did": 16 }
+//   { "op": "plug", "did": 16 }               powers the chip on: its registers are reset
+//   { "op": "fault", "did": 16, "kind": "nak", "count": 2, "skip": 1 }
+//
+// All but the first need an emulated board. The answer has "ok": true, and "value", "chips" or
+// "records" where asked for; or "ok": false and "error".
+std::string answerControl( const Controlled&, std::string_view line );
+
+}  // namespace SmbusService

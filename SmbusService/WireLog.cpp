@@ -1,0 +1,116 @@
+#include "SmbusService/WireLog.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+namespace SmbusService {
+
+namespace {
+
+using BoardFiles::WireRecord;
+
+constexpr mode_t kMode = 0640;
+constexpr size_t kMostWaiting = 100'000;
+constexpr std::chrono::milliseconds kInterval( 20 );  // transfers do not wake the writing thread
+
+WireRecord recordOf( const ExecutedTransfer& executed ) {
+   const Transfer& transfer = executed.transfer;
+   return {
+      .time = executed.time,
+      .client = executed.peer.number,
+      .uid = executed.peer.uid,
+      .master = transfer.adapter.master,
+      .pci = transfer.adapter.pci,
+      .accelerator = transfer.adapter.accelerator,
+      .bus = transfer.adapter.bus,
+      .path = executed.path,
+      .device = transfer.address.device,
+      .operation = transfer.type,
+      .reg = transfer.reg,
+      .registerSize = transfer.address.registerSize,
+      .size = transfer.size,
+      .written = std::string( transfer.data ),
+      .read = transfer.reads() && !executed.error ? executed.answer : "",
+      .status = executed.error,
+      .problem = executed.problem,
+      .duration = executed.duration,
+   };
+}
+
+}  // namespace
+
+WireLog::~WireLog() {
+   if ( thread_.joinable() ) {
+      {
+         std::lock_guard lock( mutex_ );
+         isEnding_ = true;
+      }
+      changed_.notify_all();
+      thread_.join();
+      close( file_ );
+   }
+}
+
+void WireLog::appendTo( const std::string& path, Log& messages ) {
+   file_ = open( path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kMode );
+   if ( file_ < 0 ) {
+      throw std::system_error( errno, std::generic_category(), path );
+   }
+   messages_ = &messages;
+   thread_ = std::thread( [ this ] { write(); } );
+}
+
+void WireLog::add( const ExecutedTransfer& executed ) {
+   WireRecord record = recordOf( executed );
+   std::lock_guard lock( mutex_ );
+   record.number = ++count_;
+   if ( file_ >= 0 ) {
+      if ( waiting_.size() < kMostWaiting ) {
+         waiting_.push_back( record );
+      } else {
+         ++lost_;
+      }
+   }
+   if ( kept_.size() == kKeptTransfers ) {
+      kept_.pop_front();
+   }
+   kept_.push_back( std::move( record ) );
+}
+
+std::vector< WireRecord > WireLog::after( uint64_t number, size_t most ) const {
+   std::lock_guard lock( mutex_ );
+   auto first = std::ranges::upper_bound( kept_, number, {}, &WireRecord::number );
+   auto size = std::min< ptrdiff_t >( kept_.end() - first, static_cast< ptrdiff_t >( most ) );
+   return { first, first + size };
+}
+
+void WireLog::write() {
+   std::unique_lock lock( mutex_ );
+   std::vector< WireRecord > taken;
+   while ( !isEnding_ || !waiting_.empty() ) {
+      taken.clear();
+      taken.swap( waiting_ );
+      size_t lost = std::exchange( lost_, 0 );
+      lock.unlock();
+      if ( lost ) {
+         messages_->write( fmt::format( "the wire log has no room for {} transfers", lost ) );
+      }
+      std::string text;
+      for ( const WireRecord& record : taken ) {
+         text += wireRecordText( record ) + '\n';
+      }
+      if ( int error = writeWhole( file_, text ) ) {
+         messages_->write( fmt::format( "the wire log cannot be written: {}",
+                                        std::generic_category().message( error ) ) );
+      }
+      lock.lock();
+      changed_.wait_for( lock, kInterval, [ this ] { return isEnding_; } );
+   }
+}
+
+}  // namespace SmbusService

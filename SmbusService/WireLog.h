@@ -1,0 +1,53 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "BoardFiles/WireRecord.h"
+#include "SmbusService/Log.h"
+#include "SmbusService/TransferLog.h"
+
+namespace SmbusService {
+
+constexpr size_t kKeptTransfers = 1000;
+
+// Keeps the last transfers, and appends all to a file where one is named. A file that cannot keep
+// up delays nobody: what it has no room for is counted, and told in the messages.
+class WireLog : public TransferLog {
+ public:
+   WireLog() = default;
+   ~WireLog() override;
+   WireLog( const WireLog& ) = delete;
+   WireLog& operator=( const WireLog& ) = delete;
+
+   // Before the first transfer. Throws std::system_error when the file cannot be written. The
+   // messages outlive the object.
+   void appendTo( const std::string& path, Log& messages );
+
+   void add( const ExecutedTransfer& ) override;
+
+   // Those that are kept and have a greater number, the oldest first, `most` of them.
+   std::vector< BoardFiles::WireRecord > after( uint64_t number, size_t most ) const;
+
+ private:
+   void write();
+
+   mutable std::mutex mutex_;
+   std::deque< BoardFiles::WireRecord > kept_;
+   uint64_t count_ = 0;
+
+   // The file's, under the mutex but for the descriptor.
+   int file_ = -1;
+   std::vector< BoardFiles::WireRecord > waiting_;
+   size_t lost_ = 0;
+   bool isEnding_ = false;
+   std::condition_variable changed_;
+   Log* messages_ = nullptr;
+   std::thread thread_;
+};
+
+}  // namespace SmbusService
