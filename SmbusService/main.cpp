@@ -11,6 +11,7 @@
 #include "SmbusService/ControlSocket.h"
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "SmbusService/LinuxI2c/KernelBackend.h"
+#include "SmbusService/Readiness.h"
 #include "SmbusService/Replay.h"
 #include "SmbusService/Server.h"
 #include "SmbusService/WireLog.h"
@@ -56,19 +57,26 @@ void serve( const Options& options,
    asio::signal_set ends( context, SIGTERM, SIGINT );
    asio::signal_set hangups( context, SIGHUP );
    Server server( context, backend, options.socket, log );
+   Readiness readiness( context );
+   std::string announcement =
+      fmt::format( "serving {} at {}", options.directory(), options.socket );
    ends.async_wait( [ & ]( asio::error_code, int ) {
+      readiness.stopping();
       hangups.cancel();
       server.stop();
    } );
    std::function< void( asio::error_code, int ) > onHangup = [ & ]( asio::error_code error, int ) {
       if ( !error ) {
+         readiness.reloading();
          reload();
+         readiness.ready( announcement );
          hangups.async_wait( onHangup );
       }
    };
    hangups.async_wait( onHangup );
    Log announcements( STDOUT_FILENO );
-   announcements.write( fmt::format( "serving {} at {}", options.directory(), options.socket ) );
+   announcements.write( announcement );
+   readiness.ready( announcement );
    context.run();
 }
 

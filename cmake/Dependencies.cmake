@@ -5,19 +5,23 @@ if(LUMEN_LIBRARY_DIR)
 endif()
 find_library(PROTOBUF_LITE_LIBRARY protobuf-lite ${lumen_search} REQUIRED)
 find_library(FMT_LIBRARY fmt ${lumen_search} REQUIRED)
+find_library(SYSTEMD_LIBRARY systemd ${lumen_search} REQUIRED)
 find_library(BENCHMARK_LIBRARY benchmark ${lumen_search})
 find_program(PROTOC protoc REQUIRED)
 find_path(RAPIDJSON_INCLUDE rapidjson/document.h REQUIRED)
 find_path(FMT_INCLUDE fmt/format.h REQUIRED)
 find_path(ASIO_INCLUDE asio.hpp REQUIRED)
+find_path(SYSTEMD_INCLUDE systemd/sd-daemon.h REQUIRED)
 find_path(CLI11_INCLUDE CLI/CLI.hpp REQUIRED)
 find_package(Threads REQUIRED)
 
 add_library(protobuf-lite INTERFACE)
 target_link_libraries(protobuf-lite INTERFACE ${PROTOBUF_LITE_LIBRARY})
 if(LUMEN_LIBRARY_DIR)
-  # The target's libraries need others from the same directory.
-  target_link_options(protobuf-lite INTERFACE -Wl,-rpath-link,${LUMEN_LIBRARY_DIR})
+  # The target's libraries need others from the same directory, when they are linked and when they
+  # run: a RUNPATH would not count for the others.
+  target_link_options(protobuf-lite INTERFACE
+    -Wl,-rpath-link,${LUMEN_LIBRARY_DIR} -Wl,--disable-new-dtags)
   set(CMAKE_BUILD_RPATH ${LUMEN_LIBRARY_DIR})
 endif()
 

@@ -14,10 +14,12 @@
 namespace Tests {
 
 // A new socket that bind() or connect() has tied to a path.
-inline int socketAt( const std::string& path, int ( *tie )( int, const sockaddr*, socklen_t ) ) {
+inline int socketAt( const std::string& path,
+                     int ( *tie )( int, const sockaddr*, socklen_t ),
+                     int type = SOCK_STREAM ) {
    sockaddr_un address{ AF_UNIX, {} };
    path.copy( address.sun_path, sizeof address.sun_path - 1 );
-   int result = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
+   int result = socket( AF_UNIX, type | SOCK_CLOEXEC, 0 );
    tie( result, reinterpret_cast< sockaddr* >( &address ), sizeof address );
    return result;
 }
