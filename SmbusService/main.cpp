@@ -60,13 +60,15 @@ void serve( const Options& options,
    Readiness readiness( context );
    std::string announcement =
       fmt::format( "serving {} at {}", options.directory(), options.socket );
+   bool isEnding = false;  // a hangup that is due already cannot be cancelled
    ends.async_wait( [ & ]( asio::error_code, int ) {
+      isEnding = true;
       readiness.stopping();
       hangups.cancel();
       server.stop();
    } );
    std::function< void( asio::error_code, int ) > onHangup = [ & ]( asio::error_code error, int ) {
-      if ( !error ) {
+      if ( !error && !isEnding ) {
          readiness.reloading();
          reload();
          readiness.ready( announcement );
