@@ -106,6 +106,11 @@ BoardFile readAdapters( const std::string& directory, std::vector< Finding >& fi
    return readFile( directory, "adapters.json", schema, findings );
 }
 
+BoardFile readPolicy( const std::string& path, std::vector< Finding >& findings ) {
+   static const Schema schema( Schemas::kPolicy );
+   return readFile( "", path.c_str(), schema, findings );
+}
+
 BoardFile readWireLine( std::string place, std::string text, std::vector< Finding >& findings ) {
    static const Schema schema( Schemas::kWireLog );
    BoardFile line{ .path = std::move( place ), .text = std::move( text ) };

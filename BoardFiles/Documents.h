@@ -23,6 +23,9 @@ BoardFile readObjects( const std::string& directory, std::vector< Finding >& fin
 BoardFile readEmulation( const std::string& directory, std::vector< Finding >& findings );
 BoardFile readAdapters( const std::string& directory, std::vector< Finding >& findings );
 
+// The service's policy, which may lie anywhere.
+BoardFile readPolicy( const std::string& path, std::vector< Finding >& findings );
+
 // A line of a wire log, called as `place` says.
 BoardFile readWireLine( std::string place, std::string text, std::vector< Finding >& findings );
 

@@ -83,7 +83,7 @@ std::string schemaProblem( const std::string& keyword, const Value& value, const
    if ( rule && keyword == "maximum" ) {
       return "must be at most " + write( *rule );
    }
-   if ( keyword == "minLength" ) {
+   if ( keyword == "minLength" || keyword == "minItems" ) {
       return "must not be empty";
    }
    return "does not satisfy \"" + keyword + "\"";

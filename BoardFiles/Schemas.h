@@ -7,6 +7,7 @@ extern const char* const kTopology;
 extern const char* const kObjects;
 extern const char* const kEmulation;
 extern const char* const kAdapters;
+extern const char* const kPolicy;
 extern const char* const kControl;
 extern const char* const kWireLog;
 

@@ -16,6 +16,30 @@ std::string Wiring::Adapter::name() const {
    return fmt::format( "{}{} bus {}", mediumName(), through, bus );
 }
 
+size_t Wiring::busAt( size_t adapter ) const {
+   size_t bus = 0;
+   while ( busses[ bus ].adapter != adapter || busses[ bus ].above != kNone ) {
+      ++bus;
+   }
+   return bus;
+}
+
+std::string Wiring::whyOutOfReach( uint32_t did ) const {
+   auto entry = devices.find( did );
+   if ( entry == devices.end() ) {
+      return fmt::format( "device {} is not in the topology", did );
+   }
+   const Device& device = entry->second;
+   if ( device.bus == kNone ) {
+      return fmt::format( "device {} is on no bus: {}", did, device.pointer );
+   }
+   if ( !device.address ) {
+      return fmt::format( "nobody gives device {} an address: {} has {}", did, device.pointer,
+                          device.isDeclared ? "a \"driver\" that uses none" : "no \"driver\"" );
+   }
+   return {};
+}
+
 std::vector< uint32_t > Wiring::muxesAbove( size_t bus ) const {
    std::vector< uint32_t > muxes;
    for ( size_t i = bus; i != kNone && busses[ i ].above != kNone; i = busses[ i ].above ) {

@@ -60,6 +60,12 @@ struct Wiring {
    std::map< std::string, uint32_t > labels;      // of devices, to did
    std::set< uint32_t > verifiedMuxes;            // chips whose control byte is read back
 
+   // The adapter's own bus.
+   size_t busAt( size_t adapter ) const;
+
+   // Why no request reaches the device; empty when one does.
+   std::string whyOutOfReach( uint32_t did ) const;
+
    // The chips that must be open for the bus to be reached, as dids, innermost first.
    std::vector< uint32_t > muxesAbove( size_t bus ) const;
 

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "BoardFiles/Board.h"
+#include "BoardFiles/PolicyRule.h"
 #include "Tests/support/TemporaryDirectory.h"
 
 using namespace BoardFiles;
@@ -24,7 +25,7 @@ const std::filesystem::path kHere = LUMEN_SOURCE_DIR "/Tests/boardfiles";
 Documents soundDocuments() {
    Documents documents;
    for ( const char* name :
-         { "topology.json", "objects.json", "emulation.json", "adapters.json" } ) {
+         { "topology.json", "objects.json", "emulation.json", "adapters.json", "policy.json" } ) {
       documents[ name ] = textOf( kHere / "sound" / name );
    }
    return documents;
@@ -41,6 +42,9 @@ std::vector< std::string > findingsIn( const Documents& documents, Board& board 
    try {
       board = loadBoard( directory.path(), { Presence::Needed, Presence::IfPresent } );
       findings = board.warnings;
+      if ( documents.contains( "policy.json" ) ) {
+         loadPolicy( directory.path() / "policy.json", board.wiring );
+      }
    } catch ( const BoardError& error ) {
       findings = error.findings;
    }

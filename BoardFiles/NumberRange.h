@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "BoardFiles/Finding.h"
+#include "BoardFiles/Place.h"
+#include "Utils/Json.h"
+
+namespace BoardFiles {
+
+// Numbers from the first to the last one, both included.
+struct NumberRange {
+   uint32_t first;
+   uint32_t last;
+
+   bool operator==( const NumberRange& ) const = default;
+};
+
+// Reads a list of integers and of texts such as "0x50", "80" and "0x50-0x57", each within
+// `limits`, which the findings call `what`. Sorted; ranges that touch each other are one.
+std::vector< NumberRange > readRanges( const Utils::Json::Value& list,
+                                       const NumberRange& limits,
+                                       const char* what,
+                                       const Place& place,
+                                       std::vector< Finding >& findings );
+
+// `0x50-0x57, 0x60`
+std::string textOf( const std::vector< NumberRange >& ranges );
+
+}  // namespace BoardFiles
