@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "SmbusService/TransferError.h"
@@ -64,6 +65,13 @@ void Backend::connectMuxes( const BoardFiles::Wiring& wiring ) {
          adapter->muxes.connect( id, tree );
       }
    }
+}
+
+size_t firstTrailingReset( const std::vector< Step >& steps ) {
+   auto last = std::find_if_not( steps.rbegin(), steps.rend(), []( const Step& step ) {
+      return step.transfer.isSendByte() && step.transfer.reg == 0;
+   } );
+   return static_cast< size_t >( steps.rend() - last );
 }
 
 }  // namespace SmbusService

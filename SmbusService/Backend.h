@@ -66,4 +66,8 @@ struct Step {
    Adapter* adapter;
 };
 
+// Where a batch's trailing run of mux resets (send-byte 0) begins. It is executed even when a step
+// before it fails.
+size_t firstTrailingReset( const std::vector< Step >& );
+
 }  // namespace SmbusService

@@ -120,7 +120,7 @@ void Batch::run( uint32_t retries, Smbus::TransactionResponse& reply ) {
       }
    }
    // What is left after a failure.
-   for ( next = std::max( next, firstReset() ); next < steps_.size(); ++next ) {
+   for ( next = std::max( next, firstTrailingReset( steps_ ) ); next < steps_.size(); ++next ) {
       if ( lastsFor( 2 * limit_ ) ) {
          return;
       }
@@ -149,13 +149,6 @@ bool Batch::lastsFor( std::chrono::milliseconds time ) {
       start_ = now;
    }
    return now - start_ >= time;
-}
-
-size_t Batch::firstReset() const {
-   auto last = std::find_if_not( steps_.rbegin(), steps_.rend(), []( const Step& step ) {
-      return step.transfer.isSendByte() && step.transfer.reg == 0;
-   } );
-   return static_cast< size_t >( steps_.rend() - last );
 }
 
 void Batch::refuse( int error, std::string_view why, Smbus::TransactionResponse& reply ) const {

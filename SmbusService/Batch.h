@@ -32,6 +32,8 @@ class Batch {
                    std::chrono::milliseconds limit = kBatchLimit )
        : backend_( backend ), peer_( std::move( peer ) ), access_( access ), limit_( limit ) {}
 
+   const Peer& peer() const { return peer_; }
+
    // Replaces the reply: one response per request, or `failure` and `error`.
    void execute( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
 
@@ -45,7 +47,6 @@ class Batch {
    void run( uint32_t retries, Smbus::TransactionResponse& );
    int attempt( const Step&, uint32_t retries, std::string& answer );
    bool lastsFor( std::chrono::milliseconds time );
-   size_t firstReset() const;
    void refuse( int error, std::string_view why, Smbus::TransactionResponse& ) const;
    void fail( size_t index, int error, std::string_view why, Smbus::TransactionResponse& ) const;
 

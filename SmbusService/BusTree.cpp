@@ -45,13 +45,14 @@ class Planter {
          return segments_[ bus ];
       }
       if ( place.above == Wiring::kNone ) {
+         treeOf( bus ).segments[ 0 ].bus = bus;
          return segments_[ bus ] = 0;
       }
       size_t mux = isSwitchedHere( place ) ? muxOf( place.mux ) : BusTree::kNone;
       BusTree& tree = treeOf( bus );
       auto channel = static_cast< uint8_t >( place.channel );
       segments_[ bus ] = tree.segments.size();
-      tree.segments.push_back( { .mux = mux, .channel = channel } );
+      tree.segments.push_back( { .mux = mux, .channel = channel, .bus = bus } );
       if ( mux != BusTree::kNone ) {
          tree.muxes[ mux ].channels.push_back( { channel, segments_[ bus ] } );
       }

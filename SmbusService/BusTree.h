@@ -34,6 +34,7 @@ struct BusTree {
    struct Segment {
       size_t mux = kNone;   // the segment hangs behind this one, or is always connected
       uint8_t channel = 0;  // of the mux
+      size_t bus = kNone;   // its position in the wiring
       std::vector< Device > devices = {};  // mux chips among them
    };
 
