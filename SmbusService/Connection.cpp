@@ -65,8 +65,8 @@ bool waitUntilReadable( int descriptor, std::chrono::steady_clock::time_point du
 
 }  // namespace
 
-Connection::Connection( int descriptor, Backend& backend, const Access* access )
-    : descriptor_( descriptor ), batch_( backend, Peer::at( descriptor ), access ) {
+Connection::Connection( Peer peer, Backend& backend, const Access* access )
+    : descriptor_( peer.socket ), batch_( backend, std::move( peer ), access ) {
    timeval limit{ .tv_sec = kTimeLimit.count(), .tv_usec = 0 };
    setsockopt( descriptor_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit );
 }

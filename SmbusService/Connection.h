@@ -11,11 +11,12 @@
 namespace SmbusService {
 
 // Serves one client with blocking calls, on a thread of its own: a request costs one receive and
-// a reply one send. The descriptor stays the caller's.
+// a reply one send. The peer's socket stays the caller's.
 class Connection {
  public:
-   // Throws std::system_error when the kernel does not tell who the client is.
-   Connection( int descriptor, Backend&, const Access* );
+   Connection( Peer, Backend&, const Access* );
+
+   const Peer& peer() const { return batch_.peer(); }
 
    // Returns when the client leaves, breaks the protocol, dawdles within a frame, or finish() is
    // called.

@@ -62,7 +62,7 @@ void serve( Backend& backend, const std::string& path, pid_t owner, int report )
    Log log( STDERR_FILENO );
    asio::io_context context( 1 );
    asio::signal_set signals( context, SIGTERM );
-   Server server( context, backend, path, log );
+   Server server( context, backend, { path }, log );
    signals.async_wait( [ & ]( asio::error_code, int ) { server.stop(); } );
    sigset_t none;
    sigemptyset( &none );

@@ -15,6 +15,8 @@ namespace {
 using asio::local::stream_protocol;
 
 constexpr mode_t kMode = 0660;
+constexpr mode_t kModeAtFirst = 0600;
+constexpr uid_t kSameOwner = static_cast< uid_t >( -1 );
 constexpr std::chrono::milliseconds kRetryDelay( 100 );
 
 bool isShortage( int error ) {
@@ -55,9 +57,17 @@ void makeWay( const std::string& path, const stream_protocol::endpoint& endpoint
    unlink( path.c_str() );
 }
 
+// The file's mode lets the group in once it is the right one.
+void admit( const std::string& path, std::optional< gid_t > group ) {
+   if ( group && chown( path.c_str(), kSameOwner, *group ) < 0 ) {
+      throw asio::system_error( asio::error_code( errno, asio::system_category() ) );
+   }
+   chmod( path.c_str(), kMode );
+}
+
 }  // namespace
 
-Listener::Listener( asio::io_context& context, std::string path )
+Listener::Listener( asio::io_context& context, std::string path, std::optional< gid_t > group )
     : path_( std::move( path ) ), acceptor_( context ), timer_( context ) {
    if ( path_.empty() ) {
       refuse( "''", "the path is empty" );
@@ -66,12 +76,11 @@ Listener::Listener( asio::io_context& context, std::string path )
       stream_protocol::endpoint endpoint( path_ );
       makeWay( path_, endpoint );
       acceptor_.open();
-      // Linux gives the file the socket's own mode, so that nobody else gets in between bind() and
-      // chmod(), which adds what the process's umask took away.
-      fchmod( acceptor_.native_handle(), kMode );
+      // Linux gives the file the socket's own mode, so that nobody gets in before it is complete.
+      fchmod( acceptor_.native_handle(), kModeAtFirst );
       acceptor_.bind( endpoint );
       file_ = fileNumber( path_ );
-      chmod( path_.c_str(), kMode );
+      admit( path_, group );
       acceptor_.listen();
       acceptor_.non_blocking( true );
    } catch ( const asio::system_error& error ) {

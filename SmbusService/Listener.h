@@ -6,6 +6,7 @@
 #include <asio/local/stream_protocol.hpp>
 #include <asio/steady_timer.hpp>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace SmbusService {
@@ -18,7 +19,8 @@ namespace SmbusService {
 class Listener {
  public:
    // Throws std::runtime_error with a text for people.
-   Listener( asio::io_context&, std::string path );
+   // Without `group` the file is of the process's own.
+   Listener( asio::io_context&, std::string path, std::optional< gid_t > group = {} );
    ~Listener();
 
    // Calls with each new client's descriptor, on the thread that runs the context. The descriptor

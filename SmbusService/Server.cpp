@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <system_error>
@@ -19,16 +20,12 @@ constexpr size_t kMaxTurnedAway = 64;  // clients that still may read why
 
 }  // namespace
 
-Server::Server( asio::io_context& context,
-                Backend& backend,
-                const std::string& path,
-                Log& log,
-                const Access* access )
+Server::Server( asio::io_context& context, Backend& backend, const Door& door, Log& log )
     : context_( context ),
       backend_( backend ),
       log_( log ),
-      access_( access ),
-      listener_( context, path ) {
+      access_( door.access ),
+      listener_( context, door.path, door.group ) {
    // Registered with the context, a client would wake the accepting thread with every message.
    listener_.accept( [ this ]( int descriptor ) { start( descriptor ); } );
 }
@@ -51,20 +48,43 @@ void Server::stop() {
 }
 
 void Server::start( int descriptor ) {
-   std::unique_lock lock( mutex_ );
-   if ( clients_.size() >= kMaxConnections ) {
-      lock.unlock();
-      turnAway( descriptor, fmt::format( "there are {} clients already", kMaxConnections ) );
-      return;
-   }
-   auto client = clients_.emplace( clients_.end(), descriptor, backend_, access_ );
    try {
-      std::thread( [ this, client ] { serve( client ); } ).detach();
+      start( Peer::at( descriptor ) );
    } catch ( const std::system_error& error ) {
-      clients_.erase( client );
-      lock.unlock();
       turnAway( descriptor, error.what() );
    }
+}
+
+void Server::start( const Peer& peer ) {
+   std::unique_lock lock( mutex_ );
+   std::string reason = whyFull( peer.uid );
+   if ( !reason.empty() ) {
+      lock.unlock();
+      turnAway( peer.socket, reason );
+      return;
+   }
+   auto client = clients_.emplace( clients_.end(), peer, backend_, access_ );
+   try {
+      std::thread( [ this, client ] { serve( client ); } ).detach();
+   } catch ( const std::system_error& ) {
+      clients_.erase( client );
+      throw;
+   }
+}
+
+// Empty while there is room for a client of the user.
+std::string Server::whyFull( uid_t user ) const {
+   if ( clients_.size() >= kMaxConnections ) {
+      return fmt::format( "there are {} clients already", kMaxConnections );
+   }
+   auto isOfUser = [ user ]( const Client& client ) {
+      return client.connection.peer().uid == user;
+   };
+   bool isFull = user != 0 && std::ranges::count_if( clients_, isOfUser ) >=
+                                 static_cast< ptrdiff_t >( kMaxConnectionsOfUser );
+   return isFull
+             ? fmt::format( "there are {} clients of uid {} already", kMaxConnectionsOfUser, user )
+             : "";
 }
 
 void Server::serve( Clients::iterator client ) {

@@ -16,15 +16,21 @@
 namespace SmbusService {
 
 constexpr size_t kMaxConnections = 64;
+constexpr size_t kMaxConnectionsOfUser = 16;  // other than root
 
 // Serves a backend at a Unix socket. New clients are accepted by whoever runs the context; each
 // client is served on a thread of its own, so that none waits for another except at an adapter.
 class Server {
  public:
+   // Where it listens, and who is let in.
+   struct Door {
+      std::string path;
+      std::optional< gid_t > group = {};  // of the socket; the process's own where there is none
+      const Access* access = nullptr;     // without it every client may do everything
+   };
+
    // Listens; throws std::runtime_error with a text for people.
-   // Without `access` every client may do everything.
-   Server(
-      asio::io_context&, Backend&, const std::string& path, Log&, const Access* access = nullptr );
+   Server( asio::io_context&, Backend&, const Door&, Log& );
    ~Server();
 
    // Removes the socket and returns once the batches in hand are executed and answered. To be
@@ -33,8 +39,8 @@ class Server {
 
  private:
    struct Client {
-      Client( int socket, Backend& backend, const Access* access )
-          : descriptor( socket ), connection( socket, backend, access ) {}
+      Client( const Peer& peer, Backend& backend, const Access* access )
+          : descriptor( peer.socket ), connection( peer, backend, access ) {}
 
       int descriptor;
       Connection connection;
@@ -43,6 +49,8 @@ class Server {
    using Socket = asio::local::stream_protocol::socket;
 
    void start( int descriptor );
+   void start( const Peer& );
+   std::string whyFull( uid_t user ) const;
    void serve( Clients::iterator );
    void turnAway( int descriptor, const std::string& why );
 

@@ -11,6 +11,8 @@
 #include "SmbusService/ControlSocket.h"
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "SmbusService/LinuxI2c/KernelBackend.h"
+#include "SmbusService/PolicyReport.h"
+#include "SmbusService/PolicyStore.h"
 #include "SmbusService/Readiness.h"
 #include "SmbusService/Replay.h"
 #include "SmbusService/Server.h"
@@ -38,25 +40,53 @@ struct Options {
    std::string control;
    std::string wireLog;
    std::string replay;
+   std::string policy;
+   std::string group;
+   PolicyQuestion question;
 
    const std::string& directory() const { return board.empty() ? emulated : board; }
 };
 
-// Serves until a signal ends the process. At SIGHUP it calls `reload`.
-void serve( const Options& options,
-            Backend& backend,
-            const Controlled& controlled,
-            Log& log,
-            const std::function< void() >& reload ) {
+// What is served, and what a hangup does.
+struct Served {
+   Backend& backend;
+   const Access& access;
+   const Controlled controlled;
+   const std::function< void() > reload;
+};
+
+// What cannot be read whole changes nothing.
+void tryReload( const Served& served, Log& log ) {
+   try {
+      served.reload();
+      log.write( "reloaded" );
+   } catch ( const BoardFiles::BoardError& error ) {
+      log.write( "nothing is reloaded:" );
+      for ( const std::string& line : BoardFiles::linesOf( error.findings ) ) {
+         log.write( line );
+      }
+   } catch ( const std::exception& error ) {
+      log.write( fmt::format( "nothing is reloaded: {}", error.what() ) );
+   }
+}
+
+// Serves until a signal ends the process.
+void serve( const Options& options, const Served& served, Log& log ) {
    asio::io_context context( 1 );
    std::optional< ControlSocket > control;
    if ( !options.control.empty() ) {
-      auto answer = [ & ]( std::string_view line ) { return answerControl( controlled, line ); };
+      auto answer = [ & ]( std::string_view line ) {
+         return answerControl( served.controlled, line );
+      };
       control.emplace( answer, options.control );
    }
    asio::signal_set ends( context, SIGTERM, SIGINT );
    asio::signal_set hangups( context, SIGHUP );
-   Server server( context, backend, options.socket, log );
+   Server::Door door{ .path = options.socket, .access = &served.access };
+   if ( !options.group.empty() ) {
+      door.group = groupOf( options.group );
+   }
+   Server server( context, served.backend, door, log );
    Readiness readiness( context );
    std::string announcement =
       fmt::format( "serving {} at {}", options.directory(), options.socket );
@@ -70,7 +100,7 @@ void serve( const Options& options,
    std::function< void( asio::error_code, int ) > onHangup = [ & ]( asio::error_code error, int ) {
       if ( !error && !isEnding ) {
          readiness.reloading();
-         reload();
+         tryReload( served, log );
          readiness.ready( announcement );
          hangups.async_wait( onHangup );
       }
@@ -91,14 +121,18 @@ void keepLog( const Options& options, Backend& backend, WireLog& wireLog, Log& l
 
 void serveEmulated( const Options& options, Log& log ) {
    WireLog wireLog;
-   auto board = Emulator::loadBoard( options.emulated );
+   auto documents =
+      BoardFiles::loadBoard( options.emulated, { .emulation = BoardFiles::Presence::Needed } );
+   auto board = Emulator::loadBoard( documents );
+   PolicyStore policy( options.policy, documents.wiring, log );
    std::unique_ptr< Replay > replay;
    if ( !options.replay.empty() ) {
       replay = std::make_unique< Replay >( *board, BoardFiles::readWireLog( options.replay ) );
    }
    Backend& backend = replay ? static_cast< Backend& >( *replay ) : *board;
    keepLog( options, backend, wireLog, log );
-   serve( options, backend, { wireLog, board.get() }, log, [] {} );
+   auto reload = [ & ] { policy.use( policy.read() ); };
+   serve( options, { backend, policy, { wireLog, board.get() }, reload }, log );
 }
 
 BoardFiles::Board loadKernelBoard( const std::string& directory ) {
@@ -106,24 +140,17 @@ BoardFiles::Board loadKernelBoard( const std::string& directory ) {
 }
 
 // A topology that changed would not be the one that clients have.
-void reload( LinuxI2c::KernelBackend& backend, const BoardFiles::Board& before, Log& log ) {
-   try {
-      BoardFiles::Board board = loadKernelBoard( before.directory );
-      if ( board.topology != before.topology ) {
-         log.write( "topology.json has changed: restart the service; nothing is reloaded" );
-         return;
-      }
-      backend.check( board );
-      backend.assign( board );
-      log.write( "reloaded" );
-   } catch ( const BoardFiles::BoardError& error ) {
-      log.write( "nothing is reloaded:" );
-      for ( const std::string& line : BoardFiles::linesOf( error.findings ) ) {
-         log.write( line );
-      }
-   } catch ( const std::exception& error ) {
-      log.write( fmt::format( "nothing is reloaded: {}", error.what() ) );
+void reload( LinuxI2c::KernelBackend& backend,
+             PolicyStore& policy,
+             const BoardFiles::Board& before ) {
+   BoardFiles::Board board = loadKernelBoard( before.directory );
+   if ( board.topology != before.topology ) {
+      throw std::runtime_error( "topology.json has changed: restart the service" );
    }
+   auto rules = policy.read();
+   backend.check( board );
+   backend.assign( board );
+   policy.use( rules );
 }
 
 void serveKernel( const Options& options, Log& log ) {
@@ -132,11 +159,22 @@ void serveKernel( const Options& options, Log& log ) {
    LinuxI2c::System system;
    LinuxI2c::KernelBackend backend( system );
    keepLog( options, backend, wireLog, log );
+   PolicyStore policy( options.policy, board.wiring, log );
    backend.check( board );
    backend.assign( board );
    complain( board.warnings );
    backend.closeMuxes( log );
-   serve( options, backend, { wireLog }, log, [ & ] { reload( backend, board, log ); } );
+   auto onHangup = [ & ] { reload( backend, policy, board ); };
+   serve( options, { backend, policy, { wireLog }, onHangup }, log );
+}
+
+// Prints what the policy lets somebody do, or only that it can be used.
+void checkPolicy( const Options& options ) {
+   auto documents = BoardFiles::loadBoard( options.directory(), {} );
+   Policy policy( rulesOf( options.policy, documents.wiring ), documents.wiring );
+   bool isAsked = options.question.user || !options.question.groups.empty();
+   fmt::print( "{}", isAsked ? reportOn( policy, documents.wiring, options.question )
+                             : "the policy has no mistakes\n" );
 }
 
 }  // namespace
@@ -166,6 +204,18 @@ int main( int argc, char** argv ) {
    app.add_option( "--replay", options.replay, "answer reads as this wire log recorded them" )
       ->type_name( "FILE" )
       ->needs( emulated );
+   app.add_option( "--policy", options.policy, "who may do what; SIGHUP reads it again" )
+      ->type_name( "FILE" );
+   app.add_option( "--group", options.group, "the socket's group, whose members may connect" )
+      ->type_name( "NAME" );
+   auto* check = app.add_subcommand( "check-policy", "tell what a policy lets somebody do" );
+   check->fallthrough();
+   check->add_option( "--user", options.question.user, "name or uid" )->type_name( "NAME" );
+   check->add_option( "--groups", options.question.groups, "names or gids, beside the user's own" )
+      ->type_name( "NAME,..." )
+      ->delimiter( ',' )
+      ->allow_extra_args( false );
+   check->add_option( "DEVICE", options.question.device, "label or device id; all without it" );
    app.set_version_flag( "--version", "lumen-smbusd " LUMEN_VERSION );
    try {
       app.parse( argc, argv );
@@ -178,7 +228,13 @@ int main( int argc, char** argv ) {
       return kWrongUse;
    }
    try {
-      options.board.empty() ? serveEmulated( options, log ) : serveKernel( options, log );
+      if ( *check ) {
+         checkPolicy( options );
+      } else if ( options.board.empty() ) {
+         serveEmulated( options, log );
+      } else {
+         serveKernel( options, log );
+      }
    } catch ( const BoardFiles::BoardError& error ) {
       complain( error.findings );
       return kFailed;

@@ -2,8 +2,10 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <filesystem>
+#include <list>
 #include <semaphore>
 
 #include "PlatformLibrary/PLSocket.h"
@@ -148,6 +150,24 @@ TEST_F( ServerTest, ServesTheClientOfThePlatformLibrary ) {
       fmt::format( "{} 1 1 of 2: 4, 3 bytes at ab of 49, 2 7 4 2: no such adapter", ENODEV ) );
 }
 
+TEST_F( ServerTest, OneUserHasRoomForOthers ) {
+   bool isRoot = geteuid() == 0;
+   if ( isRoot ) {
+      std::filesystem::path path( server.path() );
+      std::filesystem::permissions( path.parent_path(), std::filesystem::perms::all );
+      std::filesystem::permissions( path, std::filesystem::perms::all );
+      ASSERT_EQ( seteuid( 5000 ), 0 );
+   }
+   std::list< RawClient > clients;
+   for ( size_t i = isRoot ? 0 : 1; i < kMaxConnectionsOfUser; ++i ) {
+      EXPECT_EQ( clients.emplace_back( server.path() ).ask( kReading ), kReadingReply );
+   }
+   EXPECT_THAT( clients.emplace_back( server.path() ).ask( kReading ),
+                HasSubstr( "the service turns the client away: there are 16 clients of uid" ) );
+   EXPECT_TRUE( !isRoot || seteuid( 0 ) == 0 );
+   EXPECT_EQ( client.ask( kReading ), kReadingReply );
+}
+
 TEST( ServerStopTest, FinishesTheBatchInHand ) {
    Gate gate;
    std::optional< RunningServer > server( std::in_place, gate );
@@ -173,6 +193,11 @@ TEST( ListenerTest, ReplacesStaleSocketsOnly ) {
    EXPECT_EQ( listenAt( path ), "cannot listen at " + path + ": another server answers there" );
    EXPECT_TRUE( std::filesystem::remove( path ) );
    Listener second( context, path );
+   Listener grouped( context, directory.path() / "grouped", getegid() + !geteuid() );
+   struct stat status {};
+   EXPECT_EQ( stat( ( directory.path() / "grouped" ).c_str(), &status ), 0 );
+   EXPECT_EQ( status.st_gid, getegid() + !geteuid() );
+   EXPECT_EQ( status.st_mode & 0777, 0660 );
    first.close();
    EXPECT_TRUE( std::filesystem::exists( path ) ) << "the successor's";
    second.close();

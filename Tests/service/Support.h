@@ -117,8 +117,13 @@ inline bool eventually( const std::function< bool() >& condition ) {
 // A server in this process.
 class RunningServer {
  public:
-   explicit RunningServer( SmbusService::Backend& backend )
-       : server_( std::in_place, context_, backend, path(), log_ ) {}
+   explicit RunningServer( SmbusService::Backend& backend,
+                           const SmbusService::Access* access = nullptr )
+       : server_( std::in_place,
+                  context_,
+                  backend,
+                  SmbusService::Server::Door{ .path = path(), .access = access },
+                  log_ ) {}
    ~RunningServer() {
       asio::post( context_, [ this ] { server_.reset(); } );
    }
