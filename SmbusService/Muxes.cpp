@@ -48,11 +48,19 @@ void Muxes::note( const Transfer& transfer, int error, const Peer& peer ) {
    std::vector< size_t > written;
    forEachConnected( transfer.address.device, [ & ]( size_t mux ) { written.push_back( mux ); } );
    for ( size_t mux : written ) {
+      if ( isNoAcknowledge( error ) ) {
+         isUnsure_[ mux ] = isUnsure_[ mux ] || bytes_[ mux ];
+         continue;
+      }
       // Whether a mux that failed took the byte is unknown: it counts as open where it may be.
       bytes_[ mux ] = error ? static_cast< uint8_t >( bytes_[ mux ] | *byte ) : *byte;
       isUnsure_[ mux ] = error != 0;
    }
    owner_ = peer.number;
+   updateTidiness();
+}
+
+void Muxes::updateTidiness() {
    isTidy_ = std::ranges::all_of( bytes_, []( uint8_t each ) { return each == 0; } ) &&
              std::ranges::none_of( isUnsure_, std::identity() );
 }
@@ -86,11 +94,10 @@ int Muxes::settle( Adapter& adapter, const Peer& peer, std::string& why ) {
          if ( error && !isNoAcknowledge( error ) ) {
             return error;
          }
+         isUnsure_[ mux ] = bytes_[ mux ] != 0;
       }
    }
-   std::ranges::fill( bytes_, 0 );
-   isUnsure_.assign( isUnsure_.size(), false );
-   isTidy_ = true;
+   updateTidiness();
    return 0;
 }
 

@@ -34,8 +34,8 @@ class Muxes {
    // The last byte is not the one that was written, whatever was acknowledged.
    void distrust( const Transfer& );
 
-   // Closes what the peer must not find open. A mux that does not acknowledge counts as closed: it
-   // is absent. Returns 0, or the errno value of the transfer that failed, and says why.
+   // Closes what the peer must not find open. A mux that does not acknowledge is no obstacle: it is
+   // absent, unless it was open before, which keeps it in doubt. Returns 0, or the errno value of the transfer that failed, and says why.
    int settle( Adapter&, const Peer&, std::string& why );
 
    // The addresses and control bytes of the muxes that are connected and have open channels,
@@ -44,6 +44,7 @@ class Muxes {
 
  private:
    void forEachConnected( uint8_t address, const std::function< void( size_t mux ) >& ) const;
+   void updateTidiness();
    int close( size_t mux, Adapter&, std::string& why );
 
    AdapterId id_{};
