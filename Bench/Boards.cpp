@@ -13,13 +13,15 @@ std::string topologyOf( unsigned devices, uint32_t firstDid ) {
       }
       text += fmt::format(
          R"({}{{"did":{},"label":"sensor{}","driver":"TMP75","address":{{"address":{}}},"driverArgs":{{}}}})",
-         i % kDevicesPerBus ? "," : "", firstDid + i, firstDid + i, 1 + i % kDevicesPerBus );
+         i % kDevicesPerBus ? "," : "", firstDid + i, firstDid + i,
+         kFirstAddress + i % kDevicesPerBus );
    }
    return text + "]}]}]";
 }
 
 std::string argumentsOf( uint32_t did ) {
-   return fmt::format( R"({{"driver":"TMP75","did":{},"address":{{"address":1}}}})", did );
+   return fmt::format( R"({{"driver":"TMP75","did":{},"address":{{"address":{}}}}})", did,
+                       kFirstAddress );
 }
 
 }  // namespace Bench

@@ -6,6 +6,7 @@
 namespace Bench {
 
 constexpr unsigned kDevicesPerBus = 50;
+constexpr uint8_t kFirstAddress = 0x10;  // of each bus
 
 // The topology document of a board of TMP75s on one FPGA, device ids counted from `firstDid`.
 std::string topologyOf( unsigned devices, uint32_t firstDid );

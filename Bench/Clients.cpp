@@ -27,7 +27,7 @@ constexpr unsigned kReadsPerClient = 10'000;
 std::vector< double > readMany( unsigned bus ) {
    Smbus::TransactionRequest batch;
    Smbus::Request* request = batch.add_request();
-   request->set_address( HamAddress{ .address = 1, .bus = bus, .addrSize = 1 }.word() );
+   request->set_address( HamAddress{ .address = kFirstAddress, .bus = bus, .addrSize = 1 }.word() );
    request->set_type( Smbus::REQUEST_READ );
    request->set_size( 2 );
    request->set_pci( 16 );

@@ -12,5 +12,6 @@ void measureMemory( Report& report );        // of a loaded topology
 void measureSimulation( Report& report );    // a reading from a simulation file
 void measurePoe( Report& report );           // all ports of a PoE controller
 void measureClients( Report& report );       // 16 clients of the service
+void measureWireLog( Report& report );       // a transfer with the wire log in a file
 
 }  // namespace Bench

@@ -51,7 +51,7 @@ Smbus::TransactionRequest readRequest() {
    Smbus::TransactionRequest batch;
    Smbus::Request* request = batch.add_request();
    request->set_reg( 0 );
-   request->set_address( HamAddress{ .address = 1, .addrSize = 1 }.word() );
+   request->set_address( HamAddress{ .address = kFirstAddress, .addrSize = 1 }.word() );
    request->set_type( Smbus::REQUEST_READ );
    request->set_size( 2 );
    request->set_flag( false );

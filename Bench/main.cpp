@@ -25,6 +25,7 @@ int main( int argc, char** argv ) try {
    Bench::measureSimulation( report );
    Bench::measurePoe( report );
    Bench::measureClients( report );
+   Bench::measureWireLog( report );
    report.printTable();
    return jsonFile.empty() || report.writeJson( jsonFile ) ? 0 : 1;
 } catch ( const std::exception& problem ) {

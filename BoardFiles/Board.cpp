@@ -48,12 +48,11 @@ ObjectSpec readObject( const Value& object ) {
 }
 
 // A link to nowhere is present, too.
-bool isLookedAt( Presence presence, const std::string& path ) {
+bool isLookedAt( Demand demand, const std::string& path ) {
    std::error_code error;
    auto status = std::filesystem::symlink_status( path, error );
-   return presence == Presence::Needed ||
-          ( presence == Presence::IfPresent &&
-            status.type() != std::filesystem::file_type::not_found );
+   return demand == Demand::Needed ||
+          ( demand == Demand::IfPresent && status.type() != std::filesystem::file_type::not_found );
 }
 
 bool isMistakeFree( const BoardFile& document, const std::vector< Finding >& findings ) {

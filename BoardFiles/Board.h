@@ -37,10 +37,10 @@ struct Board {
 };
 
 // Which of a board's further documents are looked at.
-enum class Presence { Unused, IfPresent, Needed };
+enum class Demand { Unused, IfPresent, Needed };
 struct Extent {
-   Presence emulation = Presence::Unused;
-   Presence adapters = Presence::Unused;
+   Demand emulation = Demand::Unused;
+   Demand adapters = Demand::Unused;
 };
 
 // Reads and checks the documents of a board's folder, the further ones as asked.

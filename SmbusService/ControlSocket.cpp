@@ -50,7 +50,7 @@ class ControlSocket::Session : public std::enable_shared_from_this< ControlSocke
 };
 
 ControlSocket::ControlSocket( Answer answer, const std::string& path )
-    : answer_( std::move( answer ) ), listener_( context_, path ) {
+    : answer_( std::move( answer ) ), listener_( context_, path, { .hasGroup = false } ) {
    listener_.accept( [ this ]( int descriptor ) {
       stream_protocol::socket socket( context_, stream_protocol(), descriptor );
       std::make_shared< Session >( answer_, std::move( socket ) )->readLine();

@@ -10,8 +10,9 @@
 
 namespace SmbusService {
 
-// A Unix socket for requests of a line each, which are answered with a line each. It lives on a
-// thread of its own.
+// A Unix socket for requests of a line each, which are answered with a line each. Only the
+// process's own user, and root, may connect: what the policy keeps from a client, the log tells. It
+// lives on a thread of its own.
 class ControlSocket {
  public:
    using Answer = std::function< std::string( std::string_view line ) >;

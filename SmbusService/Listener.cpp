@@ -14,8 +14,8 @@ namespace {
 
 using asio::local::stream_protocol;
 
-constexpr mode_t kMode = 0660;
-constexpr mode_t kModeAtFirst = 0600;
+constexpr mode_t kOwnersMode = 0600;
+constexpr mode_t kGroupsMode = 0660;
 constexpr uid_t kSameOwner = static_cast< uid_t >( -1 );
 constexpr std::chrono::milliseconds kRetryDelay( 100 );
 
@@ -58,16 +58,16 @@ void makeWay( const std::string& path, const stream_protocol::endpoint& endpoint
 }
 
 // The file's mode lets the group in once it is the right one.
-void admit( const std::string& path, std::optional< gid_t > group ) {
-   if ( group && chown( path.c_str(), kSameOwner, *group ) < 0 ) {
+void admit( const std::string& path, const Listener::Audience& audience ) {
+   if ( audience.group && chown( path.c_str(), kSameOwner, *audience.group ) < 0 ) {
       throw asio::system_error( asio::error_code( errno, asio::system_category() ) );
    }
-   chmod( path.c_str(), kMode );
+   chmod( path.c_str(), audience.hasGroup ? kGroupsMode : kOwnersMode );
 }
 
 }  // namespace
 
-Listener::Listener( asio::io_context& context, std::string path, std::optional< gid_t > group )
+Listener::Listener( asio::io_context& context, std::string path, const Audience& audience )
     : path_( std::move( path ) ), acceptor_( context ), timer_( context ) {
    if ( path_.empty() ) {
       refuse( "''", "the path is empty" );
@@ -77,10 +77,10 @@ Listener::Listener( asio::io_context& context, std::string path, std::optional< 
       makeWay( path_, endpoint );
       acceptor_.open();
       // Linux gives the file the socket's own mode, so that nobody gets in before it is complete.
-      fchmod( acceptor_.native_handle(), kModeAtFirst );
+      fchmod( acceptor_.native_handle(), kOwnersMode );
       acceptor_.bind( endpoint );
       file_ = fileNumber( path_ );
-      admit( path_, group );
+      admit( path_, audience );
       acceptor_.listen();
       acceptor_.non_blocking( true );
    } catch ( const asio::system_error& error ) {

@@ -11,16 +11,21 @@
 
 namespace SmbusService {
 
-// A listening Unix socket in the file system, for its owner and its group. The file goes with the
-// object.
+// A listening Unix socket in the file system, for its owner and perhaps a group. The file goes with
+// the object.
 //
 // A socket file that somebody answers on is never taken over, nor is a file of another kind; a
 // stale socket file is replaced.
 class Listener {
  public:
+   // Who may connect, beside the owner.
+   struct Audience {
+      bool hasGroup = true;
+      std::optional< gid_t > group = {};  // the process's own where there is none
+   };
+
    // Throws std::runtime_error with a text for people.
-   // Without `group` the file is of the process's own.
-   Listener( asio::io_context&, std::string path, std::optional< gid_t > group = {} );
+   Listener( asio::io_context&, std::string path, const Audience& audience );
    ~Listener();
 
    // Calls with each new client's descriptor, on the thread that runs the context. The descriptor

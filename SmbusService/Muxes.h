@@ -35,7 +35,8 @@ class Muxes {
    void distrust( const Transfer& );
 
    // Closes what the peer must not find open. A mux that does not acknowledge is no obstacle: it is
-   // absent, unless it was open before, which keeps it in doubt. Returns 0, or the errno value of the transfer that failed, and says why.
+   // absent, unless it was open before, which keeps it in doubt. Returns 0, or the errno value of
+   // the transfer that failed, and says why.
    int settle( Adapter&, const Peer&, std::string& why );
 
    // The addresses and control bytes of the muxes that are connected and have open channels,

@@ -25,7 +25,7 @@ Server::Server( asio::io_context& context, Backend& backend, const Door& door, L
       backend_( backend ),
       log_( log ),
       access_( door.access ),
-      listener_( context, door.path, door.group ) {
+      listener_( context, door.path, { .group = door.group } ) {
    // Registered with the context, a client would wake the accepting thread with every message.
    listener_.accept( [ this ]( int descriptor ) { start( descriptor ); } );
 }

@@ -97,7 +97,7 @@ Transfer receiveByte( const AdapterId& adapter, uint8_t device ) {
 }
 
 Transfer decode( const Smbus::Request& request ) {
-   AddressWord address = decodeAddressWord( request.address() );
+   AddressWord address = AddressWord::of( request.address() );
    return {
       .type = request.type(),
       .address = address,

@@ -7,10 +7,12 @@
 #include <string_view>
 
 #include "BoardFiles/Wiring.h"
-#include "SmbusService/AddressWord.h"
+#include "Platform/AddressWord.h"
 #include "smbus.pb.h"
 
 namespace SmbusService {
+
+using PlatformLibrary::AddressWord;
 
 // What tells one adapter from another. Masters with a single bus have 0 for bus and accelerator,
 // whatever the address word says; an FPGA master has no accelerators.

@@ -122,7 +122,7 @@ void keepLog( const Options& options, Backend& backend, WireLog& wireLog, Log& l
 void serveEmulated( const Options& options, Log& log ) {
    WireLog wireLog;
    auto documents =
-      BoardFiles::loadBoard( options.emulated, { .emulation = BoardFiles::Presence::Needed } );
+      BoardFiles::loadBoard( options.emulated, { .emulation = BoardFiles::Demand::Needed } );
    auto board = Emulator::loadBoard( documents );
    PolicyStore policy( options.policy, documents.wiring, log );
    std::unique_ptr< Replay > replay;
@@ -136,7 +136,7 @@ void serveEmulated( const Options& options, Log& log ) {
 }
 
 BoardFiles::Board loadKernelBoard( const std::string& directory ) {
-   return BoardFiles::loadBoard( directory, { .adapters = BoardFiles::Presence::Needed } );
+   return BoardFiles::loadBoard( directory, { .adapters = BoardFiles::Demand::Needed } );
 }
 
 // A topology that changed would not be the one that clients have.

@@ -10,8 +10,8 @@ namespace {
 
 int check( const Program& program ) {
    Board board = BoardFiles::loadBoard(
-      program.board, { .emulation = program.emulate ? Presence::Needed : Presence::IfPresent,
-                       .adapters = Presence::IfPresent } );
+      program.board, { .emulation = program.emulate ? Demand::Needed : Demand::IfPresent,
+                       .adapters = Demand::IfPresent } );
    if ( board.hasEmulation ) {
       program.tryEmulator( board );  // the models know their quantities
    }

@@ -68,7 +68,7 @@ size_t findObject( const Board& board, const std::string& name ) {
 
 Board loadBoard( const Program& program ) {
    return BoardFiles::loadBoard(
-      program.board, { .emulation = program.emulate ? Presence::Needed : Presence::Unused } );
+      program.board, { .emulation = program.emulate ? Demand::Needed : Demand::Unused } );
 }
 
 Board loadOneObject( const Program& program, const std::string& name ) {

@@ -192,12 +192,12 @@ Scan::Probe Scan::judge( const Smbus::TransactionResponse& answer, int position,
 // A transfer without data: a receive-byte, or the byte is sent.
 void Scan::add( size_t bus, uint32_t device, Smbus::RequestType type, uint32_t byte ) {
    const Wiring::Adapter& adapter = wiring_.adapters[ wiring_.busses[ bus ].adapter ];
-   PlatformLibrary::AddressWord word{ device, adapter.bus, adapter.accelerator, 1 };
    Smbus::Request& request = *batch_.add_request();
    request.set_type( type );
    request.set_reg( byte );
    request.set_size( 0 );
-   request.set_address( word.packed() );
+   request.set_address(
+      PlatformLibrary::packedAddress( device, adapter.bus, adapter.accelerator ) );
    request.set_pci( adapter.pci );
    request.set_mastertype( adapter.master );
 }

@@ -154,7 +154,7 @@ std::unique_ptr< EmulatedBoard > loadBoard( const BoardFiles::Board& documents )
 
 std::unique_ptr< EmulatedBoard > loadBoard( const std::string& directory ) {
    return loadBoard(
-      BoardFiles::loadBoard( directory, { .emulation = BoardFiles::Presence::Needed } ) );
+      BoardFiles::loadBoard( directory, { .emulation = BoardFiles::Demand::Needed } ) );
 }
 
 }  // namespace SmbusService::Emulator

@@ -14,7 +14,7 @@ class RunningBoard : public testing::Test {
  protected:
    explicit RunningBoard( const std::string& name )
        : documents( BoardFiles::loadBoard( LUMEN_SOURCE_DIR "/Boards/" + name,
-                                           { .emulation = BoardFiles::Presence::Needed } ) ) {
+                                           { .emulation = BoardFiles::Demand::Needed } ) ) {
       setenv( "PL_SMBUS_SOCKET", server.path().c_str(), 1 );
    }
 

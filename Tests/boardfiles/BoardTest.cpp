@@ -40,7 +40,7 @@ std::vector< std::string > findingsIn( const Documents& documents, Board& board 
    }
    std::vector< Finding > findings;
    try {
-      board = loadBoard( directory.path(), { Presence::Needed, Presence::IfPresent } );
+      board = loadBoard( directory.path(), { Demand::Needed, Demand::IfPresent } );
       findings = board.warnings;
       if ( documents.contains( "policy.json" ) ) {
          loadPolicy( directory.path() / "policy.json", board.wiring );
@@ -176,7 +176,7 @@ TEST( BoardTest, ReadsFilesOnlyAndListsWhatIsWrongWithAll ) {
    std::filesystem::create_symlink( "nowhere", directory.path() / "emulation.json" );
    std::ofstream( directory.path() / "objects.json" ) << R"({ "objects": [] })";
    try {
-      loadBoard( directory.path(), { Presence::IfPresent } );
+      loadBoard( directory.path(), { Demand::IfPresent } );
       FAIL();
    } catch ( const BoardError& error ) {
       ASSERT_EQ( error.findings.size(), 2u );

@@ -127,7 +127,7 @@ class LinuxI2cTest : public testing::Test {
    std::string serve() {
       try {
          auto board =
-            BoardFiles::loadBoard( folder.path(), { .adapters = BoardFiles::Presence::Needed } );
+            BoardFiles::loadBoard( folder.path(), { .adapters = BoardFiles::Demand::Needed } );
          backend.check( board );
          backend.assign( board );
       } catch ( const BoardFiles::BoardError& error ) {

@@ -21,7 +21,7 @@ TEST( AddressWordTest, HasEveryFieldInItsPlace ) {
       { 0xffffffff, "127 127 127 1 0 1000 70 70" },
    };
    for ( const auto& [ word, fields ] : rows ) {
-      AddressWord a = decodeAddressWord( word );
+      AddressWord a = AddressWord::of( word );
       EXPECT_EQ( fmt::format( "{} {} {} {:d} {} {} {} {}", a.device, a.bus, a.accelerator,
                               a.plainTransfer, a.registerSize, a.busTimeout.count(),
                               a.writeDelay.count(), a.readDelay.count() ),
