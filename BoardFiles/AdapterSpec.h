@@ -21,6 +21,8 @@ struct AdapterSpec {
    std::optional< unsigned > number = {};
    bool isShared = false;  // addresses that a kernel driver holds may be used
    std::optional< std::chrono::milliseconds > timeout = {};  // where an address word names none
+
+   bool operator==( const AdapterSpec& ) const = default;
 };
 
 // The entries of a document that satisfies its schema, and what is wrong with them.

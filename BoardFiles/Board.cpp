@@ -102,6 +102,7 @@ Board loadBoard( const std::string& directory, const Extent& extent ) {
 
    Board board{ .directory = directory,
                 .topology = std::move( topology.text ),
+                .objectsText = std::move( objects.text ),
                 .wiring = std::move( wiring ),
                 .warnings = std::move( findings ),
                 .hasEmulation = hasEmulation,

@@ -27,7 +27,8 @@ struct ObjectSpec {
 
 struct Board {
    std::string directory;
-   std::string topology;  // topology.json as it stands
+   std::string topology;          // topology.json as it stands
+   std::string objectsText = {};  // objects.json
    Wiring wiring = {};
    std::vector< ObjectSpec > objects = {};
    std::vector< ChipSpec > chips = {};

@@ -12,6 +12,8 @@ struct Place {
 
    // A member of this place.
    Place member( const std::string& name ) const;
+
+   bool operator==( const Place& ) const = default;
 };
 
 // A part of a JSON pointer, with its '~' and '/' escaped.

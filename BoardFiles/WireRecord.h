@@ -44,7 +44,7 @@ std::string wireRecordText( const WireRecord& );
 // What satisfies the schema.
 WireRecord readWireRecord( const Utils::Json::Value& );
 
-// A file with a record a line. Throws BoardError with the first lines that are none.
-std::vector< WireRecord > readWireLog( const std::string& path );
+// A file with a record a line. The first lines that are none are told, and left out.
+std::vector< WireRecord > readWireLog( const std::string& path, std::vector< Finding >& findings );
 
 }  // namespace BoardFiles

@@ -35,7 +35,7 @@ class Adapter {
    // Why the last execution failed, in words.
    std::string explain( int error ) const;
 
-   std::mutex mutex;
+   std::timed_mutex mutex;
    Muxes muxes;
    TransferLog* log = nullptr;
 

@@ -28,15 +28,22 @@ void pauseAfter( const Transfer& transfer ) {
 
 void Batch::execute( const Smbus::TransactionRequest& batch, Smbus::TransactionResponse& reply ) {
    reply.Clear();
-   if ( prepare( batch, reply ) ) {
-      auto used = adapters();
-      std::vector< std::unique_lock< std::mutex > > locks;
-      for ( Adapter* adapter : used ) {
-         locks.emplace_back( adapter->mutex );
+   start_ = Clock::now();
+   if ( !prepare( batch, reply ) ) {
+      return;
+   }
+   auto used = adapters();
+   std::vector< std::unique_lock< std::timed_mutex > > locks;
+   for ( Adapter* adapter : used ) {
+      locks.emplace_back( adapter->mutex, start_ + limit_ );
+      if ( !locks.back() ) {
+         refuse( ETIMEDOUT, fmt::format( "others use the adapter for longer than {}", limit_ ),
+                 reply );
+         return;
       }
-      if ( admit( used, reply ) ) {
-         run( std::min( batch.retry_count(), kMaxRetries ), reply );
-      }
+   }
+   if ( admit( used, reply ) ) {
+      run( std::min( batch.retry_count(), kMaxRetries ), reply );
    }
 }
 
@@ -85,14 +92,14 @@ std::set< Adapter* > Batch::adapters() const {
 // Looks at what the batch finds and may do, once nobody else can change it.
 bool Batch::admit( const std::set< Adapter* >& used, Smbus::TransactionResponse& reply ) {
    auto writes = []( const Step& step ) { return step.transfer.writes(); };
-   if ( std::ranges::any_of( steps_, writes ) && peer_.hasLeft() ) {
-      refuse( ECANCELED, "the client has left", reply );
+   if ( isCancelled_ || ( std::ranges::any_of( steps_, writes ) && peer_.hasLeft() ) ) {
+      refuse( ECANCELED, isCancelled_ ? "the service ends" : "the client has left", reply );
       return false;
    }
    std::string why;
    for ( Adapter* adapter : used ) {
       if ( int error = adapter->muxes.settle( *adapter, peer_, why ) ) {
-         refuse( error, "a mux's channels cannot be closed: " + why, reply );
+         refuse( error, why, reply );
          return false;
       }
    }
@@ -104,7 +111,6 @@ bool Batch::admit( const std::set< Adapter* >& used, Smbus::TransactionResponse&
 }
 
 void Batch::run( uint32_t retries, Smbus::TransactionResponse& reply ) {
-   start_ = {};
    size_t next = 0;
    while ( next < steps_.size() ) {
       if ( next && lastsFor( limit_ ) ) {
@@ -121,10 +127,12 @@ void Batch::run( uint32_t retries, Smbus::TransactionResponse& reply ) {
    }
    // What is left after a failure.
    for ( next = std::max( next, firstTrailingReset( steps_ ) ); next < steps_.size(); ++next ) {
+      const Step& step = steps_[ next ];
       if ( lastsFor( 2 * limit_ ) ) {
-         return;
+         step.adapter->muxes.distrust( step.transfer );
+      } else {
+         attempt( step, retries, scratch_ );
       }
-      attempt( steps_[ next ], retries, scratch_ );
    }
 }
 
@@ -136,19 +144,14 @@ int Batch::attempt( const Step& step, uint32_t retries, std::string& answer ) {
            !step.transfer.reads() ) {
          return 0;
       }
-      if ( !error || retries-- == 0 || lastsFor( limit_ ) ) {
+      if ( !error || !isPassing( error ) || retries-- == 0 || lastsFor( limit_ ) ) {
          return error;
       }
    }
 }
 
-// Counts from the first question, so that a short batch needs no clock.
-bool Batch::lastsFor( std::chrono::milliseconds time ) {
-   auto now = Clock::now();
-   if ( start_ == Clock::time_point{} ) {
-      start_ = now;
-   }
-   return now - start_ >= time;
+bool Batch::lastsFor( std::chrono::milliseconds time ) const {
+   return Clock::now() - start_ >= time;
 }
 
 void Batch::refuse( int error, std::string_view why, Smbus::TransactionResponse& reply ) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <set>
 #include <vector>
@@ -37,6 +38,9 @@ class Batch {
    // Replaces the reply: one response per request, or `failure` and `error`.
    void execute( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
 
+   // Batches that still wait for their adapters are refused from now on. Thread safe.
+   void cancelWaiting() { isCancelled_ = true; }
+
    // The reply to a batch of more than kMaxRequests.
    void refuseLong( size_t count, Smbus::TransactionResponse& );
 
@@ -46,7 +50,7 @@ class Batch {
    bool admit( const std::set< Adapter* >&, Smbus::TransactionResponse& );
    void run( uint32_t retries, Smbus::TransactionResponse& );
    int attempt( const Step&, uint32_t retries, std::string& answer );
-   bool lastsFor( std::chrono::milliseconds time );
+   bool lastsFor( std::chrono::milliseconds time ) const;
    void refuse( int error, std::string_view why, Smbus::TransactionResponse& ) const;
    void fail( size_t index, int error, std::string_view why, Smbus::TransactionResponse& ) const;
 
@@ -56,7 +60,8 @@ class Batch {
    const Peer peer_;
    const Access* access_;
    std::chrono::milliseconds limit_;
-   Clock::time_point start_;  // zero until somebody asks how long the batch lasts
+   Clock::time_point start_;
+   std::atomic< bool > isCancelled_ = false;
    std::vector< Step > steps_;
    size_t count_ = 0;  // requests in the batch
    std::string scratch_;

@@ -26,6 +26,8 @@ constexpr size_t kKeptSize = 65536;              // buffers that have grown beyo
 constexpr size_t kKeptTraffic = 1 << 20;         // bytes after which messages are given back
 constexpr std::chrono::seconds kTimeLimit( 5 );  // for the rest of a frame, and for a reply
 
+constexpr std::chrono::seconds kLastTimeLimit( 1 );  // for the reply when the service ends
+
 // What is known of a batch before there are messages for it. A frame has room for half a million
 // empty requests, which would take gigabytes.
 struct Outline {
@@ -119,6 +121,7 @@ void Connection::giveBack() {
 
 void Connection::finish() {
    finishing_ = true;
+   batch_.cancelWaiting();
    shutdown( descriptor_, SHUT_RD );
 }
 
@@ -170,7 +173,7 @@ bool Connection::sendReply() {
    if ( !Frame::encode( reply_, output_ ) ) {
       return false;
    }
-   auto due = Clock::now() + kTimeLimit;
+   auto due = Clock::now() + ( finishing_ ? kLastTimeLimit : kTimeLimit );
    size_t sent = 0;
    while ( sent < output_.size() && Clock::now() <= due ) {
       ssize_t count =

@@ -58,7 +58,7 @@ void makeWay( const std::string& path, const stream_protocol::endpoint& endpoint
 }
 
 // The file's mode lets the group in once it is the right one.
-void admit( const std::string& path, const Listener::Audience& audience ) {
+void admit( const std::string& path, const Audience& audience ) {
    if ( audience.group && chown( path.c_str(), kSameOwner, *audience.group ) < 0 ) {
       throw asio::system_error( asio::error_code( errno, asio::system_category() ) );
    }

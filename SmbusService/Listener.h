@@ -11,6 +11,12 @@
 
 namespace SmbusService {
 
+// Who may connect to a socket, beside its owner.
+struct Audience {
+   bool hasGroup = true;
+   std::optional< gid_t > group = {};  // the process's own where there is none
+};
+
 // A listening Unix socket in the file system, for its owner and perhaps a group. The file goes with
 // the object.
 //
@@ -18,14 +24,8 @@ namespace SmbusService {
 // stale socket file is replaced.
 class Listener {
  public:
-   // Who may connect, beside the owner.
-   struct Audience {
-      bool hasGroup = true;
-      std::optional< gid_t > group = {};  // the process's own where there is none
-   };
-
    // Throws std::runtime_error with a text for people.
-   Listener( asio::io_context&, std::string path, const Audience& audience );
+   Listener( asio::io_context&, std::string path, const Audience& audience = {} );
    ~Listener();
 
    // Calls with each new client's descriptor, on the thread that runs the context. The descriptor

@@ -1,5 +1,7 @@
 #include "SmbusService/Muxes.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cerrno>
 
@@ -91,7 +93,7 @@ int Muxes::settle( Adapter& adapter, const Peer& peer, std::string& why ) {
    for ( size_t mux = 0; mux < tree_.muxes.size(); ++mux ) {
       if ( bytes_[ mux ] || isUnsure_[ mux ] ) {
          int error = close( mux, adapter, why );
-         if ( error && !isNoAcknowledge( error ) ) {
+         if ( error && !isNoAcknowledge( error ) && error != EBUSY ) {
             return error;
          }
          isUnsure_[ mux ] = bytes_[ mux ] != 0;
@@ -110,7 +112,8 @@ int Muxes::close( size_t mux, Adapter& adapter, std::string& why ) {
       int result = adapter.execute( transfer, none, kService );
       if ( result && !error ) {
          error = result;
-         why = adapter.explain( error );
+         why = fmt::format( "the channels of mux 0x{:02x} cannot be closed: {}",
+                            tree_.muxes[ chip ].address, adapter.explain( error ) );
       }
    };
    auto path = tree_.pathTo( tree_.muxes[ mux ].segment );

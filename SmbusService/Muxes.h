@@ -35,8 +35,9 @@ class Muxes {
    void distrust( const Transfer& );
 
    // Closes what the peer must not find open. A mux that does not acknowledge is no obstacle: it is
-   // absent, unless it was open before, which keeps it in doubt. Returns 0, or the errno value of
-   // the transfer that failed, and says why.
+   // absent, unless it was open before, which keeps it in doubt. Nor is one that a driver of the
+   // kernel holds (EBUSY): its channels are the driver's. Returns 0, or the errno value of a
+   // transfer that failed otherwise; `why` tells of the last mux that did not obey.
    int settle( Adapter&, const Peer&, std::string& why );
 
    // The addresses and control bytes of the muxes that are connected and have open channels,

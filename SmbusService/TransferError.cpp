@@ -9,6 +9,10 @@ bool isNoAcknowledge( int error ) {
    return error == ENXIO || error == EREMOTEIO;
 }
 
+bool isPassing( int error ) {
+   return error != EOPNOTSUPP && error != EMSGSIZE && error != EBUSY && error != ENODEV;
+}
+
 std::string wordsFor( int error ) {
    switch ( error ) {
       case ENXIO:

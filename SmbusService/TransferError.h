@@ -7,6 +7,9 @@ namespace SmbusService {
 
 bool isNoAcknowledge( int error );
 
+// A repetition may succeed.
+bool isPassing( int error );
+
 // `no acknowledge`
 std::string wordsFor( int error );
 

@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <stdexcept>
 #include <system_error>
 
 namespace SmbusService {
@@ -57,10 +59,18 @@ WireLog::~WireLog() {
 }
 
 void WireLog::appendTo( const std::string& path, Log& messages ) {
-   file_ = open( path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kMode );
-   if ( file_ < 0 ) {
+   // A pipe must not make the service wait for its reader.
+   file_ = open( path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, kMode );
+   struct stat status {};
+   if ( file_ < 0 || fstat( file_, &status ) < 0 ) {
       throw std::system_error( errno, std::generic_category(), path );
    }
+   if ( !S_ISREG( status.st_mode ) ) {
+      throw std::runtime_error( path + ": is no file" );
+   }
+   fchmod( file_, kMode );  // whatever the process's umask is; fails for a file of somebody else's
+   char last = '\n';
+   isTorn_ = status.st_size && pread( file_, &last, 1, status.st_size - 1 ) == 1 && last != '\n';
    messages_ = &messages;
    thread_ = std::thread( [ this ] { write(); } );
 }
@@ -100,11 +110,13 @@ void WireLog::write() {
       if ( lost ) {
          messages_->write( fmt::format( "the wire log has no room for {} transfers", lost ) );
       }
-      std::string text;
+      std::string text = isTorn_ && !taken.empty() ? "\n" : "";
       for ( const WireRecord& record : taken ) {
          text += wireRecordText( record ) + '\n';
       }
-      if ( int error = writeWhole( file_, text ) ) {
+      int error = writeWhole( file_, text );
+      isTorn_ = error || ( isTorn_ && taken.empty() );
+      if ( error ) {
          messages_->write( fmt::format( "the wire log cannot be written: {}",
                                         std::generic_category().message( error ) ) );
       }

@@ -24,8 +24,8 @@ class WireLog : public TransferLog {
    WireLog( const WireLog& ) = delete;
    WireLog& operator=( const WireLog& ) = delete;
 
-   // Before the first transfer. Throws std::system_error when the file cannot be written. The
-   // messages outlive the object.
+   // Before the first transfer. Throws std::runtime_error with a text for people when it is no file
+   // that can be written. The messages outlive the object.
    void appendTo( const std::string& path, Log& messages );
 
    void add( const ExecutedTransfer& ) override;
@@ -42,6 +42,7 @@ class WireLog : public TransferLog {
 
    // The file's, under the mutex but for the descriptor.
    int file_ = -1;
+   bool isTorn_ = false;  // its last line has no end; the thread's
    std::vector< BoardFiles::WireRecord > waiting_;
    size_t lost_ = 0;
    bool isEnding_ = false;

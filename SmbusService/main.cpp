@@ -55,6 +55,12 @@ struct Served {
    const std::function< void() > reload;
 };
 
+void write( Log& log, const std::vector< BoardFiles::Finding >& findings ) {
+   for ( const std::string& line : BoardFiles::linesOf( findings ) ) {
+      log.write( line );
+   }
+}
+
 // What cannot be read whole changes nothing.
 void tryReload( const Served& served, Log& log ) {
    try {
@@ -62,9 +68,7 @@ void tryReload( const Served& served, Log& log ) {
       log.write( "reloaded" );
    } catch ( const BoardFiles::BoardError& error ) {
       log.write( "nothing is reloaded:" );
-      for ( const std::string& line : BoardFiles::linesOf( error.findings ) ) {
-         log.write( line );
-      }
+      write( log, error.findings );
    } catch ( const std::exception& error ) {
       log.write( fmt::format( "nothing is reloaded: {}", error.what() ) );
    }
@@ -127,7 +131,10 @@ void serveEmulated( const Options& options, Log& log ) {
    PolicyStore policy( options.policy, documents.wiring, log );
    std::unique_ptr< Replay > replay;
    if ( !options.replay.empty() ) {
-      replay = std::make_unique< Replay >( *board, BoardFiles::readWireLog( options.replay ) );
+      std::vector< BoardFiles::Finding > findings;
+      replay =
+         std::make_unique< Replay >( *board, BoardFiles::readWireLog( options.replay, findings ) );
+      complain( findings );
    }
    Backend& backend = replay ? static_cast< Backend& >( *replay ) : *board;
    keepLog( options, backend, wireLog, log );
@@ -139,14 +146,16 @@ BoardFiles::Board loadKernelBoard( const std::string& directory ) {
    return BoardFiles::loadBoard( directory, { .adapters = BoardFiles::Demand::Needed } );
 }
 
-// A topology that changed would not be the one that clients have.
+// A wiring that changed would not be the one that clients have.
 void reload( LinuxI2c::KernelBackend& backend,
              PolicyStore& policy,
-             const BoardFiles::Board& before ) {
+             const BoardFiles::Board& before,
+             Log& log ) {
    BoardFiles::Board board = loadKernelBoard( before.directory );
-   if ( board.topology != before.topology ) {
-      throw std::runtime_error( "topology.json has changed: restart the service" );
+   if ( board.topology != before.topology || board.objectsText != before.objectsText ) {
+      throw std::runtime_error( "topology.json or objects.json has changed: restart the service" );
    }
+   write( log, board.warnings );
    auto rules = policy.read();
    backend.check( board );
    backend.assign( board );
@@ -163,8 +172,8 @@ void serveKernel( const Options& options, Log& log ) {
    backend.check( board );
    backend.assign( board );
    complain( board.warnings );
-   backend.closeMuxes( log );
-   auto onHangup = [ & ] { reload( backend, policy, board ); };
+   backend.closeMuxes( board.wiring, log );
+   auto onHangup = [ & ] { reload( backend, policy, board, log ); };
    serve( options, { backend, policy, { wireLog }, onHangup }, log );
 }
 

@@ -125,10 +125,12 @@ int log( const Program& program, const Arguments& arguments ) {
    if ( arguments.file.empty() ) {
       return showKept( arguments, printer );
    }
-   for ( const WireRecord& record : readWireLog( arguments.file ) ) {
+   std::vector< Finding > findings;
+   for ( const WireRecord& record : readWireLog( arguments.file, findings ) ) {
       printer.print( record );
    }
-   return kAllWell;
+   complain( findings );
+   return findings.empty() ? kAllWell : kNotWell;
 }
 
 }  // namespace

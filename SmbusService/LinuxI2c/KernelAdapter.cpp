@@ -4,6 +4,7 @@
 #include <linux/i2c-dev.h>
 
 #include <cerrno>
+#include <system_error>
 
 #include "SmbusService/LinuxI2c/Messages.h"
 #include "SmbusService/LinuxI2c/SmbusCommand.h"
@@ -19,6 +20,10 @@ constexpr int kArbitrations = 3;  // repeated transfers after a lost arbitration
 constexpr milliseconds kTimeoutUnit( 10 );
 constexpr milliseconds kUsualTimeout( 1000 );   // the kernel's own for most adapters
 constexpr std::chrono::seconds kFreeTime( 1 );  // a kernel driver may come at any time
+
+std::string systemWords( int result ) {
+   return std::generic_category().message( -result );
+}
 
 }  // namespace
 
@@ -66,16 +71,19 @@ int KernelAdapter::open() {
    int descriptor = system_.open( file );
    if ( descriptor < 0 ) {
       const char* hint = descriptor == -ENOENT ? " (is the module i2c-dev loaded?)" : "";
-      return fail( -descriptor, fmt::format( "{}: {}{}", file, wordsFor( -descriptor ), hint ) );
+      return fail( -descriptor, fmt::format( "{}: {}{}", file, systemWords( descriptor ), hint ) );
    }
    descriptor_ = descriptor;
+   if ( number_ != found.number ) {
+      timeout_.reset();
+   }
    number_ = found.number;
    if ( int result = system_.control( descriptor_, I2C_FUNCS, &capabilities_ ); result < 0 ) {
       close();
       return fail( -result, fmt::format( "{} does not tell what the adapter can do: {}", file,
-                                         wordsFor( -result ) ) );
+                                         systemWords( result ) ) );
    }
-   return spec_.timeout ? setTimeout( *spec_.timeout ) : 0;
+   return 0;
 }
 
 int KernelAdapter::transfer( const Transfer& transfer, std::string& answer ) {
@@ -91,20 +99,15 @@ int KernelAdapter::transfer( const Transfer& transfer, std::string& answer ) {
    if ( bus_.isLeftAlone( Clock::now() ) ) {
       return fail( ETIMEDOUT, "the bus is stuck" );
    }
-   milliseconds usual = spec_.timeout.value_or( kUsualTimeout );
-   milliseconds timeout = transfer.address.busTimeout.count() ? transfer.address.busTimeout : usual;
-   if ( timeout != usual ) {
-      if ( int error = setTimeout( timeout ) ) {
-         return error;
-      }
+   milliseconds asked = transfer.address.busTimeout;
+   if ( int result = asked.count() ? setTimeout( asked ) : restoreTimeout(); result < 0 ) {
+      return fail( -result, "the adapter's time-out cannot be set: " + systemWords( result ) );
    }
    int error = EAGAIN;
    for ( int i = 0; error == EAGAIN && i <= kArbitrations; ++i ) {
       error = attempt( transfer, answer );
    }
-   if ( timeout != usual ) {
-      ( void )setTimeout( usual );  // the transfer's outcome is what counts
-   }
+   ( void )restoreTimeout();  // the transfer's outcome is what counts; the next one tries again
    return judge( error );
 }
 
@@ -121,6 +124,8 @@ int KernelAdapter::checkAddress( uint8_t device ) {
    return 0;
 }
 
+// The SMBus commands put the bytes of a combined transfer on the wires: whether the address word
+// asks for a plain one makes no difference.
 int KernelAdapter::attempt( const Transfer& transfer, std::string& answer ) {
    return capabilities_ & I2C_FUNC_I2C ? combined( transfer, answer ) : command( transfer, answer );
 }
@@ -168,27 +173,42 @@ int KernelAdapter::outcome( int error ) {
 }
 
 // Makes what the kernel says what it means. Drivers tell a missing acknowledge as ENXIO, EREMOTEIO,
-// ENODEV or EIO.
+// ENODEV or EIO; a bus that stays busy is one that times out.
 int KernelAdapter::judge( int error ) {
-   if ( !problem_.empty() ) {
+   if ( !problem_.empty() || !error ) {
+      bus_.note( 0, Clock::now() );
       return error;
    }
-   if ( error == ENODEV && !sysfs_.has( number_ ) ) {
+   if ( !sysfs_.has( number_ ) ) {
       close();
       return fail( ENODEV, "the adapter has vanished" );
    }
    bus_.note( error, Clock::now() );
    if ( bus_.isLeftAlone( Clock::now() ) ) {
-      return fail( error, "the bus is stuck" );
+      return fail( ETIMEDOUT, "the bus is stuck" );
+   }
+   if ( error == EBUSY ) {
+      return fail( ETIMEDOUT, "the bus is busy" );
    }
    return error == ENODEV || error == EIO ? ENXIO : error;
 }
 
 int KernelAdapter::setTimeout( milliseconds timeout ) {
-   auto units =
-      static_cast< unsigned long >( ( timeout + kTimeoutUnit - milliseconds( 1 ) ) / kTimeoutUnit );
+   if ( timeout_ == timeout ) {
+      return 0;
+   }
+   milliseconds roundedUp = timeout + kTimeoutUnit - milliseconds( 1 );
+   auto units = static_cast< unsigned long >( roundedUp / kTimeoutUnit );
    int result = system_.control( descriptor_, I2C_TIMEOUT, units );
-   return result < 0 ? fail( -result, "the adapter's time-out cannot be set" ) : 0;
+   if ( result >= 0 ) {
+      timeout_ = timeout;
+   }
+   return result;
+}
+
+// The kernel does not tell what it was: where nobody has set another, it stays as it is.
+int KernelAdapter::restoreTimeout() {
+   return spec_.timeout ? setTimeout( *spec_.timeout ) : timeout_ ? setTimeout( kUsualTimeout ) : 0;
 }
 
 }  // namespace SmbusService::LinuxI2c

@@ -24,12 +24,14 @@ class KernelAdapter : public Adapter {
    KernelAdapter& operator=( const KernelAdapter& ) = delete;
 
    // Opens the adapter that the entry names now. Returns 0, or an errno value and problem(). With
-   // the lock held, as the next two.
+   // the lock held, as the next two; each leaves the muxes in doubt.
    int open();
+   void close();
+
+   // The entry to be served from the next transfer on.
    void assign( BoardFiles::AdapterSpec spec );
 
-   // The entry that it serves, for people.
-   std::string place() const { return spec_.place.file + ": " + spec_.place.pointer; }
+   const BoardFiles::AdapterSpec& spec() const { return spec_; }
 
    int transfer( const Transfer&, std::string& answer ) override;
    std::string problem() const override { return problem_; }
@@ -46,7 +48,7 @@ class KernelAdapter : public Adapter {
    int outcome( int error );
    int judge( int error );
    int setTimeout( std::chrono::milliseconds );
-   void close();
+   int restoreTimeout();
 
    System& system_;
    const Sysfs& sysfs_;
@@ -54,7 +56,8 @@ class KernelAdapter : public Adapter {
    int descriptor_ = -1;
    unsigned number_ = 0;  // of i2c-N
    unsigned long capabilities_ = 0;
-   std::array< Clock::time_point, 128 > freeUntil_{};  // no kernel driver holds the address
+   std::array< Clock::time_point, 128 > freeUntil_{};    // no kernel driver holds the address
+   std::optional< std::chrono::milliseconds > timeout_;  // the adapter's, where it was set
    StuckBus bus_;
    std::string problem_;
 };

@@ -39,6 +39,12 @@ std::vector< Finding > KernelBackend::problemsOf( const AdapterSpec& spec,
       return std::vector< Finding >{ { spec.place.file, spec.place.pointer, problem } };
    };
    auto found = sysfs_.find( spec );
+   if ( isServed( spec ) ) {
+      for ( const SystemAdapter& adapter : found ) {
+         taken.insert( { adapter.number, spec.place.pointer } );
+      }
+      return {};
+   }
    if ( found.empty() ) {
       auto all = sysfs_.adapters();
       return report( "no adapter of the system matches; " +
@@ -56,6 +62,12 @@ std::vector< Finding > KernelBackend::problemsOf( const AdapterSpec& spec,
    return trial.open() ? report( trial.problem() ) : std::vector< Finding >();
 }
 
+// An entry that stays as it was needs no adapter to be there.
+bool KernelBackend::isServed( const AdapterSpec& spec ) const {
+   return std::ranges::any_of( served_,
+                               [ & ]( const auto& each ) { return each.second->spec() == spec; } );
+}
+
 void KernelBackend::assign( const BoardFiles::Board& board ) {
    auto trees = busTreesOf( board.wiring );
    std::map< AdapterId, KernelAdapter* > served;
@@ -66,22 +78,36 @@ void KernelBackend::assign( const BoardFiles::Board& board ) {
          adapter = std::make_unique< KernelAdapter >( system_, sysfs_, spec );
          adapter->log = log_;
       }
-      std::lock_guard lock( adapter->mutex );
-      adapter->muxes.connect( id, trees.at( id ) );
-      adapter->assign( spec );
       served[ id ] = adapter.get();
+      if ( !isServed( spec ) ) {
+         std::lock_guard lock( adapter->mutex );
+         adapter->muxes.connect( id, trees.at( id ) );
+         adapter->assign( spec );
+      }
    }
-   std::unique_lock lock( mutex_ );
-   served_.swap( served );
+   {
+      std::unique_lock lock( mutex_ );
+      served_.swap( served );
+   }
+   for ( const auto& [ id, adapter ] : served ) {
+      if ( !served_.contains( id ) ) {
+         std::lock_guard lock( adapter->mutex );
+         adapter->close();
+      }
+   }
 }
 
-void KernelBackend::closeMuxes( Log& log ) {
-   for ( const auto& [ id, adapter ] : adapters_ ) {
-      std::lock_guard lock( adapter->mutex );
+void KernelBackend::closeMuxes( const BoardFiles::Wiring& wiring, Log& log ) {
+   for ( const BoardFiles::Wiring::Adapter& each : wiring.adapters ) {
+      auto adapter = served_.find( idOf( each ) );
+      if ( adapter == served_.end() ) {
+         continue;
+      }
+      std::lock_guard lock( adapter->second->mutex );
       std::string why;
-      if ( adapter->muxes.settle( *adapter, {}, why ) ) {
-         log.write( fmt::format( "{}: the channels of its muxes cannot be closed: {}",
-                                 adapter->place(), why ) );
+      ( void )adapter->second->muxes.settle( *adapter->second, {}, why );  // tried again later
+      if ( !why.empty() ) {
+         log.write( fmt::format( "{}: {}", each.name(), why ) );
       }
    }
 }

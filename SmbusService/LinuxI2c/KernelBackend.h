@@ -18,15 +18,16 @@ class KernelBackend : public Backend {
    explicit KernelBackend( System& system, Sysfs sysfs = Sysfs() )
        : system_( system ), sysfs_( std::move( sysfs ) ) {}
 
-   // Finds and opens every adapter of the board. Throws BoardError, and leaves everything as it is,
-   // when one cannot be served.
+   // Finds and opens every adapter of the board, but for those of entries that are served already.
+   // Throws BoardError, and leaves everything as it is, when one cannot be served. On one thread,
+   // as the next two.
    void check( const BoardFiles::Board& ) const;
 
    // Serves the board's adapters, which were checked, from the next batch on.
    void assign( const BoardFiles::Board& );
 
-   // Closes all channels behind all adapters; tells the log where that fails.
-   void closeMuxes( Log& );
+   // Closes all channels behind all adapters; tells the log which muxes do not obey.
+   void closeMuxes( const BoardFiles::Wiring&, Log& );
 
    Adapter* findAdapter( const AdapterId& ) override;
 
@@ -36,6 +37,7 @@ class KernelBackend : public Backend {
  private:
    std::vector< BoardFiles::Finding > problemsOf( const BoardFiles::AdapterSpec&,
                                                   std::map< unsigned, std::string >& taken ) const;
+   bool isServed( const BoardFiles::AdapterSpec& ) const;
 
    System& system_;
    Sysfs sysfs_;

@@ -134,6 +134,27 @@ TEST( Service, PowersWhatIsPluggedInAndIsToldOfNothingElse ) {
    EXPECT_THAT( commands(), HasSubstr( "\"value\":1.0" ) );
 }
 
+// The recorded transfers are shown with the board's names, and bring the readings back.
+TEST( Service, KeepsALogThatIsShownAndReplayed ) {
+   TemporaryDirectory directory;
+   std::string file = directory.path() / "wire.log";
+   auto host = [ & ]( const Service& service, const std::string& command ) {
+      return lumen( "--board Boards/demo --socket " + service.path + " " + command ).output;
+   };
+   std::string shown;
+   {
+      Service service( "lumen-smbusd --emulate Boards/demo --wire-log " + file );
+      service.set( 100, "temperature", 64 );
+      EXPECT_EQ( host( service, "get inlet" ), "64 C\n" );
+      shown = host( service, "log --control " + service.control );
+      EXPECT_THAT( shown, HasSubstr( "TMP75 0x48 read 2 bytes, register 0x00: 40 00 (" ) );
+      EXPECT_THAT( shown, HasSubstr( fmt::format( "[client 2 of uid {}]\n", getuid() ) ) );
+   }
+   EXPECT_EQ( lumen( "--board Boards/demo log --file " + file ).output, shown );
+   Service service( "lumen-smbusd --emulate Boards/demo --replay " + file );
+   EXPECT_EQ( host( service, "get inlet" ), "64 C\n" );
+}
+
 TEST( Service, SeesABeaconBlinkWhileItIsWatched ) {
    Service service( "lumen-smbusd --emulate Boards/demo" );
    Process host( "lumen --board Boards/demo --socket " + service.path +

@@ -196,10 +196,26 @@ TEST_F( BatchTest, LongBatchFailsAndStillClosesTheMuxes ) {
    Batch( backend, {}, nullptr, milliseconds( 80 ) )
       .execute( batchOf( "48<00:2 48<01:2 48<00:2 70>00" ), reply );
    EXPECT_EQ( reply.error(),
-              "request 3 of 4: read 2 bytes, register 0x00, device 0x48, bus 0: the batch takes "
+              "request 2 of 4: read 2 bytes, register 0x01, device 0x48, bus 0: the batch takes "
               "longer than 80ms" );
    EXPECT_EQ( reply.failure(), ETIMEDOUT );
-   EXPECT_THAT( adapter.log, ElementsAre( "48<00", "48<01", "70>00" ) );
+   EXPECT_THAT( adapter.log, ElementsAre( "48<00", "70>00" ) );
+}
+
+TEST_F( BatchTest, AdapterThatOthersUseIsNotWaitedForWithoutEnd ) {
+   std::lock_guard lock( adapter.mutex );
+   Batch inTime( backend, {}, nullptr, milliseconds( 50 ) );
+   std::jthread( [ & ] { inTime.execute( batchOf( "48<00:2" ), reply ); } ).join();
+   EXPECT_EQ( reply.error(), "others use the adapter for longer than 50ms" );
+   EXPECT_THAT( adapter.log, ElementsAre() );
+}
+
+TEST_F( BatchTest, EndOfTheServiceRefusesWhatStillWaits ) {
+   Batch waiting( backend );
+   waiting.cancelWaiting();
+   waiting.execute( batchOf( "48<00:2" ), reply );
+   EXPECT_EQ( reply.failure(), ECANCELED );
+   EXPECT_THAT( adapter.log, ElementsAre() );
 }
 
 TEST_F( BatchTest, AbsentChipKeepsNobodyWaitingForItsRetries ) {

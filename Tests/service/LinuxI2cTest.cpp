@@ -128,8 +128,8 @@ class LinuxI2cTest : public testing::Test {
       try {
          auto board =
             BoardFiles::loadBoard( folder.path(), { .adapters = BoardFiles::Demand::Needed } );
-         backend.check( board );
-         backend.assign( board );
+         backend->check( board );
+         backend->assign( board );
       } catch ( const BoardFiles::BoardError& error ) {
          return error.findings.back().pointer + ": " + error.findings.back().problem;
       }
@@ -143,12 +143,13 @@ class LinuxI2cTest : public testing::Test {
          each.set_pci( 5 );
          each.set_address( each.address() | 1 << 7 | 2 << 14 );
       }
-      return execute( backend, batch );
+      return execute( *backend, batch );
    }
    std::string run( const std::string& steps ) { return run( batchOf( steps ) ); }
 
-   // With the muxes closed, and the log empty.
+   // A service that has just started, with the muxes closed, and the log empty.
    void settle() {
+      backend.emplace( system, Sysfs( root.path() ) );
       EXPECT_EQ( serve(), "" );
       run( "48<" );
       system.log.clear();
@@ -157,7 +158,7 @@ class LinuxI2cTest : public testing::Test {
    BoardFolder folder{ textOf( LUMEN_SOURCE_DIR "/Tests/service/twins/topology.json" ) };
    TemporaryDirectory root;
    FakeSystem system;
-   KernelBackend backend{ system, Sysfs( root.path() ) };
+   std::optional< KernelBackend > backend{ std::in_place, system, Sysfs( root.path() ) };
 };
 
 Smbus::Request wide( Smbus::Request request ) {
@@ -218,7 +219,7 @@ TEST_F( LinuxI2cTest, WithoutPlainTransfersTheSmbusCommandsOfTheAdapterServe ) {
       EXPECT_EQ( run( batchOf( { request } ) ), answer );
       EXPECT_EQ( system.take(), "select 72 " + std::string( command ) );
       system.capabilities = 0;
-      serve();
+      settle();
       std::string refusal = run( batchOf( { request } ) );
       EXPECT_THAT( refusal, HasSubstr( "the adapter has no " ) ) << command;
    }
@@ -317,7 +318,7 @@ TEST_F( LinuxI2cTest, MuxesAreClosedAtTheStartAndAfterAFailedReset ) {
    EXPECT_EQ( system.take(), "70>01 71>00 70>00 48<1" );
    system.onCall = []( auto& each ) { return each == "70>00" ? -ETIMEDOUT : 0; };
    run( "70>01 70>00" );
-   EXPECT_THAT( run( "48<" ), HasSubstr( "a mux's channels cannot be closed: timed out" ) );
+   EXPECT_THAT( run( "48<" ), HasSubstr( "the channels of mux 0x70 cannot be closed: timed out" ) );
 }
 
 TEST_F( LinuxI2cTest, AdapterThatVanishesIsLookedForAgainWithItsMuxesInDoubt ) {
@@ -336,6 +337,8 @@ TEST_F( LinuxI2cTest, AdapterThatVanishesIsLookedForAgainWithItsMuxesInDoubt ) {
 TEST_F( LinuxI2cTest, AdaptersThatCannotBeServedAreToldAndChangeNothing ) {
    settle();
    addAdapter( 4, "stuff" );
+   EXPECT_EQ( serve(), "" ) << "an entry that stays as it was";
+   names( R"("name": "st??*")" );
    EXPECT_EQ( serve(),
               "/0: several adapters of the system match: i2c-3 \"stub\" at /sys/devices/pci, "
               "i2c-4 \"stuff\" at /sys/devices/pci" );

@@ -59,7 +59,7 @@ TEST( MuxesTest, StuckMuxGivesItsNeighboursValueUnlessItIsVerified ) {
 
    auto verifying = boardWith( R"("verify": true, )" );
    verifying->addFault( 2, stuck );
-   for ( const char* problem : { "request 4 of 5", "a mux's channels cannot be closed" } ) {
+   for ( const char* problem : { "request 4 of 5", "the channels of mux 0x71 cannot be closed" } ) {
       std::string answer = run( *verifying, read10 );
       EXPECT_THAT( answer, HasSubstr( problem ) );
       EXPECT_THAT( answer, HasSubstr( ": the mux has control byte 0x01 instead of 0x00" ) );

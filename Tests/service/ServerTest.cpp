@@ -193,7 +193,7 @@ TEST( ListenerTest, ReplacesStaleSocketsOnly ) {
    EXPECT_EQ( listenAt( path ), "cannot listen at " + path + ": another server answers there" );
    EXPECT_TRUE( std::filesystem::remove( path ) );
    Listener second( context, path );
-   Listener grouped( context, directory.path() / "grouped", getegid() + !geteuid() );
+   Listener grouped( context, directory.path() / "grouped", { .group = getegid() + !geteuid() } );
    struct stat status {};
    EXPECT_EQ( stat( ( directory.path() / "grouped" ).c_str(), &status ), 0 );
    EXPECT_EQ( status.st_gid, getegid() + !geteuid() );
