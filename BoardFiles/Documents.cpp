@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
+#include <string_view>
 #include <system_error>
 
 #include "BoardFiles/Place.h"
@@ -51,6 +53,27 @@ std::string wordsFor( const Utils::Json::ParseError& error, const std::string& t
    return hasMark ? "a byte order mark, which JSON does not have" : error.message;
 }
 
+// Members that an object has twice: readers differ in which of them counts.
+void addTwins( const Value& value, const std::string& pointer, std::vector< Violation >& found ) {
+   if ( value.IsArray() ) {
+      for ( rapidjson::SizeType i = 0; i < value.Size(); ++i ) {
+         addTwins( value[ i ], pointer + "/" + std::to_string( i ), found );
+      }
+   }
+   if ( !value.IsObject() ) {
+      return;
+   }
+   std::set< std::string_view > names;
+   for ( const auto& member : value.GetObject() ) {
+      std::string_view name( member.name.GetString(), member.name.GetStringLength() );
+      std::string place = pointer + "/" + pointerToken( std::string( name ) );
+      if ( !names.insert( name ).second ) {
+         found.push_back( { place, "is there twice" } );
+      }
+      addTwins( member.value, place, found );
+   }
+}
+
 // Makes the file's text its JSON.
 void check( BoardFile& file, const Schema& schema, std::vector< Finding >& findings ) {
    auto reportAt = [ & ]( size_t offset, const std::string& problem ) {
@@ -63,6 +86,7 @@ void check( BoardFile& file, const Schema& schema, std::vector< Finding >& findi
       return reportAt( error->offset, wordsFor( *error, file.text ) );
    }
    auto violations = schema.validate( file.json );
+   addTwins( file.json, "", violations );
    for ( Violation& violation : violations ) {
       findings.push_back(
          { file.path, std::move( violation.pointer ), std::move( violation.problem ) } );

@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
-#include <cmath>
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 
 #include "BoardFiles/Documents.h"
 #include "Utils/Text.h"
@@ -98,7 +100,7 @@ WireRecord readWireRecord( const Value& value ) {
       .written = bytesIn( value[ "written" ] ),
       .read = bytesIn( value[ "read" ] ),
       .status = value[ "status" ].GetInt(),
-      .problem = value[ "problem" ].GetString(),
+      .problem = Utils::printable( value[ "problem" ].GetString() ),
       .duration = durationOf< std::chrono::nanoseconds >( value[ "microseconds" ], 1e-6 ),
    };
    for ( const Value& mux : value[ "path" ].GetArray() ) {
@@ -107,17 +109,44 @@ WireRecord readWireRecord( const Value& value ) {
    return record;
 }
 
+namespace {
+
+// What is wrong with the bytes that were read, if anything.
+std::string problemOf( const WireRecord& record ) {
+   bool isRead = record.operation == Smbus::REQUEST_READ;
+   if ( record.status || !( isRead || record.operation == Smbus::REQUEST_PROCESS_CALL ) ) {
+      return {};
+   }
+   size_t size = isRead ? std::max( record.size, 1u ) : 2;
+   return record.read.size() == size
+             ? ""
+             : fmt::format( "{} bytes were read where {} belong", record.read.size(), size );
+}
+
+}  // namespace
+
 std::vector< WireRecord > readWireLog( const std::string& path, std::vector< Finding >& findings ) {
    std::vector< WireRecord > records;
+   std::error_code error;
+   if ( !std::filesystem::is_regular_file( path, error ) ) {
+      findings.push_back( { path, "", error ? error.message() : "is no file" } );
+      return {};
+   }
    std::ifstream file( path );
    if ( !file ) {
-      findings.push_back( { path, "", "cannot be read" } );
+      findings.push_back( { path, "", std::generic_category().message( errno ) } );
    }
    size_t number = 0;
    for ( std::string line; findings.size() < kMostFindings && std::getline( file, line ); ) {
       BoardFile text = readWireLine( fmt::format( "{}:{}", path, ++number ), line, findings );
-      if ( text.sound ) {
-         records.push_back( readWireRecord( text.json ) );
+      if ( !text.sound ) {
+         continue;
+      }
+      WireRecord record = readWireRecord( text.json );
+      if ( auto problem = problemOf( record ); problem.empty() ) {
+         records.push_back( std::move( record ) );
+      } else {
+         findings.push_back( { text.path, "/read", problem } );
       }
    }
    return records;

@@ -150,6 +150,9 @@ std::optional< uint8_t > lastByteWritten( const Transfer& transfer ) {
    if ( transfer.isReceiveByte() ) {
       return std::nullopt;
    }
+   if ( transfer.type == Smbus::REQUEST_BLOCK_WRITE && transfer.data.empty() ) {
+      return uint8_t{ 0 };  // the count
+   }
    return transfer.data.empty() ? static_cast< uint8_t >( transfer.reg )
                                 : static_cast< uint8_t >( transfer.data.back() );
 }

@@ -57,7 +57,8 @@ std::string recordsAfter( uint64_t number, const WireLog& log ) {
    for ( const BoardFiles::WireRecord& record : log.after( number, kMostRecords ) ) {
       texts.push_back( BoardFiles::wireRecordText( record ) );
    }
-   return fmt::format( R"({{"ok":true,"records":[{}]}})", fmt::join( texts, "," ) );
+   return fmt::format( R"({{"ok":true,"last":{},"records":[{}]}})", log.last(),
+                       fmt::join( texts, "," ) );
 }
 
 // Throws std::invalid_argument for chips and quantities that do not exist.

@@ -18,7 +18,9 @@ struct Controlled {
 // Answers one request to the control socket, both JSON objects without line ends
 // (control.schema.json):
 //
-//   { "op": "log", "after": 1000 }            transfers with greater numbers, some of them
+//   { "op": "log", "after": 1000 }            transfers with greater numbers, the first of them,
+//   and
+//                                             the number of the last there is
 //   { "op": "list" }                          all chips with their quantities and pending faults
 //   { "op": "set", "did": 16, "quantity": "temperature", "value": 85.5 }
 //   { "op": "get", "did": 16, "quantity": "temperature" }

@@ -50,8 +50,9 @@ void Muxes::note( const Transfer& transfer, int error, const Peer& peer ) {
    std::vector< size_t > written;
    forEachConnected( transfer.address.device, [ & ]( size_t mux ) { written.push_back( mux ); } );
    for ( size_t mux : written ) {
+      // Some adapters say so after any failure: the mux most likely has not taken the byte.
       if ( isNoAcknowledge( error ) ) {
-         isUnsure_[ mux ] = isUnsure_[ mux ] || bytes_[ mux ];
+         isUnsure_[ mux ] = true;
          continue;
       }
       // Whether a mux that failed took the byte is unknown: it counts as open where it may be.
@@ -93,7 +94,7 @@ int Muxes::settle( Adapter& adapter, const Peer& peer, std::string& why ) {
    for ( size_t mux = 0; mux < tree_.muxes.size(); ++mux ) {
       if ( bytes_[ mux ] || isUnsure_[ mux ] ) {
          int error = close( mux, adapter, why );
-         if ( error && !isNoAcknowledge( error ) && error != EBUSY ) {
+         if ( error && !isNoAcknowledge( error ) && error != EBUSY && error != EOPNOTSUPP ) {
             return error;
          }
          isUnsure_[ mux ] = bytes_[ mux ] != 0;

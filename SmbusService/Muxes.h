@@ -36,7 +36,8 @@ class Muxes {
 
    // Closes what the peer must not find open. A mux that does not acknowledge is no obstacle: it is
    // absent, unless it was open before, which keeps it in doubt. Nor is one that a driver of the
-   // kernel holds (EBUSY): its channels are the driver's. Returns 0, or the errno value of a
+   // kernel holds (EBUSY): its channels are the driver's; nor one that the adapter cannot write
+   // (EOPNOTSUPP): nobody can. Returns 0, or the errno value of a
    // transfer that failed otherwise; `why` tells of the last mux that did not obey.
    int settle( Adapter&, const Peer&, std::string& why );
 

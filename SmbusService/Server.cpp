@@ -74,8 +74,9 @@ void Server::start( const Peer& peer ) {
 
 // Empty while there is room for a client of the user.
 std::string Server::whyFull( uid_t user ) const {
-   if ( clients_.size() >= kMaxConnections ) {
-      return fmt::format( "there are {} clients already", kMaxConnections );
+   size_t room = kMaxConnections - ( user == 0 ? 0 : kRootsConnections );
+   if ( clients_.size() >= room ) {
+      return fmt::format( "there are {} clients already", room );
    }
    auto isOfUser = [ user ]( const Client& client ) {
       return client.connection.peer().uid == user;

@@ -16,6 +16,7 @@
 namespace SmbusService {
 
 constexpr size_t kMaxConnections = 64;
+constexpr size_t kRootsConnections = 4;       // of these, which nobody else takes
 constexpr size_t kMaxConnectionsOfUser = 16;  // other than root
 
 // Serves a backend at a Unix socket. New clients are accepted by whoever runs the context; each

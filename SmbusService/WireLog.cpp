@@ -86,17 +86,22 @@ void WireLog::add( const ExecutedTransfer& executed ) {
          ++lost_;
       }
    }
-   if ( kept_.size() == kKeptTransfers ) {
-      kept_.pop_front();
-   }
-   kept_.push_back( std::move( record ) );
+   kept_[ count_ % kKeptTransfers ] = std::move( record );
+}
+
+uint64_t WireLog::last() const {
+   std::lock_guard lock( mutex_ );
+   return count_;
 }
 
 std::vector< WireRecord > WireLog::after( uint64_t number, size_t most ) const {
    std::lock_guard lock( mutex_ );
-   auto first = std::ranges::upper_bound( kept_, number, {}, &WireRecord::number );
-   auto size = std::min< ptrdiff_t >( kept_.end() - first, static_cast< ptrdiff_t >( most ) );
-   return { first, first + size };
+   uint64_t before = std::max( number, count_ - std::min( count_, kKeptTransfers ) );
+   std::vector< WireRecord > records;
+   while ( before < count_ && records.size() < most ) {
+      records.push_back( kept_[ ++before % kKeptTransfers ] );
+   }
+   return records;
 }
 
 void WireLog::write() {
@@ -117,8 +122,8 @@ void WireLog::write() {
       int error = writeWhole( file_, text );
       isTorn_ = error || ( isTorn_ && taken.empty() );
       if ( error ) {
-         messages_->write( fmt::format( "the wire log cannot be written: {}",
-                                        std::generic_category().message( error ) ) );
+         messages_->write( fmt::format( "the wire log cannot be written, {} transfers are lost: {}",
+                                        taken.size(), std::generic_category().message( error ) ) );
       }
       lock.lock();
       changed_.wait_for( lock, kInterval, [ this ] { return isEnding_; } );

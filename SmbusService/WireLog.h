@@ -1,7 +1,6 @@
 #pragma once
 
 #include <condition_variable>
-#include <deque>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -13,7 +12,7 @@
 
 namespace SmbusService {
 
-constexpr size_t kKeptTransfers = 1000;
+constexpr uint64_t kKeptTransfers = 1000;
 
 // Keeps the last transfers, and appends all to a file where one is named. A file that cannot keep
 // up delays nobody: what it has no room for is counted, and told in the messages.
@@ -30,6 +29,9 @@ class WireLog : public TransferLog {
 
    void add( const ExecutedTransfer& ) override;
 
+   // The greatest number so far.
+   uint64_t last() const;
+
    // Those that are kept and have a greater number, the oldest first, `most` of them.
    std::vector< BoardFiles::WireRecord > after( uint64_t number, size_t most ) const;
 
@@ -37,7 +39,9 @@ class WireLog : public TransferLog {
    void write();
 
    mutable std::mutex mutex_;
-   std::deque< BoardFiles::WireRecord > kept_;
+   // The record with number N is at N modulo its size.
+   std::vector< BoardFiles::WireRecord > kept_ =
+      std::vector< BoardFiles::WireRecord >( kKeptTransfers );
    uint64_t count_ = 0;
 
    // The file's, under the mutex but for the descriptor.

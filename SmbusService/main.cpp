@@ -47,6 +47,15 @@ struct Options {
    const std::string& directory() const { return board.empty() ? emulated : board; }
 };
 
+// A hangup that nobody handles would end the process: at its start, and while it writes its last
+// lines.
+void hearHangups( bool isWanted ) {
+   sigset_t hangup;
+   sigemptyset( &hangup );
+   sigaddset( &hangup, SIGHUP );
+   pthread_sigmask( isWanted ? SIG_UNBLOCK : SIG_BLOCK, &hangup, nullptr );
+}
+
 // What is served, and what a hangup does.
 struct Served {
    Backend& backend;
@@ -110,10 +119,12 @@ void serve( const Options& options, const Served& served, Log& log ) {
       }
    };
    hangups.async_wait( onHangup );
+   hearHangups( true );
    Log announcements( STDOUT_FILENO );
    announcements.write( announcement );
    readiness.ready( announcement );
    context.run();
+   hearHangups( false );
 }
 
 void keepLog( const Options& options, Backend& backend, WireLog& wireLog, Log& log ) {
@@ -191,9 +202,14 @@ void checkPolicy( const Options& options ) {
 int main( int argc, char** argv ) {
    Utils::openStandardStreams();
    signal( SIGPIPE, SIG_IGN );
+   hearHangups( false );
    Options options;
    options.socket = PlatformLibrary::servicePath();
    CLI::App app( "SMBus service: executes batches of SMBus transfers for its clients." );
+   // An empty text, such as that of a variable that is not set, asks for nothing that could be
+   // meant.
+   CLI::Validator filled( []( const std::string& text ) { return text.empty() ? "is empty" : ""; },
+                          "" );
    auto board = app.add_option( "--board", options.board,
                                 "serve the system's I2C adapters, as this folder's adapters.json "
                                 "names them" )
@@ -207,14 +223,18 @@ int main( int argc, char** argv ) {
       ->capture_default_str();
    app.add_option( "--control", options.control,
                    "where the wire log is handed out and an emulated board controlled" )
-      ->type_name( "PATH" );
+      ->type_name( "PATH" )
+      ->check( filled );
    app.add_option( "--wire-log", options.wireLog, "append every transfer to this file" )
-      ->type_name( "FILE" );
+      ->type_name( "FILE" )
+      ->check( filled );
    app.add_option( "--replay", options.replay, "answer reads as this wire log recorded them" )
       ->type_name( "FILE" )
+      ->check( filled )
       ->needs( emulated );
    app.add_option( "--policy", options.policy, "who may do what; SIGHUP reads it again" )
-      ->type_name( "FILE" );
+      ->type_name( "FILE" )
+      ->check( filled );
    app.add_option( "--group", options.group, "the socket's group, whose members may connect" )
       ->type_name( "NAME" );
    auto* check = app.add_subcommand( "check-policy", "tell what a policy lets somebody do" );

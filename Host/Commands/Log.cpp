@@ -81,36 +81,46 @@ class LogPrinter {
    uint64_t last_ = 0;
 };
 
-std::vector< WireRecord > recordsAfter( uint64_t number, ControlClient& service ) {
+struct Answer {
+   std::vector< WireRecord > records;
+   uint64_t last;  // that the service has
+};
+
+Answer recordsAfter( uint64_t number, ControlClient& service ) {
    std::string answer = service.ask( fmt::format( R"({{"op":"log","after":{}}})", number ) );
    Utils::Json::Document json;
    if ( Utils::Json::parse( answer.c_str(), json ) || !json.IsObject() ||
         !json.HasMember( "records" ) ) {
       throw std::runtime_error( "the service does not hand out a log: " + answer );
    }
-   std::vector< WireRecord > records;
+   Answer result{ .records = {}, .last = json[ "last" ].GetUint64() };
    for ( const auto& record : json[ "records" ].GetArray() ) {
-      records.push_back( readWireRecord( record ) );
+      result.records.push_back( readWireRecord( record ) );
    }
-   return records;
+   return result;
 }
 
+// Without following, up to the last transfer that there was at the beginning.
 int showKept( const Arguments& arguments, LogPrinter& printer ) {
    ControlClient service( arguments.control );
+   Answer answer = recordsAfter( 0, service );
+   uint64_t end = arguments.follow ? UINT64_MAX : answer.last;
    while ( true ) {
-      auto records = recordsAfter( printer.last(), service );
-      for ( const WireRecord& record : records ) {
-         printer.print( record );
-      }
-      if ( records.empty() && !arguments.follow ) {
-         return kAllWell;
+      for ( const WireRecord& record : answer.records ) {
+         if ( record.number <= end ) {
+            printer.print( record );
+         }
       }
       if ( !flushOutput() ) {
          return kNotWell;
       }
-      if ( records.empty() ) {
+      if ( printer.last() >= end ) {
+         return kAllWell;
+      }
+      if ( answer.records.empty() ) {
          std::this_thread::sleep_for( kInterval );
       }
+      answer = recordsAfter( printer.last(), service );
    }
 }
 
