@@ -66,7 +66,7 @@ void addTwins( const Value& value, const std::string& pointer, std::vector< Viol
    std::set< std::string_view > names;
    for ( const auto& member : value.GetObject() ) {
       std::string_view name( member.name.GetString(), member.name.GetStringLength() );
-      std::string place = pointer + "/" + pointerToken( std::string( name ) );
+      std::string place = pointer + pointerToken( std::string( name ) );
       if ( !names.insert( name ).second ) {
          found.push_back( { place, "is there twice" } );
       }
