@@ -1,9 +1,13 @@
 #include "BoardFiles/Accounts.h"
 
+#include <fmt/format.h>
 #include <grp.h>
 #include <pwd.h>
 
 #include <cerrno>
+#include <stdexcept>
+
+#include "BoardFiles/NumberRange.h"
 
 namespace BoardFiles {
 
@@ -26,6 +30,15 @@ auto look( int ( *lookUp )( Key, Entry*, char*, size_t, Entry** ), Key key, Read
    return found ? std::optional( read( *found ) ) : std::nullopt;
 }
 
+uint32_t accountOf( std::optional< uint32_t > named, const std::string& text, const char* kind ) {
+   auto number = named ? named : numberIn( text );
+   if ( !number ) {
+      throw std::runtime_error(
+         fmt::format( "no {} of this system is called \"{}\"", kind, text ) );
+   }
+   return *number;
+}
+
 }  // namespace
 
 std::optional< uid_t > userNamed( const std::string& name ) {
@@ -34,6 +47,14 @@ std::optional< uid_t > userNamed( const std::string& name ) {
 
 std::optional< gid_t > groupNamed( const std::string& name ) {
    return look( getgrnam_r, name.c_str(), []( const group& entry ) { return entry.gr_gid; } );
+}
+
+uid_t userOf( const std::string& nameOrNumber ) {
+   return accountOf( userNamed( nameOrNumber ), nameOrNumber, "user" );
+}
+
+gid_t groupOf( const std::string& nameOrNumber ) {
+   return accountOf( groupNamed( nameOrNumber ), nameOrNumber, "group" );
 }
 
 std::vector< gid_t > groupsOf( const std::string& user ) {

@@ -12,6 +12,10 @@ namespace BoardFiles {
 std::optional< uid_t > userNamed( const std::string& name );
 std::optional< gid_t > groupNamed( const std::string& name );
 
+// By name or number. Throws std::runtime_error where there is none of that name.
+uid_t userOf( const std::string& nameOrNumber );
+gid_t groupOf( const std::string& nameOrNumber );
+
 // All groups that the user is a member of, the own one among them.
 std::vector< gid_t > groupsOf( const std::string& user );
 

@@ -77,10 +77,8 @@ std::optional< size_t > Search::run() {
 }
 
 bool Search::hasNumbersOf( const Media::Medium& medium ) {
-   bool hasAccelerators = medium.shape == Media::Shape::Accelerators;
-   bool isSound = expect( "accelerator", hasAccelerators, medium.type );
-   return expect( "bus", hasAccelerators || medium.shape == Media::Shape::Busses, medium.type ) &&
-          isSound;
+   bool isSound = expect( "accelerator", medium.hasAccelerators(), medium.type );
+   return expect( "bus", medium.hasBusses(), medium.type ) && isSound;
 }
 
 bool Search::expect( const char* key, bool isWanted, std::string_view type ) {

@@ -16,6 +16,10 @@ struct Medium {
    Smbus::MasterType master;  // of no meaning where there are no busses
    Shape shape;
    bool hasPci = false;  // requests carry the PCI address that the document gives
+
+   // Whether these of its numbers tell adapters apart.
+   constexpr bool hasAccelerators() const { return shape == Shape::Accelerators; }
+   constexpr bool hasBusses() const { return hasAccelerators() || shape == Shape::Busses; }
 };
 
 inline constexpr Medium kScd{ "SCD", Smbus::MASTER_SCD, Shape::Accelerators, true };

@@ -8,10 +8,6 @@
 
 namespace BoardFiles {
 
-namespace {
-
-using Utils::Json::Value;
-
 std::optional< uint32_t > numberIn( std::string_view text ) {
    bool isHexadecimal = text.starts_with( "0x" ) || text.starts_with( "0X" );
    text.remove_prefix( isHexadecimal ? 2 : 0 );
@@ -20,6 +16,10 @@ std::optional< uint32_t > numberIn( std::string_view text ) {
    auto [ stop, error ] = std::from_chars( text.data(), end, number, isHexadecimal ? 16 : 10 );
    return error == std::errc() && stop == end ? std::optional( number ) : std::nullopt;
 }
+
+namespace {
+
+using Utils::Json::Value;
 
 std::optional< NumberRange > rangeIn( const Value& value ) {
    if ( value.IsUint() ) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "BoardFiles/Finding.h"
@@ -10,6 +11,9 @@
 #include "Utils/Json.h"
 
 namespace BoardFiles {
+
+// A decimal number, or a hexadecimal one behind "0x".
+std::optional< uint32_t > numberIn( std::string_view text );
 
 // Numbers from the first to the last one, both included.
 struct NumberRange {

@@ -8,6 +8,7 @@
 
 #include "BoardFiles/Accounts.h"
 #include "BoardFiles/AdapterPlace.h"
+#include "BoardFiles/Addresses.h"
 
 namespace BoardFiles {
 
@@ -15,9 +16,9 @@ namespace {
 
 using Utils::Json::Value;
 
-constexpr NumberRange kAddresses{ 0x08, 0x77 };  // the others are reserved
-constexpr std::string_view kAll = "all";         // of groups, devices, addresses
-constexpr std::string_view kAny = "any";         // path
+constexpr NumberRange kAddresses{ kFirstAddress, kLastAddress };
+constexpr std::string_view kAll = "all";  // of groups, devices, addresses
+constexpr std::string_view kAny = "any";  // path
 
 // Reads one entry, and reports what is wrong with it.
 class RuleReader {

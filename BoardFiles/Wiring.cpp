@@ -54,10 +54,9 @@ size_t Wiring::adapterBus( uint32_t master,
                            uint32_t bus ) const {
    for ( size_t i = 0; i < busses.size(); ++i ) {
       const Adapter& adapter = adapters[ busses[ i ].adapter ];
-      Media::Shape shape = adapter.medium.shape;
       if ( busses[ i ].above == kNone && static_cast< uint32_t >( adapter.master ) == master &&
-           adapter.pci == pci && ( shape == Media::Shape::Bus || adapter.bus == bus ) &&
-           ( shape != Media::Shape::Accelerators || adapter.accelerator == accelerator ) ) {
+           adapter.pci == pci && ( !adapter.medium.hasBusses() || adapter.bus == bus ) &&
+           ( !adapter.medium.hasAccelerators() || adapter.accelerator == accelerator ) ) {
          return i;
       }
    }

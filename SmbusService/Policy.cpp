@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "BoardFiles/Addresses.h"
 #include "SmbusService/Judgement.h"
 #include "SmbusService/PolicyRules.h"
 
@@ -10,6 +11,8 @@ namespace SmbusService {
 
 namespace {
 
+using BoardFiles::kMemories;
+using BoardFiles::kMemoryProtection;
 using BoardFiles::PolicyRule;
 
 PolicyRule::Region everywhere( uint8_t first, uint8_t last ) {
@@ -69,15 +72,16 @@ std::vector< PolicyRule > rulesOf( const std::string& file, const BoardFiles::Wi
 std::vector< PolicyRule > rulesWithoutPolicy() {
    // Memories have register numbers of up to two bytes; what protects them has none.
    PolicyRule memories{ .name = "memories, without a policy", .isForAll = true, .reads = true };
-   memories.regions = { everywhere( 0x50, 0x57 ) };
+   memories.regions = { everywhere( kMemories.first, kMemories.last ) };
    memories.registerSize = 2;
    PolicyRule protection = memories;
    protection.name = "protection of memories, without a policy";
-   protection.regions = { everywhere( 0x30, 0x37 ) };
+   protection.regions = { everywhere( kMemoryProtection.first, kMemoryProtection.last ) };
    protection.registerSize = 1;
    PolicyRule others{ .name = "without a policy", .isForAll = true, .reads = true, .writes = true };
-   others.regions = { everywhere( 0x00, 0x2f ), everywhere( 0x38, 0x4f ),
-                      everywhere( 0x58, 0x7f ) };
+   others.regions = { everywhere( 0, kMemoryProtection.first - 1 ),
+                      everywhere( kMemoryProtection.last + 1, kMemories.first - 1 ),
+                      everywhere( kMemories.last + 1, 0x7f ) };
    return { memories, protection, others };
 }
 

@@ -17,6 +17,13 @@ void insert( PolicyMap::Rules& rules, const PolicyRule& rule ) {
    }
 }
 
+// The same where the rules come one after another.
+void append( PolicyMap::Rules& rules, const PolicyRule& rule ) {
+   if ( rules.empty() || rules.back() != &rule ) {
+      rules.push_back( &rule );
+   }
+}
+
 // Fills in the map of one adapter, whose tree is there.
 class Surveyor {
  public:
@@ -95,12 +102,16 @@ void Surveyor::surveyRegion( const PolicyRule& rule, const PolicyRule::Region& r
       }
       for ( size_t segment = 0; segment < tree_.segments.size(); ++segment ) {
          if ( covers( region, segment ) ) {
-            insert( cellAt( segment, static_cast< uint8_t >( address ) ).rules, rule );
-            noteBelow( segment, rule );
+            append( cellAt( segment, static_cast< uint8_t >( address ) ).rules, rule );
          }
       }
       if ( !region.bus && covers( region, 0 ) ) {
-         insert( adapter_.everywhere[ address ], rule );
+         append( adapter_.everywhere[ address ], rule );
+      }
+   }
+   for ( size_t segment = 0; segment < tree_.segments.size(); ++segment ) {
+      if ( region.addresses.any() && covers( region, segment ) ) {
+         noteBelow( segment, rule );
       }
    }
 }

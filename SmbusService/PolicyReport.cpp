@@ -4,10 +4,10 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <charconv>
 #include <stdexcept>
 
 #include "BoardFiles/Accounts.h"
+#include "BoardFiles/NumberRange.h"
 
 namespace SmbusService {
 
@@ -15,31 +15,15 @@ namespace {
 
 using BoardFiles::PolicyRule;
 
-std::optional< uint32_t > numberIn( const std::string& text ) {
-   uint32_t number = 0;
-   auto [ end, error ] = std::from_chars( text.data(), text.data() + text.size(), number );
-   bool isNumber = error == std::errc() && end == text.data() + text.size();
-   return isNumber ? std::optional( number ) : std::nullopt;
-}
-
-uid_t uidOf( const std::string& user ) {
-   auto uid = BoardFiles::userNamed( user );
-   uid = uid ? uid : numberIn( user );
-   if ( !uid ) {
-      throw std::runtime_error( fmt::format( "no user of this system is called \"{}\"", user ) );
-   }
-   return *uid;
-}
-
 // Somebody who is none of the users, where none is asked about.
 Peer peerOf( const PolicyQuestion& question ) {
    Peer peer{ .uid = static_cast< uid_t >( -1 ) };
    if ( question.user ) {
-      peer.uid = uidOf( *question.user );
+      peer.uid = BoardFiles::userOf( *question.user );
       peer.groups = BoardFiles::groupsOf( BoardFiles::nameOfUser( peer.uid ) );
    }
    for ( const std::string& group : question.groups ) {
-      peer.groups.push_back( groupOf( group ) );
+      peer.groups.push_back( BoardFiles::groupOf( group ) );
    }
    return peer;
 }
@@ -63,7 +47,8 @@ std::optional< uint32_t > didOf( const PolicyQuestion& question,
       return std::nullopt;
    }
    auto label = wiring.labels.find( *question.device );
-   auto did = label == wiring.labels.end() ? numberIn( *question.device ) : label->second;
+   auto did =
+      label == wiring.labels.end() ? BoardFiles::numberIn( *question.device ) : label->second;
    std::string problem = did ? wiring.whyOutOfReach( *did )
                              : fmt::format( "no device has the label \"{}\"", *question.device );
    if ( !problem.empty() ) {
@@ -120,16 +105,6 @@ std::string reportOn( const Policy& policy,
       }
    } );
    return report;
-}
-
-gid_t groupOf( const std::string& nameOrNumber ) {
-   auto group = BoardFiles::groupNamed( nameOrNumber );
-   group = group ? group : numberIn( nameOrNumber );
-   if ( !group ) {
-      throw std::runtime_error(
-         fmt::format( "no group of this system is called \"{}\"", nameOrNumber ) );
-   }
-   return *group;
 }
 
 }  // namespace SmbusService

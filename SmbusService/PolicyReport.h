@@ -19,7 +19,4 @@ struct PolicyQuestion {
 // device that does not exist.
 std::string reportOn( const Policy&, const BoardFiles::Wiring&, const PolicyQuestion& );
 
-// A name of a group, or its number. Throws std::runtime_error for one that does not exist.
-gid_t groupOf( const std::string& nameOrNumber );
-
 }  // namespace SmbusService

@@ -4,15 +4,12 @@
 
 #include <algorithm>
 
+#include "BoardFiles/Addresses.h"
 #include "BoardFiles/Media.h"
 
 namespace SmbusService {
 
 namespace {
-
-// Beyond these, the bus itself has a use for the addresses.
-constexpr uint8_t kFirstAddress = 0x08;
-constexpr uint8_t kLastAddress = 0x77;
 
 std::string bytes( size_t count ) {
    return fmt::format( "{} byte{}", count, count == 1 ? "" : "s" );
@@ -55,10 +52,9 @@ AdapterId AdapterId::of( Smbus::MasterType master,
    bool hasBusses = false;
    for ( const Media::Medium& medium : Media::kAll ) {
       bool isIt = medium.master == master;
-      hasAccelerators |= isIt && medium.shape == Media::Shape::Accelerators;
-      hasBusses |= isIt && medium.shape == Media::Shape::Busses;
+      hasAccelerators |= isIt && medium.hasAccelerators();
+      hasBusses |= isIt && medium.hasBusses();
    }
-   hasBusses |= hasAccelerators;
    return { master, pci, hasAccelerators ? accelerator : uint8_t{}, hasBusses ? bus : uint8_t{} };
 }
 
@@ -119,7 +115,7 @@ std::optional< std::string > problemOf( const Smbus::Request& request, const Tra
       return "missing or unknown master type";
    }
    if ( uint8_t device = transfer.address.device;
-        device < kFirstAddress || device > kLastAddress ) {
+        device < BoardFiles::kFirstAddress || device > BoardFiles::kLastAddress ) {
       return fmt::format( "address 0x{:02x} is reserved", device );
    }
    if ( !transfer.address.registerSize ) {

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "BoardFiles/Addresses.h"
 #include "Host/Commands/Commands.h"
 #include "Host/Commands/Confirm.h"
 #include "Host/Commands/SmbusOperation.h"
@@ -20,9 +21,8 @@ struct Arguments {
    bool isConfirmed = false;
 };
 
-// Memories, and the commands that protect them.
 bool isMemory( uint32_t address ) {
-   return ( address >= 0x50 && address <= 0x57 ) || ( address >= 0x30 && address <= 0x37 );
+   return kMemories.has( address ) || kMemoryProtection.has( address );
 }
 
 bool isWanted( const Arguments& arguments, const RawEndpoint& endpoint ) {

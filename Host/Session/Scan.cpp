@@ -6,16 +6,13 @@
 #include <cerrno>
 #include <memory>
 
+#include "BoardFiles/Addresses.h"
 #include "Platform/AddressWord.h"
 #include "pl_host.h"
 
 namespace Host {
 
 namespace {
-
-// Addresses outside have a meaning of their own on every bus.
-constexpr uint8_t kFirstAddress = 0x08;
-constexpr uint8_t kLastAddress = 0x77;
 
 // Nothing can be expected of the adapter's other addresses.
 bool blamesAdapter( int error ) {

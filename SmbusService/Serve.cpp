@@ -1,0 +1,183 @@
+#include "SmbusService/Serve.h"
+
+#include <fmt/format.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <asio/signal_set.hpp>
+#include <cstdio>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+
+#include "BoardFiles/Accounts.h"
+#include "SmbusService/Control.h"
+#include "SmbusService/ControlSocket.h"
+#include "SmbusService/Emulator/BoardLoader.h"
+#include "SmbusService/LinuxI2c/KernelBackend.h"
+#include "SmbusService/PolicyStore.h"
+#include "SmbusService/Readiness.h"
+#include "SmbusService/Replay.h"
+#include "SmbusService/Server.h"
+#include "SmbusService/WireLog.h"
+
+namespace SmbusService {
+
+namespace {
+
+void hearHangups( bool isWanted ) {
+   sigset_t hangup;
+   sigemptyset( &hangup );
+   sigaddset( &hangup, SIGHUP );
+   pthread_sigmask( isWanted ? SIG_UNBLOCK : SIG_BLOCK, &hangup, nullptr );
+}
+
+// What is served, and what a hangup does.
+struct Served {
+   Backend& backend;
+   const Access& access;
+   const Controlled controlled;
+   const std::function< void() > reload;
+};
+
+void write( Log& log, const std::vector< BoardFiles::Finding >& findings ) {
+   for ( const std::string& line : BoardFiles::linesOf( findings ) ) {
+      log.write( line );
+   }
+}
+
+// What cannot be read whole changes nothing.
+void tryReload( const Served& served, Log& log ) {
+   try {
+      served.reload();
+      log.write( "reloaded" );
+   } catch ( const BoardFiles::BoardError& error ) {
+      log.write( "nothing is reloaded:" );
+      write( log, error.findings );
+   } catch ( const std::exception& error ) {
+      log.write( fmt::format( "nothing is reloaded: {}", error.what() ) );
+   }
+}
+
+// Serves until a signal ends the process.
+void serveUntilSignal( const Options& options, const Served& served, Log& log ) {
+   asio::io_context context( 1 );
+   std::optional< ControlSocket > control;
+   if ( !options.control.empty() ) {
+      auto answer = [ & ]( std::string_view line ) {
+         return answerControl( served.controlled, line );
+      };
+      control.emplace( answer, options.control );
+   }
+   asio::signal_set ends( context, SIGTERM, SIGINT );
+   asio::signal_set hangups( context, SIGHUP );
+   Server::Door door{ .path = options.socket, .access = &served.access };
+   if ( !options.group.empty() ) {
+      door.group = BoardFiles::groupOf( options.group );
+   }
+   Server server( context, served.backend, door, log );
+   Readiness readiness( context );
+   std::string announcement =
+      fmt::format( "serving {} at {}", options.directory(), options.socket );
+   bool isEnding = false;  // a hangup that is due already cannot be cancelled
+   ends.async_wait( [ & ]( asio::error_code, int ) {
+      isEnding = true;
+      readiness.stopping();
+      hangups.cancel();
+      server.stop();
+   } );
+   std::function< void( asio::error_code, int ) > onHangup = [ & ]( asio::error_code error, int ) {
+      if ( !error && !isEnding ) {
+         readiness.reloading();
+         tryReload( served, log );
+         readiness.ready( announcement );
+         hangups.async_wait( onHangup );
+      }
+   };
+   hangups.async_wait( onHangup );
+   hearHangups( true );
+   Log announcements( STDOUT_FILENO );
+   announcements.write( announcement );
+   readiness.ready( announcement );
+   context.run();
+   hearHangups( false );
+}
+
+void keepLog( const Options& options, Backend& backend, WireLog& wireLog, Log& log ) {
+   if ( !options.wireLog.empty() ) {
+      wireLog.appendTo( options.wireLog, log );
+   }
+   backend.keepLog( wireLog );
+}
+
+void serveEmulated( const Options& options, Log& log ) {
+   WireLog wireLog;
+   auto documents =
+      BoardFiles::loadBoard( options.emulated, { .emulation = BoardFiles::Demand::Needed } );
+   auto board = Emulator::loadBoard( documents );
+   PolicyStore policy( options.policy, documents.wiring, log );
+   std::unique_ptr< Replay > replay;
+   if ( !options.replay.empty() ) {
+      std::vector< BoardFiles::Finding > findings;
+      replay =
+         std::make_unique< Replay >( *board, BoardFiles::readWireLog( options.replay, findings ) );
+      complain( findings );
+   }
+   Backend& backend = replay ? static_cast< Backend& >( *replay ) : *board;
+   keepLog( options, backend, wireLog, log );
+   auto reload = [ & ] { policy.use( policy.read() ); };
+   serveUntilSignal( options, { backend, policy, { wireLog, board.get() }, reload }, log );
+}
+
+BoardFiles::Board loadKernelBoard( const std::string& directory ) {
+   return BoardFiles::loadBoard( directory, { .adapters = BoardFiles::Demand::Needed } );
+}
+
+// A wiring that changed would not be the one that clients have.
+void reload( LinuxI2c::KernelBackend& backend,
+             PolicyStore& policy,
+             const BoardFiles::Board& before,
+             Log& log ) {
+   BoardFiles::Board board = loadKernelBoard( before.directory );
+   if ( board.topology != before.topology || board.objectsText != before.objectsText ) {
+      throw std::runtime_error( "topology.json or objects.json has changed: restart the service" );
+   }
+   write( log, board.warnings );
+   auto rules = policy.read();
+   backend.check( board );
+   backend.assign( board );
+   policy.use( rules );
+}
+
+void serveKernel( const Options& options, Log& log ) {
+   BoardFiles::Board board = loadKernelBoard( options.board );
+   WireLog wireLog;
+   LinuxI2c::System system;
+   LinuxI2c::KernelBackend backend( system );
+   keepLog( options, backend, wireLog, log );
+   PolicyStore policy( options.policy, board.wiring, log );
+   backend.check( board );
+   backend.assign( board );
+   complain( board.warnings );
+   backend.closeMuxes( board.wiring, log );
+   auto onHangup = [ & ] { reload( backend, policy, board, log ); };
+   serveUntilSignal( options, { backend, policy, { wireLog }, onHangup }, log );
+}
+
+}  // namespace
+
+void holdHangups() {
+   hearHangups( false );
+}
+
+void serve( const Options& options, Log& log ) {
+   options.board.empty() ? serveEmulated( options, log ) : serveKernel( options, log );
+}
+
+void complain( const std::vector< BoardFiles::Finding >& findings ) {
+   for ( const std::string& line : BoardFiles::linesOf( findings ) ) {
+      fprintf( stderr, "lumen-smbusd: %s\n", line.c_str() );
+   }
+}
+
+}  // namespace SmbusService
