@@ -70,6 +70,9 @@ void Muxes::updateTidiness() {
 
 std::optional< uint8_t > Muxes::byteToVerify( const Transfer& transfer ) const {
    std::optional< uint8_t > byte;
+   if ( !tree_.muxAddresses[ transfer.address.device ] ) {
+      return byte;  // most transfers; making the visitor below costs more than this
+   }
    forEachConnected( transfer.address.device, [ & ]( size_t mux ) {
       if ( tree_.muxes[ mux ].isVerified ) {
          byte = lastByteWritten( transfer );

@@ -6,6 +6,7 @@
 
 #include "BoardFiles/Addresses.h"
 #include "BoardFiles/Media.h"
+#include "BoardFiles/OperationWords.h"
 
 namespace SmbusService {
 
@@ -13,23 +14,6 @@ namespace {
 
 std::string bytes( size_t count ) {
    return fmt::format( "{} byte{}", count, count == 1 ? "" : "s" );
-}
-
-std::string operation( const Transfer& transfer ) {
-   switch ( transfer.type ) {
-      case Smbus::REQUEST_READ:
-         return transfer.size ? "read " + bytes( transfer.size ) : "receive byte";
-      case Smbus::REQUEST_WRITE:
-         return transfer.size ? "write " + bytes( transfer.size )
-                              : fmt::format( "send byte 0x{:02x}", transfer.reg );
-      case Smbus::REQUEST_PROCESS_CALL:
-         return "process call";
-      case Smbus::REQUEST_BLOCK_READ:
-         return "block read";
-      case Smbus::REQUEST_BLOCK_WRITE:
-         return "block write " + bytes( transfer.size );
-   }
-   return "unknown operation";
 }
 
 bool registerFits( const Transfer& transfer ) {
@@ -140,11 +124,8 @@ std::optional< std::string > problemOf( const Smbus::Request& request, const Tra
 }
 
 std::string describe( const Transfer& transfer ) {
-   std::string text = operation( transfer );
-   if ( !transfer.isSendByte() && !transfer.isReceiveByte() ) {
-      text +=
-         fmt::format( ", register 0x{:0{}x}", transfer.reg, 2 * transfer.address.registerSize );
-   }
+   std::string text = BoardFiles::operationWords( transfer.type, transfer.size, transfer.reg,
+                                                  transfer.address.registerSize );
    text += fmt::format( ", device 0x{:02x}", transfer.address.device );
    if ( transfer.adapter.accelerator ) {
       text += fmt::format( ", accelerator {}", transfer.adapter.accelerator );

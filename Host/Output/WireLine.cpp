@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <time.h>
 
+#include "BoardFiles/OperationWords.h"
+
 namespace Host {
 
 namespace {
@@ -27,37 +29,13 @@ std::string hexBytes( const std::string& bytes ) {
    return bytes.size() > kMostBytes ? fmt::format( "{} ... {} bytes", text, bytes.size() ) : text;
 }
 
-std::string counted( uint32_t bytes ) {
-   return fmt::format( "{} byte{}", bytes, bytes == 1 ? "" : "s" );
-}
-
-std::string operationText( const WireTransfer& transfer ) {
-   switch ( transfer.operation ) {
-      case Smbus::REQUEST_READ:
-         return "read " + counted( transfer.size );
-      case Smbus::REQUEST_WRITE:
-         return "write " + counted( transfer.size );
-      case Smbus::REQUEST_PROCESS_CALL:
-         return "process call";
-      case Smbus::REQUEST_BLOCK_READ:
-         return "block read";
-      case Smbus::REQUEST_BLOCK_WRITE:
-         return "block write " + counted( transfer.size );
-   }
-   return "unknown operation";
-}
-
-// With the register, and the bytes that were written.
+// With the bytes that were written.
 std::string requestText( const WireTransfer& transfer ) {
-   if ( transfer.isSendByte() ) {
-      return fmt::format( "send byte 0x{:02x}", transfer.reg );
-   }
-   if ( transfer.operation == Smbus::REQUEST_READ && transfer.size == 0 ) {
-      return "receive byte";
-   }
-   return fmt::format( "{}, register 0x{:0{}x}{}", operationText( transfer ), transfer.reg,
-                       2 * transfer.registerSize,
-                       transfer.written.empty() ? "" : " = " + hexBytes( transfer.written ) );
+   std::string text =
+      operationWords( transfer.operation, transfer.size, transfer.reg, transfer.registerSize );
+   return transfer.isSendByte() || transfer.written.empty()
+             ? text
+             : text + " = " + hexBytes( transfer.written );
 }
 
 std::string outcomeText( const WireTransfer& transfer ) {

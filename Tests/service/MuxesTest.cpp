@@ -14,14 +14,8 @@ const std::string kTopology = textOf( LUMEN_SOURCE_DIR "/Tests/service/twins/top
 const std::string kEmulation = textOf( LUMEN_SOURCE_DIR "/Tests/service/twins/emulation.json" );
 
 std::string run( EmulatedBoard& board, const std::string& steps, uint64_t client = 1 ) {
-   Smbus::TransactionRequest batch = batchOf( steps );
-   for ( Smbus::Request& request : *batch.mutable_request() ) {
-      request.set_mastertype( Smbus::MASTER_SCD );
-      request.set_pci( 5 );
-      request.set_address( request.address() | 1 << 7 | 2 << 14 );
-   }
    Smbus::TransactionResponse reply;
-   Batch( board, { .number = client } ).execute( batch, reply );
+   Batch( board, { .number = client } ).execute( twinsBatchOf( steps ), reply );
    return summary( reply );
 }
 

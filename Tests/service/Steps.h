@@ -35,6 +35,17 @@ inline Smbus::TransactionRequest batchOf( const std::string& steps ) {
    return batch;
 }
 
+// The same for the adapter of the board in Tests/service/twins.
+inline Smbus::TransactionRequest twinsBatchOf( const std::string& steps ) {
+   Smbus::TransactionRequest batch = batchOf( steps );
+   for ( Smbus::Request& request : *batch.mutable_request() ) {
+      request.set_mastertype( Smbus::MASTER_SCD );
+      request.set_pci( 5 );
+      request.set_address( request.address() | 1 << 7 | 2 << 14 );
+   }
+   return batch;
+}
+
 // A board of one chip, with device id 1.
 class ChipBoard : public SmbusService::Emulator::EmulatedBoard {
  public:

@@ -17,14 +17,8 @@ const std::string kTwins = LUMEN_SOURCE_DIR "/Tests/service/twins";
 class WireLogTest : public testing::Test {
  protected:
    std::string run( Backend& backend, const std::string& steps ) {
-      Smbus::TransactionRequest batch = batchOf( steps );
-      for ( Smbus::Request& request : *batch.mutable_request() ) {
-         request.set_mastertype( Smbus::MASTER_SCD );
-         request.set_pci( 5 );
-         request.set_address( request.address() | 1 << 7 | 2 << 14 );
-      }
       Smbus::TransactionResponse reply;
-      Batch( backend, { .number = 7, .uid = 33 } ).execute( batch, reply );
+      Batch( backend, { .number = 7, .uid = 33 } ).execute( twinsBatchOf( steps ), reply );
       return summary( reply );
    }
 
