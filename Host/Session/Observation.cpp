@@ -11,7 +11,8 @@ namespace {
 
 constexpr double kFastestFan = 1'000'000;  // rpm; what drivers make of a wrong count is above
 
-constexpr std::array kStateNames = { "ok", "alert", "critical", "absent", "fault", "failed" };
+constexpr std::array kStateNames = { "ok",    "alert",  "critical", "absent",
+                                     "fault", "failed", "pending" };
 
 State stateOf( const ObjectSpec& object, double value ) {
    if ( object.critical && value >= *object.critical ) {

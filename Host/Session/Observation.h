@@ -8,7 +8,7 @@
 
 namespace Host {
 
-enum class State { Ok, Alert, Critical, Absent, Fault, Failed };
+enum class State { Ok, Alert, Critical, Absent, Fault, Failed, Pending };
 
 const char* stateName( State state );
 

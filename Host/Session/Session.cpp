@@ -1,5 +1,7 @@
 #include "Host/Session/Session.h"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -9,7 +11,25 @@
 namespace Host {
 
 Session::Session( const DriverLibrary& library, const Board& board, SessionOptions options )
-    : library_( library ), board_( board ), options_( std::move( options ) ) {}
+    : library_( library ), board_( board ), options_( std::move( options ) ) {
+   for ( const ObjectSpec& object : board.objects ) {
+      latest_.push_back( { &object, State::Pending } );
+   }
+}
+
+void Session::begin() {
+   isBusy_ = true;
+}
+
+void Session::await( std::chrono::milliseconds limit, int descriptor ) {
+   if ( isBusy_ ) {
+      latest_ = read();
+      isBusy_ = false;
+      return;
+   }
+   pollfd other{ descriptor, POLLIN, 0 };
+   poll( &other, 1, static_cast< int >( limit.count() ) );
+}
 
 std::vector< Observation > Session::read() {
    Found found( board_.objects.size() );

@@ -48,6 +48,16 @@ class Session {
    // the library's timers.
    std::vector< Observation > read();
 
+   // The same in steps, for a caller that has other things to do meanwhile: begin() starts a sweep,
+   // which await() carries on until the time is over, an object was observed, or the descriptor is
+   // readable; -1 for none.
+   void begin();
+   bool isBusy() const { return isBusy_; }
+   void await( std::chrono::milliseconds limit, int descriptor = -1 );
+
+   // Of each object the latest observation, in the board's order; State::Pending before the first.
+   const std::vector< Observation >& latest() const { return latest_; }
+
  private:
    struct Death {
       std::optional< size_t > object;  // that the worker was busy with
@@ -73,6 +83,8 @@ class Session {
    std::unique_ptr< Worker > worker_;
    bool started_ = false;  // the worker has got as far as its objects
    bool holdsAll_ = true;  // but those that failed
+   bool isBusy_ = false;
+   std::vector< Observation > latest_;
 };
 
 }  // namespace Host
