@@ -88,8 +88,10 @@ Board loadBoard( const std::string& directory, const Extent& extent ) {
    if ( topology.sound && objects.sound ) {
       checkObjects( objects, wiring, addresses, findings );
    }
+   std::map< size_t, unsigned > bitRates;
    if ( topology.sound && objects.sound && chips.sound ) {
       checkEmulation( chips, wiring, findings );
+      bitRates = readBitRates( chips, wiring, findings );
    }
    std::vector< AdapterSpec > adapterSpecs;
    if ( adapters.sound && isMistakeFree( topology, findings ) ) {
@@ -104,6 +106,7 @@ Board loadBoard( const std::string& directory, const Extent& extent ) {
                 .topology = std::move( topology.text ),
                 .objectsText = std::move( objects.text ),
                 .wiring = std::move( wiring ),
+                .bitRates = std::move( bitRates ),
                 .warnings = std::move( findings ),
                 .hasEmulation = hasEmulation,
                 .adapters = std::move( adapterSpecs ) };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -32,6 +33,7 @@ struct Board {
    Wiring wiring = {};
    std::vector< ObjectSpec > objects = {};
    std::vector< ChipSpec > chips = {};
+   std::map< size_t, unsigned > bitRates = {};  // of emulated adapters, by position in the wiring
    std::vector< Finding > warnings = {};
    bool hasEmulation = false;  // emulation.json was looked at
    std::vector< AdapterSpec > adapters = {};

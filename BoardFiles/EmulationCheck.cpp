@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "BoardFiles/AdapterPlace.h"
+
 namespace BoardFiles {
 
 void checkEmulation( const BoardFile& emulation,
@@ -25,6 +27,24 @@ void checkEmulation( const BoardFile& emulation,
                                "either \"contents\" or \"fields\" can be given, not both" } );
       }
    }
+}
+
+std::map< size_t, unsigned > readBitRates( const BoardFile& emulation,
+                                           const Wiring& wiring,
+                                           std::vector< Finding >& findings ) {
+   std::map< size_t, unsigned > rates;
+   auto [ common, adapters ] = Utils::Json::members< "bitRate", "adapters" >( emulation.json );
+   for ( size_t i = 0; common && i < wiring.adapters.size(); ++i ) {
+      rates[ i ] = common->GetUint();
+   }
+   for ( size_t i = 0; adapters && i < adapters->Size(); ++i ) {
+      const auto& entry = ( *adapters )[ static_cast< rapidjson::SizeType >( i ) ];
+      Place place{ emulation.path, fmt::format( "/adapters/{}", i ) };
+      if ( auto adapter = findAdapter( entry, place, wiring, findings ) ) {
+         rates[ *adapter ] = entry[ "bitRate" ].GetUint();
+      }
+   }
+   return rates;
 }
 
 }  // namespace BoardFiles

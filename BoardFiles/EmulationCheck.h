@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <vector>
 
 #include "BoardFiles/Documents.h"
@@ -11,5 +13,11 @@ namespace BoardFiles {
 void checkEmulation( const BoardFile& emulation,
                      const Wiring& wiring,
                      std::vector< Finding >& findings );
+
+// The bits per second at which emulated adapters work, by their position in the wiring: those of
+// the whole board, and of single ones. Others take no time.
+std::map< size_t, unsigned > readBitRates( const BoardFile& emulation,
+                                           const Wiring& wiring,
+                                           std::vector< Finding >& findings );
 
 }  // namespace BoardFiles

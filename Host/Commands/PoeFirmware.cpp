@@ -76,6 +76,7 @@ int updatePoeFirmware( const Program& program, const PoeFirmwareOptions& options
    chosen.objects = firstPorts( controllers );
    PoeProgress progress( !program.json );
    SessionOptions session{ .stepLimit = kLimit,
+                           .mostLanes = 1,  // one update after the other
                            .readObject =
                               [ & ]( Kind, void* port ) {
                                  return reprogram( static_cast< pl_poe_port* >( port ),

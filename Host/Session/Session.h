@@ -2,17 +2,16 @@
 
 #include <chrono>
 #include <functional>
-#include <map>
-#include <memory>
-#include <optional>
+#include <list>
 #include <string>
 #include <vector>
 
 #include "BoardFiles/Board.h"
 #include "Host/Session/DriverLibrary.h"
+#include "Host/Session/Lane.h"
 #include "Host/Session/Observation.h"
+#include "Host/Session/ServiceState.h"
 #include "Host/Session/SessionWorker.h"
-#include "Host/Session/Worker.h"
 
 namespace Host {
 
@@ -22,6 +21,13 @@ struct SessionOptions {
    std::string socket = {};  // of the SMBus service
    int traceLevel = -1;      // traces that are printed; -1 for none
    std::chrono::milliseconds stepLimit = std::chrono::seconds( 10 );  // to add or read one object
+
+   // How long an object that killed its worker is left alone, at first; each time twice as long.
+   std::chrono::milliseconds firstRetry = std::chrono::seconds( 2 );
+
+   // Workers side by side. With one trial each they are to leave the service room for others of the
+   // same user.
+   size_t mostLanes = 10;
 
    // Runs in the worker, once an object has been added and at each later reading.
    ReadObject readObject = readAsKind;
@@ -33,58 +39,60 @@ struct SessionOptions {
    std::function< void( size_t object, const std::string& line ) > hearTrace = {};
 };
 
-// The parent's side: a board's objects in the driver library, held by a worker. An object that
-// kills the worker, or keeps it busy for too long, is failed from then on, unless the SMBus service
-// is to blame; a fresh worker goes on without it.
+// The parent's side: a board's objects in the driver library, held by the workers of several lanes.
+// An object that killed its worker is tried again in a worker of its own, now and then, and comes
+// back to its lane when that went well.
 class Session {
  public:
    // Library and board must outlive the session.
    Session( const DriverLibrary& library, const Board& board, SessionOptions options );
+   Session( const Session& ) = delete;
+   Session& operator=( const Session& ) = delete;
 
    // What an object is set to once it has been added, from the next worker on.
-   void settingIs( size_t object, const Setting& setting ) { settings_[ object ] = setting; }
+   void settingIs( size_t object, const Setting& setting ) {
+      context_.task.settings[ object ] = setting;
+   }
 
-   // Reads every object once, in the board's order. The worker stays alive between calls and runs
+   // Reads every object once, in the board's order. The workers stay alive between calls and run
    // the library's timers.
-   std::vector< Observation > read();
+   const std::vector< Observation >& read();
 
-   // The same in steps, for a caller that has other things to do meanwhile: begin() starts a sweep,
-   // which await() carries on until the time is over, an object was observed, or the descriptor is
-   // readable; -1 for none.
+   // The same in steps, for a caller that has other things to do meanwhile: begin() starts a sweep
+   // in each lane that has none under way. await() carries the sweeps on until something was
+   // observed, the last of them is over, a signal came, the descriptor is readable (-1: there is
+   // none), or the time is over.
    void begin();
-   bool isBusy() const { return isBusy_; }
+   bool isBusy() const;
    void await( std::chrono::milliseconds limit, int descriptor = -1 );
 
    // Of each object the latest observation, in the board's order; State::Pending before the first.
    const std::vector< Observation >& latest() const { return latest_; }
 
  private:
-   struct Death {
-      std::optional< size_t > object;  // that the worker was busy with
-      bool started;                    // it had got as far as its objects
-      std::string why;
+   struct Trial {
+      Lane& home;
+      size_t object;
+      Lane lane;
+      std::string why = {};  // it failed
    };
-   using Found = std::vector< std::optional< Observation > >;
 
-   std::optional< Death > sweep( Found& found );
-   bool startWorker( const Found& found );
-   void take( const Message& said, Found& found );
-   std::string whyNotRead( size_t object, const Reading& reading ) const;
-   std::string reasonFor( size_t object, const std::string& otherwise ) const;
-   void fail( size_t object, const std::string& why, Found& found );
-   bool serviceGone() const;
-   std::string afterDeath( const Death& death, Found& found );
+   void makeLanes();
+   void tryFailed( Lane& home );
+   void proceed();
+   void endTrials();
+   void tell( Observation observation );
+   Trial& trialOf( size_t object );
 
-   const DriverLibrary& library_;
    const Board& board_;
-   SessionOptions options_;
-   Settings settings_;
-   std::map< size_t, std::string > failed_;  // objects that are left out, and why
-   std::unique_ptr< Worker > worker_;
-   bool started_ = false;  // the worker has got as far as its objects
-   bool holdsAll_ = true;  // but those that failed
-   bool isBusy_ = false;
+   const size_t mostLanes_;
+   ServiceState service_;
+   LaneContext context_;
+   LaneContext trialContext_;
+   std::list< Lane > lanes_;
+   std::list< Trial > trials_;  // at most one of each lane
    std::vector< Observation > latest_;
+   size_t told_ = 0;  // observations so far
 };
 
 }  // namespace Host

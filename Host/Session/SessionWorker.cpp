@@ -62,10 +62,15 @@ void SessionWorker::run( const std::vector< size_t >& objects ) const {
    for ( size_t object : objects ) {
       records[ object ] = {};
    }
-   do {
+   std::optional< std::vector< int32_t > > adopted( std::in_place );
+   while ( adopted ) {
+      for ( int32_t object : *adopted ) {
+         records[ static_cast< size_t >( object ) ] = {};
+      }
       sweep( records );
       send( kAllRead );
-   } while ( link_.awaitRequest() );
+      adopted = link_.awaitRequest();
+   }
 }
 
 // Between two objects the library's timers run: a slow one must not stop the beacons of all.

@@ -53,7 +53,7 @@ class SessionWorker {
    SessionWorker( const Worker::Link& link, const Task& task ) : link_( link ), task_( task ) {}
 
    // Adds and reads these objects, and reads them again whenever it is asked to; those that were
-   // absent, or could not be added or set, are then tried again.
+   // absent, or could not be added or set, are then tried again. A request may name more objects.
    void run( const std::vector< size_t >& objects ) const;
 
  private:

@@ -22,14 +22,9 @@ namespace Host {
 
 namespace {
 
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
-
 constexpr int32_t kFailure = -1;        // message type; the text holds details and words
 constexpr size_t kMaxText = 32 * 1024;  // of one message: a packet must fit the socket's buffer
-
-// How long this program waits at a time: where much more passed, it was stopped.
-constexpr milliseconds kStep( 100 );
+constexpr size_t kMaxNumbers = 4096;    // of one request
 
 struct Header {
    int32_t type, number, status, hasValue;
@@ -73,29 +68,6 @@ RequestFailure failureIn( const Message& message ) {
 
 }  // namespace
 
-class Worker::Patience {
- public:
-   explicit Patience( milliseconds limit ) : left_( limit ) {}
-
-   // For poll(); 0 at the end.
-   int nextWait() const {
-      auto wait = std::chrono::ceil< milliseconds >(
-         std::clamp< steady_clock::duration >( left_, {}, kStep ) );
-      return static_cast< int >( wait.count() );
-   }
-
-   // That has passed since the last time.
-   void deductTime() {
-      auto now = steady_clock::now();
-      left_ -= std::min< steady_clock::duration >( now - last_, kStep );
-      last_ = now;
-   }
-
- private:
-   steady_clock::duration left_;
-   steady_clock::time_point last_ = steady_clock::now();
-};
-
 void Worker::Link::send( const Message& message ) const {
    Header header{ message.type, message.number, message.status, message.value.has_value(),
                   message.value.value_or( 0 ) };
@@ -113,13 +85,20 @@ void Worker::Link::send( const Message& message ) const {
    }
 }
 
-bool Worker::Link::awaitRequest() const {
+std::optional< std::vector< int32_t > > Worker::Link::awaitRequest() const {
    while ( true ) {
       pollfd descriptor{ socket_, POLLIN, 0 };
       int ready = poll( &descriptor, 1, pl_timer_wait() );
       if ( ready > 0 ) {
-         char request;
-         return recv( socket_, &request, sizeof request, 0 ) > 0;
+         std::vector< int32_t > numbers( kMaxNumbers );
+         ssize_t size = recv( socket_, numbers.data(), kMaxNumbers * sizeof( int32_t ), 0 );
+         numbers.resize( static_cast< size_t >( std::max< ssize_t >( size, 0 ) ) /
+                         sizeof( int32_t ) );
+         if ( numbers.empty() ) {
+            return std::nullopt;
+         }
+         numbers.pop_back();
+         return numbers;
       }
       pl_timer_run();
    }
@@ -151,63 +130,56 @@ Worker::Worker( const Body& body, int traceLevel ) : prints_( traceLevel >= 0 ) 
 }
 
 Worker::~Worker() {
-   reap();
+   end();
    close( socket_ );
    close( output_ );
 }
 
-void Worker::request() const {
-   // Should the process be dead, next() finds out.
-   send( socket_, "r", 1, MSG_NOSIGNAL );
+// A packet without bytes would be the end.
+void Worker::request( std::vector< int32_t > numbers ) const {
+   numbers.push_back( 0 );
+   // Should the process be dead, take() finds out.
+   send( socket_, numbers.data(), numbers.size() * sizeof( int32_t ), MSG_NOSIGNAL );
 }
 
-std::optional< Message > Worker::next( milliseconds limit ) {
-   Patience patience( limit );
-   while ( waitReadable( patience ) ) {
-      auto message = receive();
-      if ( !message || message->type != kFailure ) {
+void Worker::addDescriptors( std::vector< pollfd >& descriptors ) const {
+   descriptors.push_back( { socket_, POLLIN, 0 } );
+   descriptors.push_back( { output_, POLLIN, 0 } );
+}
+
+std::optional< Message > Worker::take() {
+   passOutput();
+   while ( auto message = receive() ) {
+      if ( message->type != kFailure ) {
          return message;
       }
       failure_ = failureIn( *message );
    }
-   exceeded_ = limit;
    return std::nullopt;
-}
-
-// False when the patience has come to its end.
-bool Worker::waitReadable( Patience& patience ) {
-   while ( int wait = patience.nextWait() ) {
-      pollfd descriptors[] = { { socket_, POLLIN, 0 }, { output_, POLLIN, 0 } };
-      poll( descriptors, 2, wait );
-      patience.deductTime();
-      if ( descriptors[ 1 ].revents ) {
-         passOutput();
-      }
-      if ( descriptors[ 0 ].revents ) {
-         return true;
-      }
-   }
-   return false;
 }
 
 std::optional< Message > Worker::receive() {
    Header header{};
-   std::string text( kMaxText, '\0' );
-   iovec parts[] = { { &header, sizeof header }, { text.data(), text.size() } };
+   packet_.resize( kMaxText );
+   iovec parts[] = { { &header, sizeof header }, { packet_.data(), packet_.size() } };
    msghdr packet{};
    packet.msg_iov = parts;
    packet.msg_iovlen = 2;
    ssize_t length;
    do {
-      length = recvmsg( socket_, &packet, 0 );
+      length = recvmsg( socket_, &packet, MSG_DONTWAIT );
       // A process that died with our request unread resets the connection; its own last messages
       // come after that.
    } while ( length < 0 && ( errno == EINTR || errno == ECONNRESET ) );
    if ( length < static_cast< ssize_t >( sizeof header ) ) {
+      hasEnded_ = length >= 0 || errno != EAGAIN;
       return std::nullopt;
    }
-   text.resize( static_cast< size_t >( length ) - sizeof header );
-   Message message{ header.type, header.number, header.status, {}, std::move( text ) };
+   Message message{ header.type,
+                    header.number,
+                    header.status,
+                    {},
+                    packet_.substr( 0, static_cast< size_t >( length ) - sizeof header ) };
    if ( header.hasValue ) {
       message.value = header.value;
    }
@@ -224,22 +196,17 @@ bool Worker::passOutput() {
    return length > 0;
 }
 
-int Worker::reap() {
+int Worker::end() {
    int status = 0;
    if ( process_ > 0 ) {
       kill( process_, SIGKILL );
       while ( waitpid( process_, &status, 0 ) < 0 && errno == EINTR ) {
       }
       process_ = -1;
+      while ( passOutput() ) {
+      }
    }
    return status;
-}
-
-std::string Worker::end() {
-   int status = reap();
-   while ( passOutput() ) {
-   }
-   return exceeded_ ? whyHung( *exceeded_ ) : whyDied( status );
 }
 
 }  // namespace Host

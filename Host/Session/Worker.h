@@ -1,11 +1,13 @@
 #pragma once
 
+#include <poll.h>
 #include <sys/types.h>
 
-#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Host/Session/RequestFailure.h"
 
@@ -32,9 +34,9 @@ class Worker {
 
       void send( const Message& message ) const;
 
-      // Waits for the parent's next request and meanwhile runs the library's timers. False when
-      // the parent wants no more.
-      bool awaitRequest() const;
+      // Waits for the parent's next request, whose numbers it returns, and meanwhile runs the
+      // library's timers. Nothing when the parent wants no more.
+      std::optional< std::vector< int32_t > > awaitRequest() const;
 
     private:
       int socket_;
@@ -48,35 +50,36 @@ class Worker {
    Worker( const Worker& ) = delete;
    Worker& operator=( const Worker& ) = delete;
 
-   // Wakes the worker from awaitRequest().
-   void request() const;
+   // Wakes the worker from awaitRequest(). There is room for some thousand numbers.
+   void request( std::vector< int32_t > numbers ) const;
 
-   // The next message; nothing when the process ended, or did not say a word within the limit. Time
-   // in which this program was stopped, and most likely the worker with it, does not count.
-   std::optional< Message > next( std::chrono::milliseconds limit );
+   // What take() is to be called for.
+   void addDescriptors( std::vector< pollfd >& descriptors ) const;
+
+   // The next message that is there. Nothing where there is none; it may be that the process has
+   // ended, and none will come.
+   std::optional< Message > take();
+   bool hasEnded() const { return hasEnded_; }
 
    // The latest failure of the SMBus service since the last forgetFailure(), known as soon as it
    // happens.
    const std::optional< RequestFailure >& failure() const { return failure_; }
    void forgetFailure() { failure_.reset(); }
 
-   // After next() returned nothing: ends the process, and says why there is nothing to come.
-   std::string end();
+   // Ends the process, if it has not ended; returns how it did, as wait() tells it.
+   int end();
 
  private:
-   class Patience;
-
-   bool waitReadable( Patience& patience );
    std::optional< Message > receive();
    bool passOutput();
-   int reap();
 
    pid_t process_ = -1;
    int socket_ = -1;
    int output_ = -1;  // what the process prints
    bool prints_;
    std::optional< RequestFailure > failure_;
-   std::optional< std::chrono::milliseconds > exceeded_;  // the time limit that has passed
+   std::string packet_;  // of the message in hand
+   bool hasEnded_ = false;
 };
 
 }  // namespace Host

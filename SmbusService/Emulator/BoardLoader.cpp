@@ -46,6 +46,9 @@ BoardMaker::BoardMaker( const BoardFiles::Board& documents ) : wiring_( document
    for ( const Wiring::Adapter& adapter : wiring_.adapters ) {
       adapters_.push_back( &board->bus( idOf( adapter ) ) );
    }
+   for ( const auto& [ adapter, bitsPerSecond ] : documents.bitRates ) {
+      adapters_[ adapter ]->bitRateIs( bitsPerSecond );
+   }
    for ( const Wiring::Bus& bus : wiring_.busses ) {
       Bus& adapter = *adapters_[ bus.adapter ];
       bool isRoot = bus.above == Wiring::kNone;

@@ -17,6 +17,16 @@ void waitForTimeLimit( const Transfer& transfer ) {
 }  // namespace
 
 int Bus::transfer( const Transfer& transfer, std::string& answer ) {
+   auto start = std::chrono::steady_clock::now();
+   int error = perform( transfer, answer );
+   bool answers = error == 0 && transfer.reads();
+   clock_.pass(
+      error == ENXIO ? kUnacknowledgedBits : bitsOf( transfer, answers ? answer.size() : 0 ),
+      start );
+   return error;
+}
+
+int Bus::perform( const Transfer& transfer, std::string& answer ) {
    answering_.clear();
    route( root_, transfer.address.device );
    failure_ = 0;

@@ -8,6 +8,7 @@
 #include "SmbusService/Backend.h"
 #include "SmbusService/Emulator/Chip.h"
 #include "SmbusService/Emulator/Faults.h"
+#include "SmbusService/Emulator/WireTime.h"
 
 namespace SmbusService::Emulator {
 
@@ -43,9 +44,14 @@ class Bus : public Adapter {
    Segment& root() { return root_; }
    Segment& newSegment() { return segments_.emplace_back(); }
 
+   // From now on transfers take the time that they take on a wire; with 0 they take none, which is
+   // how a bus begins.
+   void bitRateIs( unsigned bitsPerSecond ) { clock_ = WireClock( bitsPerSecond ); }
+
    int transfer( const Transfer&, std::string& answer ) override;
 
  private:
+   int perform( const Transfer&, std::string& answer );
    void route( const Segment&, uint8_t address );
    int strikeFaults( const Transfer& );
    int move( const Transfer&, std::string& answer );
@@ -56,6 +62,7 @@ class Bus : public Adapter {
    int readAll( const Transfer&, std::string& answer );
 
    Segment root_;
+   WireClock clock_{ 0 };
    std::deque< Segment > segments_;
    std::vector< Site* > answering_;  // chips that take part in the transfer
    int failure_ = 0;                 // of an answer that the chips gave all the same

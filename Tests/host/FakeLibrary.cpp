@@ -1,6 +1,6 @@
 // A driver library without chips. The topology says in words what happens when it starts, a
 // temperature sensor's device arguments what happens when it is read or, behind "add", added. A
-// number is the reading, "status" with a digit the result.
+// number is the reading, "status" with a digit the result; a file that is missing kills.
 
 #include <unistd.h>
 
@@ -69,6 +69,8 @@ pl_status perform( const std::string& words, float* value = nullptr ) {
    for ( std::string word; stream >> word; ) {
       if ( auto deed = kDeeds.find( word ); deed != kDeeds.end() ) {
          deed->second( value );
+      } else if ( word.starts_with( '/' ) ) {
+         access( word.c_str(), F_OK ) == 0 ? void() : abort();
       } else if ( word.starts_with( "status" ) ) {
          return word.back() - '0';
       } else {

@@ -4,10 +4,13 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 
 #include "Host/Session/Session.h"
 #include "Host/Session/SettingOperations.h"
 #include "Host/Session/UseError.h"
+#include "Tests/host/Adapters.h"
+#include "Tests/support/TemporaryDirectory.h"
 
 using testing::ElementsAre;
 
@@ -17,6 +20,7 @@ using namespace BoardFiles;
 namespace {
 
 constexpr auto kLimit = std::chrono::milliseconds( 300 );
+constexpr auto kRetry = std::chrono::milliseconds( 400 );
 const std::string kRequest = "no acknowledge from device 0x48";
 const std::string kGaveUp = "the driver gave up; --trace 0 shows why";
 const std::string kNoService = "SMBus service at /nonexistent: the connection broke";
@@ -48,7 +52,8 @@ class SessionTest : public testing::Test {
 
    DriverLibrary library{ LUMEN_FAKE_LIBRARY };
    Board board{ .directory = "board", .topology = "" };
-   Session session{ library, board, { .socket = "/nonexistent", .stepLimit = kLimit } };
+   Session session{
+      library, board, { .socket = "/nonexistent", .stepLimit = kLimit, .firstRetry = kRetry } };
 };
 
 TEST_F( SessionTest, FailsEachObjectThatMisbehavesAndNoOther ) {
@@ -151,6 +156,40 @@ TEST_F( SessionTest, DoesNotInitialiseAgainWhatWasRead ) {
    auto second = read();
    EXPECT_EQ( second[ 0 ].reading, second[ 2 ].reading );
    EXPECT_EQ( second[ 0 ].reading, read()[ 0 ].reading );
+}
+
+// Each hangs on an adapter of its own.
+TEST_F( SessionTest, DelaysNoOtherLaneByOne ) {
+   add( { "hang", "process" } );
+   for ( uint32_t i = 0; i < 2; ++i ) {
+      Tests::addAdapter( board.wiring, i );
+      board.wiring.labels[ board.objects[ i ].device + "<0x00>" ] = i;
+   }
+   session.begin();
+   while ( session.latest()[ 1 ].state == State::Pending ) {
+      session.await( kLimit );
+   }
+   EXPECT_EQ( session.latest()[ 0 ].state, State::Pending );
+   auto other = session.latest()[ 1 ].reading;
+   EXPECT_EQ( read()[ 0 ].reason, "no answer within 0.3 s" );
+   EXPECT_EQ( read()[ 1 ].reading, other );
+}
+
+TEST_F( SessionTest, TriesAgainWhatKilledAWorkerBesideTheOthers ) {
+   Tests::TemporaryDirectory directory;
+   std::string cure = directory.path() / "cure";
+   add( { "process", ( cure + " 42" ).c_str() } );
+   EXPECT_EQ( read()[ 1 ].reason, kGaveUp );
+   auto other = read()[ 0 ].reading;
+   std::ofstream{ cure };
+   EXPECT_EQ( read()[ 1 ].reason, kGaveUp );  // too early
+   usleep( 500'000 );
+   session.begin();
+   for ( int i = 0; i < 100 && session.latest()[ 1 ].state != State::Ok; ++i ) {
+      session.await( kLimit );
+   }
+   EXPECT_EQ( read()[ 1 ].reading, 42 );
+   EXPECT_EQ( read()[ 0 ].reading, other );
 }
 
 // A new worker shows that the object is tried again.

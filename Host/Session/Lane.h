@@ -1,0 +1,91 @@
+#pragma once
+
+#include <poll.h>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Host/Session/Observation.h"
+#include "Host/Session/Patience.h"
+#include "Host/Session/ServiceState.h"
+#include "Host/Session/SessionWorker.h"
+#include "Host/Session/Worker.h"
+
+namespace Host {
+
+// What every lane of a session works with.
+struct LaneContext {
+   using Observe = std::function< void( size_t object, const Reading& reading, std::string why ) >;
+
+   SessionWorker::Task task;
+   ServiceState& service;
+   std::chrono::milliseconds stepLimit;   // to add or read one object
+   std::chrono::milliseconds firstRetry;  // after an object has killed a worker
+   int traceLevel;                        // traces that are printed; -1 for none
+   std::function< void() > beginWorker;   // runs in each worker, before anything else does
+   std::function< void( size_t object, const std::string& line ) > hearTrace;
+
+   // Hear what became of an object in a sweep: that it was read, or why it failed.
+   Observe observe;
+   std::function< void( size_t object, std::string why ) > fail;
+};
+
+// Some of a board's objects in the driver library, held by a worker. An object that kills the
+// worker, or keeps it busy for too long, is failed from then on, unless the SMBus service is to
+// blame; a fresh worker goes on without it. Nothing here waits.
+class Lane {
+ public:
+   // The context must outlive the lane. Objects are positions on the board.
+   Lane( const LaneContext& context, std::vector< size_t > objects );
+
+   // Reads every object once; those that killed a worker are told as failed at once.
+   void begin();
+   bool isBusy() const { return isBusy_; }
+
+   // What proceed() is to be called for; it is to be called every Patience::kStep as well.
+   void addDescriptors( std::vector< pollfd >& descriptors ) const;
+   void proceed();
+
+   // An object that killed a worker and is worth another trial now; such trials get rarer.
+   std::optional< size_t > dueForTrial() const;
+   void failAgain( size_t object, const std::string& why );
+   void adopt( size_t object );  // from the next sweep on
+
+ private:
+   struct Failure {
+      std::string why;
+      std::chrono::steady_clock::time_point retry;
+      std::chrono::steady_clock::duration interval;
+   };
+
+   void startWorker();
+   void hear( const Message& said );
+   void close( size_t object );
+   void fail( size_t object, const std::string& why );
+   void closeFailed( size_t object, const std::string& otherwise );
+   bool blamesService() const;
+   std::string reasonFor( size_t object, const std::string& otherwise ) const;
+   std::string whyNotRead( size_t object, const Reading& reading ) const;
+   void bury( const std::string& why );
+   void stop( const std::string& why );
+
+   const LaneContext& context_;
+   std::vector< size_t > objects_;
+   std::map< size_t, Failure > failed_;  // objects that killed a worker, and are left out
+   std::vector< size_t > adopted_;       // that the worker is still to be told of
+   std::unique_ptr< Worker > worker_;
+   Patience patience_;
+   bool isBusy_ = false;
+   std::set< size_t > open_;          // objects that are still to be told of in this sweep
+   std::optional< size_t > current_;  // that the worker is busy with
+   bool hasStarted_ = false;          // the worker has got as far as its objects
+   bool holdsAll_ = true;             // but those that failed
+};
+
+}  // namespace Host
