@@ -1,5 +1,8 @@
 #include "Utils/Text.h"
 
+#include <locale.h>
+#include <wchar.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -41,6 +44,38 @@ bool controls( std::string_view character ) {
    };
    return isBetween( "\u0080", "\u009F" ) || isBetween( "\u200E", "\u200F" ) ||
           isBetween( "\u2028", "\u202E" ) || isBetween( "\u2066", "\u2069" );
+}
+
+// The C library's knowledge of characters, for this thread and for as long as the object lives: a
+// program that sets no locale would have that of ASCII only.
+class CharacterTable {
+ public:
+   CharacterTable() {
+      static const locale_t utf8 = newlocale( LC_CTYPE_MASK, "C.UTF-8", nullptr );
+      before_ = uselocale( utf8 );
+   }
+   ~CharacterTable() { uselocale( before_ ); }
+   CharacterTable( const CharacterTable& ) = delete;
+   CharacterTable& operator=( const CharacterTable& ) = delete;
+
+   size_t columns( std::string_view character ) const;
+
+ private:
+   locale_t before_;
+};
+
+size_t CharacterTable::columns( std::string_view character ) const {
+   auto first = static_cast< uint8_t >( character[ 0 ] );
+   uint32_t code = character.size() == 1 ? first : first & ( 0x7Fu >> character.size() );
+   for ( char c : character.substr( 1 ) ) {
+      code = code << 6 | ( static_cast< uint8_t >( c ) & 0x3F );
+   }
+   int width = controls( character ) ? 1 : wcwidth( static_cast< wchar_t >( code ) );
+   return width < 0 ? 1 : static_cast< size_t >( width );
+}
+
+std::string_view firstCharacter( std::string_view text ) {
+   return text.substr( 0, std::max< size_t >( characterSize( text ), 1 ) );
 }
 
 }  // namespace
@@ -103,9 +138,36 @@ bool copyToHeap( const std::string& text, char** out ) {
    return copy;
 }
 
-size_t length( std::string_view text ) {
-   return static_cast< size_t >(
-      std::ranges::count_if( text, []( char c ) { return !continues( c ); } ) );
+size_t columns( std::string_view text ) {
+   CharacterTable table;
+   size_t sum = 0;
+   while ( !text.empty() ) {
+      std::string_view character = firstCharacter( text );
+      sum += table.columns( character );
+      text.remove_prefix( character.size() );
+   }
+   return sum;
+}
+
+std::string fitted( std::string_view text, size_t columns ) {
+   if ( Utils::columns( text ) <= columns ) {
+      return std::string( text );
+   }
+   if ( columns == 0 ) {
+      return "";
+   }
+   CharacterTable table;
+   size_t left = columns - 1;
+   size_t end = 0;
+   while ( true ) {
+      std::string_view character = firstCharacter( text.substr( end ) );
+      size_t width = table.columns( character );
+      if ( width > left ) {
+         return std::string( text.substr( 0, end ) ) + "\u2026";
+      }
+      left -= width;
+      end += character.size();
+   }
 }
 
 }  // namespace Utils

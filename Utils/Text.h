@@ -26,7 +26,12 @@ std::string deviceLabel( std::string_view stem, uint8_t address );
 // A copy for whom frees it with free(). False, and nothing written, when memory ran out.
 [[nodiscard]] bool copyToHeap( const std::string& text, char** out );
 
-// Characters of UTF-8 text.
-size_t length( std::string_view text );
+// How many columns of a terminal UTF-8 text takes: none for a combining character, two for a wide
+// one (of East Asian scripts, an emoji), whatever the process's locale. A control character, and a
+// byte that is no UTF-8, counts as the one that printable() puts there.
+size_t columns( std::string_view text );
+
+// The text, or what of its beginning fits into so many columns together with an ellipsis.
+std::string fitted( std::string_view text, size_t columns );
 
 }  // namespace Utils

@@ -26,7 +26,7 @@ std::vector< std::string > wrap( const std::string& text, size_t width ) {
       size_t end = std::min( text.find( ' ', position ), text.size() );
       std::string word = text.substr( position, end - position );
       std::string& line = lines.back();
-      if ( !line.empty() && Utils::length( line ) + 1 + Utils::length( word ) > width ) {
+      if ( !line.empty() && Utils::columns( line ) + 1 + Utils::columns( word ) > width ) {
          lines.push_back( word );
       } else {
          line += line.empty() ? word : " " + word;
@@ -77,7 +77,7 @@ void Formatter::measure( const std::vector< std::vector< Cell > >& rows ) {
    widths_.assign( columns_.size() - 1, 0 );
    for ( const auto& row : rows ) {
       for ( size_t i = 0; i < widths_.size(); ++i ) {
-         widths_[ i ] = std::max( widths_[ i ], Utils::length( row[ i ].text ) );
+         widths_[ i ] = std::max( widths_[ i ], Utils::columns( row[ i ].text ) );
       }
    }
    for ( size_t width : widths_ ) {
@@ -86,7 +86,7 @@ void Formatter::measure( const std::vector< std::vector< Cell > >& rows ) {
 }
 
 std::string Formatter::padded( const Cell& cell, size_t column ) const {
-   std::string blanks( widths_[ column ] - Utils::length( cell.text ), ' ' );
+   std::string blanks( widths_[ column ] - Utils::columns( cell.text ), ' ' );
    std::string text = coloured( cell.text, cell.colour, style_ );
    return columns_[ column ].rightAligned ? blanks + text : text + blanks;
 }

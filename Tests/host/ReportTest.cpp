@@ -81,7 +81,23 @@ TEST( TextTest, KeepsOnlyWhatIsValidUtf8 ) {
               "  \u00a0  \u206a??" );
    EXPECT_EQ( Utils::findInvalid( "f\xc3\xa4n\xc3" ), 4u );
    EXPECT_EQ( Utils::findInvalid( "f\xc3\xa4n" ), std::string::npos );
-   EXPECT_EQ( Utils::length( "f\xc3\xa4n" ), 3u );
+}
+
+TEST( TextTest, CountsAndCutsAtTheColumnsOfATerminal ) {
+   struct {
+      const char* text;
+      size_t columns;
+      const char* inThree;
+   } rows[] = {
+      { "f\u00e4n", 3, "f\u00e4n" },           { "e\u0301a\u200db", 3, "e\u0301a\u200db" },
+      { "\u6e29\u5ea6", 4, "\u6e29\u2026" },   { "a\U0001f600e\u0301", 4, "a\u2026" },
+      { "\t\x1b\xff\xe6", 4, "\t\x1b\u2026" }, { "ab\u0301cd", 4, "ab\u0301\u2026" },
+   };
+   for ( const auto& row : rows ) {
+      EXPECT_EQ( Utils::columns( row.text ), row.columns ) << row.text;
+      EXPECT_EQ( Utils::fitted( row.text, 3 ), row.inThree );
+      EXPECT_EQ( Utils::fitted( row.text, 0 ), "" );
+   }
 }
 
 }  // namespace
