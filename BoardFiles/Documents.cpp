@@ -150,4 +150,11 @@ BoardFile readControlRequest( std::string text, std::vector< Finding >& findings
    return request;
 }
 
+BoardFile readControlAnswer( std::string text, std::vector< Finding >& findings ) {
+   static const Schema schema( Schemas::kControlAnswer );
+   BoardFile answer{ .path = "answer", .text = std::move( text ) };
+   check( answer, schema, findings );
+   return answer;
+}
+
 }  // namespace BoardFiles

@@ -32,4 +32,7 @@ BoardFile readWireLine( std::string place, std::string text, std::vector< Findin
 // A request to the service's control socket; its path is "request".
 BoardFile readControlRequest( std::string text, std::vector< Finding >& findings );
 
+// What the service answers there; its path is "answer".
+BoardFile readControlAnswer( std::string text, std::vector< Finding >& findings );
+
 }  // namespace BoardFiles

@@ -9,6 +9,7 @@ extern const char* const kEmulation;
 extern const char* const kAdapters;
 extern const char* const kPolicy;
 extern const char* const kControl;
+extern const char* const kControlAnswer;
 extern const char* const kWireLog;
 
 }  // namespace BoardFiles::Schemas

@@ -67,6 +67,9 @@ void perform( EmulatedBoard& board, const Json::Value& request, Json::Document& 
    if ( operation == "list" ) {
       return list( board, answer );
    }
+   if ( operation == "clear" && !request.HasMember( "did" ) ) {
+      return board.clearFaults();
+   }
    uint32_t did = request[ "did" ].GetUint();
    if ( operation == "set" ) {
       board.set( did, request[ "quantity" ].GetString(), request[ "value" ].GetDouble() );
@@ -79,6 +82,8 @@ void perform( EmulatedBoard& board, const Json::Value& request, Json::Document& 
       board.plug( did );
    } else if ( operation == "fault" ) {
       board.addFault( did, BoardFiles::readFault( request ) );
+   } else if ( operation == "clear" ) {
+      board.clearFaults( did );
    }
 }
 

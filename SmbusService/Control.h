@@ -27,9 +27,10 @@ struct Controlled {
 //   { "op": "unplug", "did": 16 }
 //   { "op": "plug", "did": 16 }               powers the chip on: its registers are reset
 //   { "op": "fault", "did": 16, "kind": "nak", "count": 2, "skip": 1 }
+//   { "op": "clear", "did": 16 }              forgets the chip's pending faults; of all without did
 //
-// All but the first need an emulated board. The answer has "ok": true, and "value", "chips" or
-// "records" where asked for; or "ok": false and "error".
+// All but the first need an emulated board. The answer (control-answer.schema.json) has "ok": true,
+// and "value", "chips" or "records" where asked for; or "ok": false and "error".
 std::string answerControl( const Controlled&, std::string_view line );
 
 }  // namespace SmbusService

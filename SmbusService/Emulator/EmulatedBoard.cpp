@@ -71,6 +71,18 @@ void EmulatedBoard::addFault( uint32_t did, const Fault& fault ) {
    chip.site->faults.add( fault );
 }
 
+void EmulatedBoard::clearFaults( uint32_t did ) {
+   Entry& chip = entry( did );
+   std::lock_guard lock( chip.bus->mutex );
+   chip.site->faults.clear();
+}
+
+void EmulatedBoard::clearFaults() {
+   for ( const auto& [ did, chip ] : chips_ ) {
+      clearFaults( did );
+   }
+}
+
 void EmulatedBoard::forEachChip( const std::function< void( const Site& ) >& visit ) {
    for ( const auto& [ did, chip ] : chips_ ) {
       std::lock_guard lock( chip.bus->mutex );

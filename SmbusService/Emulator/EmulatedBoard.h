@@ -31,6 +31,9 @@ class EmulatedBoard : public Backend {
    void unplug( uint32_t did );
    void plug( uint32_t did );  // powers the chip on; nothing happens to one that is plugged
    void addFault( uint32_t did, const Fault& );
+   void clearFaults( uint32_t did );
+
+   void clearFaults();  // of all chips
 
    // Calls with each chip in turn, in the order of the device ids.
    void forEachChip( const std::function< void( const Site& ) >& );

@@ -14,6 +14,7 @@ using BoardFiles::FaultKind;
 class Faults {
  public:
    void add( const Fault& fault ) { faults_.push_back( fault ); }
+   void clear() { faults_.clear(); }
    bool empty() const { return faults_.empty(); }
    const std::vector< Fault >& pending() const { return faults_; }
 

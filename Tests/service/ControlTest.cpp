@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "BoardFiles/Documents.h"
 #include "SmbusService/Control.h"
 #include "SmbusService/ControlSocket.h"
 #include "SmbusService/WireLog.h"
@@ -30,7 +31,8 @@ TEST( ControlTest, AnswersEachOperation ) {
         R"(\"value\" is missing; request: /did: must be at least 0"})" },
       { R"({"op":"dance"})",
         R"({"ok":false,"error":"request: /op: must be \"list\", \"set\", \"get\", \"unplug\", )"
-        R"(\"plug\", \"fault\" or \"log\", not \"dance\""})" },
+        R"(\"plug\", \"fault\", \"clear\" or \"log\", not \"dance\""})" },
+      { R"({"op":"list","did":16})", R"({"ok":false,"error":"request: /did: unknown member"})" },
       { R"({"op":"fault","did":16,"kind":"nak","count":0})",
         R"({"ok":false,"error":"request: /count: must be at least 1"})" },
       { R"({"op":"plug","did":9})", R"({"ok":false,"error":"no chip has device id 9"})" },
@@ -39,10 +41,17 @@ TEST( ControlTest, AnswersEachOperation ) {
    };
    for ( const auto& [ request, answer ] : rows ) {
       EXPECT_EQ( answerControl( { log, board.get() }, request ), answer );
+      std::vector< BoardFiles::Finding > findings;
+      EXPECT_TRUE( BoardFiles::readControlAnswer( answer, findings ).sound ) << answer;
    }
    auto reading = [ & ] { return execute( *board, batchOf( { readBytes( 0x48, 0, 2 ) } ) ); };
    EXPECT_EQ( reading(), "5580" );
    EXPECT_THAT( reading(), HasSubstr( "timed out" ) );
+   for ( const char* clear : { R"({"op":"clear","did":16})", R"({"op":"clear"})" } ) {
+      board->addFault( 16, { BoardFiles::FaultKind::kNak } );
+      EXPECT_EQ( answerControl( { log, board.get() }, clear ), R"({"ok":true})" );
+      EXPECT_EQ( reading(), "5580" ) << clear;
+   }
 }
 
 TEST( ControlTest, SocketTakesALineAtATimeWhileBatchesRun ) {
