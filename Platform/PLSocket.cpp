@@ -16,6 +16,7 @@
 #include "Platform/ServiceFailure.h"
 #include "Platform/ServicePath.h"
 #include "Platform/WireSink.h"
+#include "pl.h"
 #include "smbus.pb.h"
 
 namespace PlatformLibrary {
@@ -46,6 +47,17 @@ bool isTransient( int error ) {
    return error == EINTR || error == EAGAIN;
 }
 
+// Whoever calls setup() may try for long, and tell of it at the end only.
+void tellOnceWhyNot( int error ) {
+   static bool isTold = false;
+   if ( !isTold ) {
+      isTold = true;
+      pl_trace( 0, "SMBus service: cannot connect to %s: %s; further attempts are not told",
+                servicePath(), strerror( error ) );
+      errno = error;
+   }
+}
+
 // Those that have connected.
 std::vector< PLSocket* >& sockets() {
    static auto& list = *new std::vector< PLSocket* >;
@@ -62,7 +74,14 @@ PLSocket::~PLSocket() {
 int PLSocket::setup() {
    reconnects_ = 0;
    reconnect_ = !getenv( "SIMULATION_VMID" );
-   return reconnect_ ? noted( connectToService() ) : 0;
+   if ( !reconnect_ ) {
+      return 0;
+   }
+   int result = noted( connectToService() );
+   if ( result < 0 ) {
+      tellOnceWhyNot( errno );
+   }
+   return result;
 }
 
 // The connection stays the parent's: what a child leaves on it would be the parent's next answer.

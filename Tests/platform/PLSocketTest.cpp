@@ -164,6 +164,18 @@ TEST_F( PLSocketTest, PicksUpARestartedService ) {
    EXPECT_EQ( exchange( "to stay" ), "to stay" );
 }
 
+TEST_F( PLSocketTest, FirstFailedSetupOfAProcessNamesTheSocketAtOnce ) {
+   auto setUpTwice = [ this ] {
+      setenv( "PL_SMBUS_SOCKET", "/nowhere", 1 );
+      exit( client.setup() == -1 && client.setup() == -1 && errno == ENOENT ? 0 : 1 );
+   };
+   GTEST_FLAG_SET( death_test_style, "threadsafe" );  // as a process that has not told yet
+   EXPECT_EXIT(
+      setUpTwice(), testing::ExitedWithCode( 0 ),
+      "^SMBus service: cannot connect to /nowhere: No such file or directory; [a-z ]*\n$" );
+   GTEST_FLAG_SET( death_test_style, "fast" );
+}
+
 TEST_F( PLSocketTest, SetupSaysWhyItCannotConnectAndNeedNotInSimulation ) {
    for ( const auto& [ path, error ] : { std::pair< std::string, int >( "/nowhere", ENOENT ),
                                          { "/dev/null", ECONNREFUSED },

@@ -27,8 +27,8 @@ class PLSocket {
    PLSocket( const PLSocket& ) = delete;
    PLSocket& operator=( const PLSocket& ) = delete;
 
-   // Connects. 0 on success, else -1 with errno. With SIMULATION_VMID set in the environment it
-   // succeeds without a connection.
+   // Connects. 0 on success, else -1 with errno; the first failure in the process is traced at
+   // level 0. With SIMULATION_VMID set in the environment it succeeds without a connection.
    int setup();
 
    // Closes the connection.
