@@ -57,6 +57,42 @@ void pl_failure_sink_set( pl_failure_sink sink, void* user );
 /* Null before the first failure. Successes leave it as it is. */
 const struct pl_service_failure* pl_last_failure( void );
 
+enum pl_trial_end {
+   PL_TRIAL_RETURNED,  /* the attempt returned */
+   PL_TRIAL_EXITED,    /* it ended its process */
+   PL_TRIAL_KILLED,    /* a signal did; after an assertion SIGABRT */
+   PL_TRIAL_TIMED_OUT, /* it was killed at the end of its time */
+};
+
+struct pl_trial {
+   enum pl_trial_end ended;
+   int status; /* RETURNED: what it returned; EXITED: the exit status; else 0 */
+   int signal; /* KILLED: the signal's number; else 0 */
+};
+
+/* Calls attempt( user ) in a forked child, and waits until the child ends, or for `timeout_ms`
+ * milliseconds (-1: for ever): for what may abort, crash or hang, like the first access to a chip
+ * that may be dead. 0: *trial says how it ended. -1 with errno: there was no trial (EINVAL; what
+ * fork() or pipe() fail of), or its end is unknown, because somebody else has reaped the child
+ * (ECHILD: a handler of SIGCHLD that waits for any child, or one that is ignored); *trial is
+ * untouched.
+ *
+ * The child has a copy of all that the caller has, and a connection to the SMBus service of its
+ * own; nothing that it makes is left when it ends but what the chips keep. `user` stays the
+ * caller's. Its trace lines go to the caller's trace sink, and what it prints on stderr, the text
+ * of an assertion among it, goes there line by line at level 0, both while the trial lasts. Its
+ * standard output is the caller's. Other sinks are called in the child, with the child's copy of
+ * what they know.
+ *
+ * The child is a process group of its own, which is killed when the trial ends: of the attempt's
+ * own children only one that leaves the group survives. The child is killed, too, when the thread
+ * that called ends.
+ *
+ * Only the calling thread goes on in the child, so that the attempt must not need other threads,
+ * nor locks that they may hold. Not to be called by a signal handler. Signals that interrupt the
+ * wait do not end it. An exception that leaves the attempt ends the child like an assertion. */
+int pl_try( int ( *attempt )( void* user ), void* user, int timeout_ms, struct pl_trial* trial );
+
 /* One transfer of a batch, as it was sent to the SMBus service and answered. */
 struct pl_wire_transfer {
    int operation;                  /* RequestType of smbus.proto */

@@ -56,6 +56,23 @@ TEST( HostInC, ReadsATemperature ) {
    EXPECT_EQ( outcome.status, 0 );
 }
 
+TEST( HostInC, TriesWhatMayKillIt ) {
+   Service service( "lumen-smbusd --emulate Boards/minimal" );
+   setenv( "PL_SMBUS_SOCKET", service.path.c_str(), 1 );
+   auto host = [] {
+      return Process(
+                "TryTemperature Boards/minimal/topology.json "
+                R"('{"driver":"TMP75","did":1,"address":{"address":72}}')" )
+         .wait();
+   };
+   EXPECT_EQ( host().output, "31.500\n" );
+   service.tell( R"({"op":"unplug","did":1})" );
+   Outcome outcome = host();
+   EXPECT_EQ( outcome.status, 1 );
+   EXPECT_THAT( outcome.errors, testing::EndsWith( "the sensor kills its host: Aborted\n" ) );
+   EXPECT_THAT( outcome.errors, HasSubstr( "Assertion" ) );
+}
+
 TEST( HostOfThisWidth, ReadsThroughAServiceOfTheOther ) {
    const char* otherBinaries = getenv( "LUMEN_OTHER_BIN_DIR" );
    if ( !otherBinaries ) {
