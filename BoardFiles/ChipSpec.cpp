@@ -15,6 +15,10 @@ constexpr std::array< std::string_view, 5 > kFaultKinds = { "nak", "timeout", "c
 
 }  // namespace
 
+std::vector< std::string > faultKindNames() {
+   return { kFaultKinds.begin(), kFaultKinds.end() };
+}
+
 Fault readFault( const Value& json ) {
    auto name = std::ranges::find( kFaultKinds, json[ "kind" ].GetString() );
    Fault fault{ .kind = static_cast< FaultKind >( name - kFaultKinds.begin() ) };

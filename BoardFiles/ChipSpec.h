@@ -37,6 +37,9 @@ struct ChipSpec {
    std::vector< Fault > faults = {};
 };
 
+// As the documents write them.
+std::vector< std::string > faultKindNames();
+
 // What these read must satisfy its schema.
 Fault readFault( const Utils::Json::Value& );
 ChipSpec readChip( const Utils::Json::Value&, const Place& );

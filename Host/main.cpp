@@ -52,6 +52,7 @@ int main( int argc, char** argv ) {
    Host::addScanCommand( app, program );
    Host::addLogCommand( app, program );
    Host::addSmbusCommand( app, program );
+   Host::addEmuCommand( app, program );
    Host::addCheckCommand( app, program );
    try {
       app.parse( argc, argv );

@@ -20,7 +20,7 @@ inline const char* servicePath() {
    return pathFrom( kServicePathVariable, kUsualServicePath );
 }
 
-// The socket at which it hands out its wire log.
+// The socket at which it hands out its wire log, and takes what happens to emulated chips.
 inline const char* controlPath() {
    return pathFrom( kControlPathVariable, kUsualControlPath );
 }

@@ -95,6 +95,7 @@ CLI::App* addCommand( CLI::App& app,
 // Each adds a command with its own options, in a file of its own.
 void addStatusCommand( CLI::App& app, Program& program );
 void addCheckCommand( CLI::App& app, Program& program );
+void addEmuCommand( CLI::App& app, Program& program );
 void addGetAndSetCommands( CLI::App& app, Program& program );
 void addLogCommand( CLI::App& app, Program& program );
 void addPoeCommand( CLI::App& app, Program& program );

@@ -4,7 +4,6 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <vector>
 
 #include "BoardFiles/DeviceArguments.h"
 #include "Host/Session/ChipName.h"
@@ -80,7 +79,8 @@ RawEndpoint endpointOf( const Board& board, uint32_t did, const std::string& nam
    throw UseError( fmt::format( "no document tells the address of \"{}\"", name ) );
 }
 
-// Devices with this label, or else those with this stem.
+}  // namespace
+
 std::vector< std::string > labelsFor( const Wiring& wiring, const std::string& name ) {
    if ( wiring.labels.contains( name ) ) {
       return { name };
@@ -93,8 +93,6 @@ std::vector< std::string > labelsFor( const Wiring& wiring, const std::string& n
    }
    return labels;
 }
-
-}  // namespace
 
 RawEndpoint RawEndpoint::named( const Board& board, const std::string& name ) {
    auto object = std::ranges::find( board.objects, name, &ObjectSpec::name );

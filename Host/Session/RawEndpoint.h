@@ -2,12 +2,16 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "BoardFiles/Board.h"
 
 namespace Host {
 
 using namespace BoardFiles;
+
+// The label itself where a device has it, or else the labels that have it as their stem.
+std::vector< std::string > labelsFor( const Wiring& wiring, const std::string& name );
 
 // A raw SMBus endpoint as an object of its own, which need not be one of the board's.
 struct RawEndpoint {

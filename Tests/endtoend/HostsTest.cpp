@@ -73,6 +73,40 @@ TEST( HostInC, TriesWhatMayKillIt ) {
    EXPECT_THAT( outcome.errors, HasSubstr( "Assertion" ) );
 }
 
+TEST( Emu, ReachesChipsByTheNamesOfTheBoard ) {
+   Service service( "lumen-smbusd --emulate Boards/minimal" );
+   const std::string board = "--board Boards/minimal ";
+   const struct {
+      std::string command;
+      int status;
+      const char* text;
+   } rows[] = {
+      { board + "emu set board temperature -7.5", 0, "" },
+      { board + "emu get 1 temperature", 0, "-7.5\n" },
+      { board + "emu get 'i2c<0x48>'", 0, "temperature  -7.5\n" },
+      { board + "--json emu get board temperature", 0,
+        "{\n  \"ok\": true,\n  \"value\": -7.5\n}\n" },
+      { board + "emu fault board nak --skip 1", 0, "" },
+      { board + "emu list", 0, "1 fault  temperature -7.5, " },
+      { board + "emu clear", 0, "" },
+      { board + "emu unplug board", 0, "" },
+      { board + "emu list board", 0, "unplugged  temperature" },
+      { board + "emu get bord", 2, "device id \"bord\"; did you mean \"board\"?" },
+      { board + "emu get board temprature", 2, "did you mean \"temperature\"?" },
+      { board + "emu set board temperature 200", 2,
+        "can be -128 to 127.9375 on this chip, not 200" },
+      { board + "emu set board temperature inf", 2, "inf is no number" },
+      { board + "emu fault board nack", 2, "did you mean \"nak\"?" },
+      { "--board Boards/demo emu list", 2, "another board than Boards/demo" },
+      { board + "--emulate emu list", 2, "start one that stays" },
+   };
+   for ( const auto& row : rows ) {
+      Outcome outcome = lumen( row.command + " --control " + service.control );
+      EXPECT_EQ( outcome.status, row.status ) << row.command << outcome.errors;
+      EXPECT_THAT( outcome.output + outcome.errors, HasSubstr( row.text ) ) << row.command;
+   }
+}
+
 TEST( HostOfThisWidth, ReadsThroughAServiceOfTheOther ) {
    const char* otherBinaries = getenv( "LUMEN_OTHER_BIN_DIR" );
    if ( !otherBinaries ) {
