@@ -1,13 +1,15 @@
 #include "BoardFiles/Documents.h"
 
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <string_view>
-#include <system_error>
 
 #include "BoardFiles/Place.h"
 #include "BoardFiles/Schema.h"
@@ -18,20 +20,38 @@ namespace BoardFiles {
 
 namespace {
 
-// Puts the file's text in `text`; returns why it cannot, or nothing.
+constexpr size_t kChunk = 65536;
+constexpr size_t kMebibyte = 1 << 20;
+constexpr size_t kMostBytes = 64 * kMebibyte;
+
+// Until the file's end, or the place that a document never reaches.
+std::string readAll( int descriptor, std::string& text ) {
+   char chunk[ kChunk ];
+   for ( ;; ) {
+      ssize_t count = read( descriptor, chunk, sizeof chunk );
+      if ( count <= 0 ) {
+         return count < 0 ? strerror( errno ) : "";
+      }
+      text.append( chunk, static_cast< size_t >( count ) );
+      if ( text.size() > kMostBytes ) {
+         return fmt::format( "is larger than {} MiB", kMostBytes / kMebibyte );
+      }
+   }
+}
+
+// Puts the file's text in `text`; returns why it cannot, or nothing. What is opened is what is
+// judged: nothing else can take its place between, and a pipe nobody writes to is not waited for.
 std::string readText( const std::string& path, std::string& text ) {
-   std::error_code error;
-   auto status = std::filesystem::status( path, error );
-   if ( error ) {
-      return error.message();
+   int descriptor = open( path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK );
+   if ( descriptor < 0 ) {
+      return strerror( errno );
    }
-   if ( !std::filesystem::is_regular_file( status ) ) {
-      return "is no file";
-   }
-   errno = 0;
-   std::ifstream file( path, std::ios::binary );
-   text.assign( std::istreambuf_iterator< char >( file ), {} );
-   return file ? "" : errno ? strerror( errno ) : "cannot be read";
+   struct stat status {};
+   std::string problem = fstat( descriptor, &status ) < 0 ? strerror( errno )
+                         : !S_ISREG( status.st_mode )     ? "is no file"
+                                                          : readAll( descriptor, text );
+   close( descriptor );
+   return problem;
 }
 
 // What the text would do to the library or to a terminal: C strings end at a zero byte, and JSON is
