@@ -2,7 +2,16 @@
 
 #include <fmt/format.h>
 
+#include <charconv>
+#include <string_view>
+
 namespace BoardFiles {
+
+namespace {
+
+constexpr int kHexadecimal = 16;
+
+}  // namespace
 
 void AddressCheck::give( uint32_t did, uint32_t address, const Place& place ) {
    Wiring::Device& device = wiring_.devices.at( did );
@@ -10,9 +19,28 @@ void AddressCheck::give( uint32_t did, uint32_t address, const Place& place ) {
       device.address = address;
       device.addressPlace = place;
       addressed_.push_back( did );
+      compareLabel( device, place );
    } else if ( *device.address != address ) {
       warn( place, fmt::format( "device {} is at address 0x{:02x} here, but at 0x{:02x} in {}", did,
                                 address, *device.address, device.addressPlace.pointer ) );
+   }
+}
+
+// A label such as "scd1<0x48>" names the address, too.
+void AddressCheck::compareLabel( const Wiring::Device& device, const Place& place ) {
+   constexpr std::string_view kBeforeDigits = "<0x";
+   size_t stem = device.label.rfind( kBeforeDigits );
+   if ( stem == std::string::npos ) {
+      return;
+   }
+   const char* end = device.label.data() + device.label.size();
+   uint32_t number = 0;
+   auto [ next, error ] = std::from_chars( device.label.data() + stem + kBeforeDigits.size(), end,
+                                           number, kHexadecimal );
+   bool isAddress = error == std::errc() && next + 1 == end && *next == '>';
+   if ( isAddress && number != *device.address ) {
+      warn( place, fmt::format( "the device is at address 0x{:02x}, but {} has the label \"{}\"",
+                                *device.address, device.pointer, device.label ) );
    }
 }
 

@@ -21,6 +21,7 @@ class AddressCheck {
    void compare();
 
  private:
+   void compareLabel( const Wiring::Device& device, const Place& place );
    void warn( const Place& place, std::string problem );
 
    Wiring& wiring_;

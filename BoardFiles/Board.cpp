@@ -82,11 +82,12 @@ Board loadBoard( const std::string& directory, const Extent& extent ) {
    }
    Wiring wiring;
    AddressCheck addresses( wiring, findings );
+   const Checks checks{ wiring, addresses, findings };
    if ( topology.sound ) {
-      checkTopology( topology, wiring, addresses, findings );
+      checkTopology( topology, checks );
    }
    if ( topology.sound && objects.sound ) {
-      checkObjects( objects, wiring, addresses, findings );
+      checkObjects( objects, checks );
    }
    std::map< size_t, unsigned > bitRates;
    if ( topology.sound && objects.sound && chips.sound ) {

@@ -1,5 +1,7 @@
 #include "BoardFiles/DeviceArguments.h"
 
+#include "BoardFiles/MemberCheck.h"
+
 namespace BoardFiles {
 
 std::optional< uint32_t > addressOf( const Utils::Json::Value& device ) {
@@ -16,9 +18,14 @@ std::string driverOf( const Utils::Json::Value& device ) {
    return driver != device.MemberEnd() && driver->value.IsString() ? driver->value.GetString() : "";
 }
 
-void checkDriverArguments( const Utils::Json::Value& device,
+void checkDeviceArguments( const Utils::Json::Value& device,
                            const Place& place,
                            std::vector< Finding >& findings ) {
+   warnOfMisspeltMembers( device, "device", place, findings );
+   if ( auto address = device.FindMember( "address" );
+        address != device.MemberEnd() && address->value.IsObject() ) {
+      warnOfMisspeltMembers( address->value, "address", place.member( "address" ), findings );
+   }
    auto arguments = device.FindMember( "driverArgs" );
    if ( arguments == device.MemberEnd() || !arguments->value.IsObject() ) {
       return;

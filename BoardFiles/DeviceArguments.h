@@ -17,8 +17,9 @@ std::optional< uint32_t > addressOf( const Utils::Json::Value& device );
 // Empty when it names none.
 std::string driverOf( const Utils::Json::Value& device );
 
-// Driver arguments that reach the driver as something else than what the document says.
-void checkDriverArguments( const Utils::Json::Value& device,
+// Members that are likely to be misspelt, and driver arguments that reach the driver as something
+// else than what the document says.
+void checkDeviceArguments( const Utils::Json::Value& device,
                            const Place& place,
                            std::vector< Finding >& findings );
 

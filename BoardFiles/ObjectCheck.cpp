@@ -16,11 +16,11 @@ constexpr uint32_t kNoUid = 0xFFFFFFFF;  // stands for no component
 
 class ObjectCheck {
  public:
-   ObjectCheck( const std::string& file,
-                Wiring& wiring,
-                AddressCheck& addresses,
-                std::vector< Finding >& findings )
-       : file_( file ), wiring_( wiring ), addresses_( addresses ), findings_( findings ) {}
+   ObjectCheck( const std::string& file, const Checks& checks )
+       : file_( file ),
+         wiring_( checks.wiring ),
+         addresses_( checks.addresses ),
+         findings_( checks.findings ) {}
 
    void check( const Value& object, const std::string& pointer );
 
@@ -28,7 +28,8 @@ class ObjectCheck {
    void checkFan( const Value& fan, const std::string& pointer );
    void checkEndpoint( const Value& object, const std::string& pointer );
    void checkLabel( const Value& object, const std::string& pointer );
-   void checkDevice( const Value& device, const std::string& pointer );
+   void checkDevice( std::string_view kind, const Value& device, const std::string& pointer );
+   void compareDriver( std::string_view kind, const Value& device, const std::string& pointer );
    void report( const std::string& pointer, const std::string& problem ) {
       findings_.push_back( { file_, pointer, problem } );
    }
@@ -38,6 +39,7 @@ class ObjectCheck {
    AddressCheck& addresses_;
    std::vector< Finding >& findings_;
    std::map< std::string, std::string > names_;
+   std::map< uint32_t, std::pair< std::string, std::string > > made_;  // did to driver, pointer
 };
 
 void ObjectCheck::check( const Value& object, const std::string& pointer ) {
@@ -59,7 +61,7 @@ void ObjectCheck::check( const Value& object, const std::string& pointer ) {
       checkEndpoint( object, pointer );
    }
    if ( kind != "system" && object.HasMember( "device" ) ) {
-      checkDevice( object[ "device" ], pointer + "/device" );
+      checkDevice( kind, object[ "device" ], pointer + "/device" );
    }
 }
 
@@ -110,8 +112,11 @@ void ObjectCheck::checkLabel( const Value& object, const std::string& pointer ) 
    }
 }
 
-void ObjectCheck::checkDevice( const Value& device, const std::string& pointer ) {
-   checkDriverArguments( device, { file_, pointer }, findings_ );
+void ObjectCheck::checkDevice( std::string_view kind,
+                               const Value& device,
+                               const std::string& pointer ) {
+   checkDeviceArguments( device, { file_, pointer }, findings_ );
+   compareDriver( kind, device, pointer );
    uint32_t did = device[ "did" ].GetUint();
    auto place = wiring_.devices.find( did );
    if ( place != wiring_.devices.end() && place->second.driver.empty() ) {
@@ -132,13 +137,33 @@ void ObjectCheck::checkDevice( const Value& device, const std::string& pointer )
    }
 }
 
+// The first object of a device makes it with its driver, whatever others and the topology say.
+// Every driver makes GPIOs, and a raw endpoint suits any chip.
+void ObjectCheck::compareDriver( std::string_view kind,
+                                 const Value& device,
+                                 const std::string& pointer ) {
+   uint32_t did = device[ "did" ].GetUint();
+   std::string driver = driverOf( device );
+   auto [ first, isNew ] = made_.insert( { did, { driver, pointer } } );
+   auto [ expected, where ] = first->second;
+   auto place = wiring_.devices.find( did );
+   if ( isNew && kind != "smbus" && place != wiring_.devices.end() && place->second.isDeclared &&
+        !place->second.driver.empty() ) {
+      expected = place->second.driver;
+      where = place->second.pointer;
+   }
+   if ( expected != driver && kind != "gpio" ) {
+      findings_.push_back( { file_, pointer + "/driver",
+                             fmt::format( "device {} has driver \"{}\" here, but \"{}\" in {}", did,
+                                          driver, expected, where ),
+                             true } );
+   }
+}
+
 }  // namespace
 
-void checkObjects( const BoardFile& objects,
-                   Wiring& wiring,
-                   AddressCheck& addresses,
-                   std::vector< Finding >& findings ) {
-   ObjectCheck check( objects.path, wiring, addresses, findings );
+void checkObjects( const BoardFile& objects, const Checks& checks ) {
+   ObjectCheck check( objects.path, checks );
    size_t position = 0;
    for ( const Value& object : objects.json[ "objects" ].GetArray() ) {
       check.check( object, fmt::format( "/objects/{}", position++ ) );

@@ -1,17 +1,12 @@
 #pragma once
 
-#include <vector>
-
-#include "BoardFiles/AddressCheck.h"
+#include "BoardFiles/Checks.h"
 #include "BoardFiles/Documents.h"
 
 namespace BoardFiles {
 
 // Adds to the wiring what objects say of its devices, and reports the mistakes that a schema cannot
 // express. The document must satisfy its schema.
-void checkObjects( const BoardFile& objects,
-                   Wiring& wiring,
-                   AddressCheck& addresses,
-                   std::vector< Finding >& findings );
+void checkObjects( const BoardFile& objects, const Checks& checks );
 
 }  // namespace BoardFiles

@@ -9,6 +9,7 @@
 
 #include "BoardFiles/Place.h"
 #include "BoardFiles/SchemaProblem.h"
+#include "Utils/Nearest.h"
 
 namespace BoardFiles {
 
@@ -71,6 +72,28 @@ void adoptReferences( Value& schema, const char* name, Document& root ) {
    }
 }
 
+// What the schema refers to, or itself.
+const Value& target( const Value& schema, const Document& root ) {
+   const Value* reference = schema.IsObject() ? find( schema, "$ref" ) : nullptr;
+   if ( !reference ) {
+      return schema;
+   }
+   const Value* found = rapidjson::Pointer( reference->GetString() ).Get( root );
+   LUMEN_ASSERT( found != nullptr );
+   return *found;
+}
+
+// The member that the object lacks and that was likely meant.
+std::string misspeltFrom( const Value& name, const Value& object, const Value& schema ) {
+   std::vector< std::string > lacking;
+   forEachMember( find( schema, "properties" ), [ & ]( const Value& known, const Value& ) {
+      if ( !find( object, known ) ) {
+         lacking.emplace_back( view( known ) );
+      }
+   } );
+   return Utils::didYouMean( view( name ), lacking );
+}
+
 Value& definitionsOf( Document& schema ) {
    if ( !schema.HasMember( "definitions" ) ) {
       schema.AddMember( "definitions", Value( rapidjson::kObjectType ), schema.GetAllocator() );
@@ -93,7 +116,7 @@ class Schema::Explainer {
  private:
    using Compiled = rapidjson::SchemaDocument;
 
-   const Value& resolve( const Value& schema ) const;
+   const Value& resolve( const Value& schema ) const { return target( schema, root_ ); }
    const Compiled& compile( const Value& schema );
    std::string firstFault( const Value& value, const Value& schema );
    void explainObject( const Value& value, const Value& schema, const std::string& pointer );
@@ -104,16 +127,6 @@ class Schema::Explainer {
    const Document& root_;
    std::map< const Value*, Compiled > compiled_;
 };
-
-const Value& Schema::Explainer::resolve( const Value& schema ) const {
-   const Value* reference = schema.IsObject() ? find( schema, "$ref" ) : nullptr;
-   if ( !reference ) {
-      return schema;
-   }
-   const Value* target = rapidjson::Pointer( reference->GetString() ).Get( root_ );
-   LUMEN_ASSERT( target != nullptr );
-   return *target;
-}
 
 const Schema::Explainer::Compiled& Schema::Explainer::compile( const Value& schema ) {
    if ( auto it = compiled_.find( &schema ); it != compiled_.end() ) {
@@ -190,7 +203,8 @@ void Schema::Explainer::explainMembers( const Value& value,
       } else if ( others && others->IsObject() ) {
          explain( member.value, *others, place );
       } else if ( others && others->IsFalse() ) {
-         found.push_back( { place, "unknown member" } );
+         found.push_back(
+            { place, "unknown member" + misspeltFrom( member.name, value, schema ) } );
       }
    }
 }
@@ -242,6 +256,29 @@ std::vector< Violation > Schema::validate( const Value& value ) const {
    Explainer explainer( root_ );
    explainer.explain( value, root_, "" );
    return explainer.found;
+}
+
+std::map< std::string, std::vector< std::string >, std::less<> > Schema::members() const {
+   std::map< std::string, std::vector< std::string >, std::less<> > all;
+   forEachMember( find( root_, "definitions" ), [ & ]( const Value& name, const Value& schema ) {
+      addMembers( schema, all[ std::string( view( name ) ) ] );
+   } );
+   return all;
+}
+
+void Schema::addMembers( const Value& unresolved, std::vector< std::string >& names ) const {
+   const Value& schema = target( unresolved, root_ );
+   forEachMember( find( schema, "properties" ), [ & ]( const Value& name, const Value& ) {
+      names.emplace_back( view( name ) );
+   } );
+   forEachMember( find( schema, "dependencies" ), [ & ]( const Value& name, const Value& part ) {
+      names.emplace_back( view( name ) );
+      addMembers( part, names );
+   } );
+   for ( const char* parts : { "allOf", "oneOf", "anyOf" } ) {
+      forEachElement( find( schema, parts ),
+                      [ & ]( const Value& part ) { addMembers( part, names ); } );
+   }
 }
 
 }  // namespace BoardFiles

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -30,7 +32,11 @@ class Schema {
    // Empty when the value satisfies the schema.
    std::vector< Violation > validate( const Value& value ) const;
 
+   // The names of all members that a value of each definition may have, in one form or another.
+   std::map< std::string, std::vector< std::string >, std::less<> > members() const;
+
  private:
+   void addMembers( const Value& schema, std::vector< std::string >& names ) const;
    class Explainer;
 
    Utils::Json::Document root_;

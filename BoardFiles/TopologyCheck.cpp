@@ -3,9 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <bit>
 #include <set>
 
 #include "BoardFiles/DeviceArguments.h"
+#include "BoardFiles/MemberCheck.h"
 
 namespace BoardFiles {
 
@@ -21,15 +23,12 @@ std::string labelOf( const Value& node ) {
 // Walks the tree once, remembers where everything is, and reports what is there twice.
 class TopologyWalk {
  public:
-   TopologyWalk( const std::string& file,
-                 Wiring& wiring,
-                 AddressCheck& addresses,
-                 std::vector< Finding >& findings )
+   TopologyWalk( const std::string& file, const Checks& checks )
        : file_( file ),
-         wiring_( wiring ),
-         builder_( wiring ),
-         addresses_( addresses ),
-         findings_( findings ) {}
+         wiring_( checks.wiring ),
+         builder_( checks.wiring ),
+         addresses_( checks.addresses ),
+         findings_( checks.findings ) {}
 
    void walk( const Value& media );
    void checkMuxes();
@@ -50,6 +49,10 @@ class TopologyWalk {
    void warnOfTwin( size_t bus, const std::string& pointer );
 
    void label( const Value& node, const std::string& pointer );
+   void members( const Value& node, const char* definition, const std::string& pointer ) {
+      warnOfMisspeltMembers( node, definition, { file_, pointer }, findings_ );
+   }
+   void warnOfSeveralChannels( const Value& bus, const std::string& pointer );
    template < typename Number >
    bool unique( std::map< Number, std::string >& seen,
                 const Value& node,
@@ -91,6 +94,7 @@ void TopologyWalk::walk( const Value& media ) {
    size_t position = 0;
    for ( const Value& child : media.GetArray() ) {
       std::string pointer = fmt::format( "/{}", position++ );
+      members( child, "medium", pointer );
       label( child, pointer );
       medium( child, pointer );
    }
@@ -133,6 +137,7 @@ void TopologyWalk::accelerators( const Value& node,
                                  const std::string& pointer ) {
    Seen ids;
    forEach( node, "accelerators", pointer, [ & ]( const Value& child, const auto& place ) {
+      members( child, "accelerator", place );
       unique( ids, child, "id", place );
       label( child, place );
       adapter.accelerator = child[ "id" ].GetUint();
@@ -145,6 +150,7 @@ void TopologyWalk::busses( const Value& node,
                            const std::string& pointer ) {
    Seen ids;
    forEach( node, "busses", pointer, [ & ]( const Value& child, const auto& place ) {
+      members( child, "bus", place );
       bool isNew = unique( ids, child, "id", place );
       inRange( child, 0, 127, "the number of a bus travels in 7 bits", place );
       label( child, place );
@@ -186,12 +192,15 @@ void TopologyWalk::device( const Value& node, size_t bus, const std::string& poi
       wiring_.labels[ labelOf( node ) ] = did;
    }
    if ( isDeclared ) {
-      checkDriverArguments( node, { file_, pointer }, findings_ );
+      checkDeviceArguments( node, { file_, pointer }, findings_ );
       if ( auto address = addressOf( node ) ) {
          addresses_.give( did, *address, { file_, pointer } );
       }
+   } else {
+      members( node, "device", pointer );
    }
    forEach( node, "components", pointer, [ & ]( const Value& child, const auto& place ) {
+      members( child, "component", place );
       unique( wiring_.components, child, "uid", place );
       label( child, place );
    } );
@@ -200,6 +209,7 @@ void TopologyWalk::device( const Value& node, size_t bus, const std::string& poi
 // The busses of a mux are its channels.
 void TopologyWalk::mux( const Value& node, size_t above, const std::string& pointer ) {
    uint32_t chip = node[ "did" ].GetUint();
+   members( node, "mux", pointer );
    label( node, pointer );
    muxes_.emplace_back( chip, pointer );
    if ( node.HasMember( "verify" ) && node[ "verify" ].GetBool() ) {
@@ -207,8 +217,10 @@ void TopologyWalk::mux( const Value& node, size_t above, const std::string& poin
    }
    Seen ids;
    forEach( node, "busses", pointer, [ & ]( const Value& child, const auto& place ) {
+      members( child, "bus", place );
       unique( ids, child, "id", place );
       inRange( child, 1, 255, "it is the byte that opens the channel", place );
+      warnOfSeveralChannels( child, place );
       label( child, place );
       bus( child,
            builder_.busBehind( { .adapter = wiring_.busses[ above ].adapter,
@@ -219,6 +231,17 @@ void TopologyWalk::mux( const Value& node, size_t above, const std::string& poin
                                  .pointer = place } ),
            place );
    } );
+}
+
+// All muxes have a bit for each channel.
+void TopologyWalk::warnOfSeveralChannels( const Value& bus, const std::string& pointer ) {
+   auto id = static_cast< unsigned >( bus[ "id" ].GetInt() );
+   if ( id <= UINT8_MAX && std::popcount( id ) > 1 ) {
+      findings_.push_back(
+         { file_, pointer + "/id",
+           fmt::format( "opens {} channels at once: each bit is one", std::popcount( id ) ),
+           true } );
+   }
 }
 
 void TopologyWalk::warnOfTwin( size_t bus, const std::string& pointer ) {
@@ -295,11 +318,8 @@ void TopologyWalk::checkMuxes() {
 
 }  // namespace
 
-void checkTopology( const BoardFile& topology,
-                    Wiring& wiring,
-                    AddressCheck& addresses,
-                    std::vector< Finding >& findings ) {
-   TopologyWalk walk( topology.path, wiring, addresses, findings );
+void checkTopology( const BoardFile& topology, const Checks& checks ) {
+   TopologyWalk walk( topology.path, checks );
    walk.walk( topology.json );
    walk.checkMuxes();
 }

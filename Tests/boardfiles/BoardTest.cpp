@@ -146,7 +146,7 @@ TEST( BoardTest, KnowsWhereEverythingHangsAndWhatItIs ) {
    EXPECT_EQ( channel.above, wiring.devices.at( 9 ).bus );
    EXPECT_EQ( wiring.adapters.at( channel.adapter ).master, Smbus::MASTER_SCD );
    EXPECT_EQ( wiring.devices.at( 6 ).address, 73u ) << "an object gives it";
-   EXPECT_EQ( wiring.devices.at( 6 ).driver, "X" );
+   EXPECT_EQ( wiring.devices.at( 6 ).driver, "TMP75" );
    std::vector< std::string > names;
    for ( size_t bus = 0; bus < wiring.busses.size(); ++bus ) {
       names.push_back( wiring.nameOf( bus ) );
@@ -156,7 +156,7 @@ TEST( BoardTest, KnowsWhereEverythingHangsAndWhatItIs ) {
    ASSERT_EQ( board.objects.size(), 4u );
    EXPECT_EQ( board.topology, textOf( kHere / "sound/topology.json" ) );
    EXPECT_EQ( board.objects[ 0 ].kind, Kind::TempSensor );
-   EXPECT_EQ( board.objects[ 0 ].device, R"({"driver":"X","did":6,"address":{"address":73}})" );
+   EXPECT_EQ( board.objects[ 0 ].device, R"({"driver":"TMP75","did":6,"address":{"address":73}})" );
    EXPECT_EQ( board.objects[ 0 ].alert, 70.5 );
    EXPECT_EQ( board.objects[ 0 ].critical, 80 );
    EXPECT_EQ( board.objects[ 1 ].device, "scd1" );

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <vector>
+
+#include "BoardFiles/AddressCheck.h"
+#include "BoardFiles/Finding.h"
+#include "BoardFiles/Wiring.h"
+
+namespace BoardFiles {
+
+// What the checks of a board's documents fill and ask.
+struct Checks {
+   Wiring& wiring;
+   AddressCheck& addresses;
+   std::vector< Finding >& findings;
+};
+
+}  // namespace BoardFiles
