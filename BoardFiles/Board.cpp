@@ -82,7 +82,8 @@ Board loadBoard( const std::string& directory, const Extent& extent ) {
    }
    Wiring wiring;
    AddressCheck addresses( wiring, findings );
-   const Checks checks{ wiring, addresses, findings };
+   DriverCheck drivers( extent.drivers, findings );
+   const Checks checks{ wiring, addresses, drivers, findings };
    if ( topology.sound ) {
       checkTopology( topology, checks );
    }

@@ -39,11 +39,13 @@ struct Board {
    std::vector< AdapterSpec > adapters = {};
 };
 
-// Which of a board's further documents are looked at.
+// Which of a board's further documents are looked at, and whether the drivers would take what they
+// are given: else the objects that none takes fail one by one.
 enum class Demand { Unused, IfPresent, Needed };
 struct Extent {
    Demand emulation = Demand::Unused;
    Demand adapters = Demand::Unused;
+   bool drivers = false;
 };
 
 // Reads and checks the documents of a board's folder, the further ones as asked.

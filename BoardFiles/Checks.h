@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "BoardFiles/AddressCheck.h"
+#include "BoardFiles/DriverCheck.h"
 #include "BoardFiles/Finding.h"
 #include "BoardFiles/Wiring.h"
 
@@ -12,6 +13,7 @@ namespace BoardFiles {
 struct Checks {
    Wiring& wiring;
    AddressCheck& addresses;
+   DriverCheck& drivers;
    std::vector< Finding >& findings;
 };
 

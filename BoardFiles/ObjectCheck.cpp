@@ -20,6 +20,7 @@ class ObjectCheck {
        : file_( file ),
          wiring_( checks.wiring ),
          addresses_( checks.addresses ),
+         drivers_( checks.drivers ),
          findings_( checks.findings ) {}
 
    void check( const Value& object, const std::string& pointer );
@@ -37,6 +38,7 @@ class ObjectCheck {
    const std::string& file_;
    Wiring& wiring_;
    AddressCheck& addresses_;
+   DriverCheck& drivers_;
    std::vector< Finding >& findings_;
    std::map< std::string, std::string > names_;
    std::map< uint32_t, std::pair< std::string, std::string > > made_;  // did to driver, pointer
@@ -116,6 +118,7 @@ void ObjectCheck::checkDevice( std::string_view kind,
                                const Value& device,
                                const std::string& pointer ) {
    checkDeviceArguments( device, { file_, pointer }, findings_ );
+   drivers_.object( kind, device, { file_, pointer } );
    compareDriver( kind, device, pointer );
    uint32_t did = device[ "did" ].GetUint();
    auto place = wiring_.devices.find( did );

@@ -11,5 +11,6 @@ extern const char* const kPolicy;
 extern const char* const kControl;
 extern const char* const kControlAnswer;
 extern const char* const kWireLog;
+extern const char* const kDrivers;  // no schema, a table: DriverTable.h
 
 }  // namespace BoardFiles::Schemas

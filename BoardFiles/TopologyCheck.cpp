@@ -28,6 +28,7 @@ class TopologyWalk {
          wiring_( checks.wiring ),
          builder_( checks.wiring ),
          addresses_( checks.addresses ),
+         drivers_( checks.drivers ),
          findings_( checks.findings ) {}
 
    void walk( const Value& media );
@@ -69,6 +70,7 @@ class TopologyWalk {
    Wiring& wiring_;
    WiringBuilder builder_;
    AddressCheck& addresses_;
+   DriverCheck& drivers_;
    std::vector< Finding >& findings_;
    std::map< uint32_t, std::string > dids_;  // to pointers, as the next
    std::map< std::string, std::string > labels_;
@@ -193,6 +195,7 @@ void TopologyWalk::device( const Value& node, size_t bus, const std::string& poi
    }
    if ( isDeclared ) {
       checkDeviceArguments( node, { file_, pointer }, findings_ );
+      drivers_.declared( node, { file_, pointer } );
       if ( auto address = addressOf( node ) ) {
          addresses_.give( did, *address, { file_, pointer } );
       }
@@ -310,6 +313,7 @@ void TopologyWalk::checkMuxes() {
       } else if ( reachesItself( did, did, visited ) ) {
          problem = "is reached through itself";
       } else {
+         drivers_.mux( did, chip->second.driver, { file_, pointer } );
          continue;
       }
       report( pointer + "/did", fmt::format( "mux chip {} {}", did, problem ) );

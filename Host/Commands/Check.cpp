@@ -11,7 +11,8 @@ namespace {
 int check( const Program& program ) {
    Board board = BoardFiles::loadBoard(
       program.board, { .emulation = program.emulate ? Demand::Needed : Demand::IfPresent,
-                       .adapters = Demand::IfPresent } );
+                       .adapters = Demand::IfPresent,
+                       .drivers = true } );
    if ( board.hasEmulation ) {
       program.tryEmulator( board );  // the models know their quantities
    }

@@ -40,7 +40,7 @@ std::vector< std::string > findingsIn( const Documents& documents, Board& board 
    }
    std::vector< Finding > findings;
    try {
-      board = loadBoard( directory.path(), { Demand::Needed, Demand::IfPresent } );
+      board = loadBoard( directory.path(), { Demand::Needed, Demand::IfPresent, true } );
       findings = board.warnings;
       if ( documents.contains( "policy.json" ) ) {
          loadPolicy( directory.path() / "policy.json", board.wiring );

@@ -3,16 +3,17 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 
+#include "BoardFiles/DriverTable.h"
+#include "BoardFiles/Kind.h"
 #include "Components/Fan.h"
 #include "Tests/support/SensorChip.h"
 #include "Utils/Json.h"
+#include "Utils/NotImplementedException.h"
 
 // The table of driver arguments against the drivers.
 
-using Component::DeviceBase;
+namespace DriverTable = BoardFiles::DriverTable;
 using Tests::DriverArguments;
 using Utils::Json::Value;
 
@@ -34,7 +35,11 @@ bool makes( const std::string& driver, const std::string& kind, const DriverArgu
           : kind == "slot"      ? device->newSlot( args ) != nullptr
           : kind == "poe_port"  ? device->newPoePort( args ) != nullptr
           : kind == "gpio"      ? device->newGpio( args ) != nullptr
-                                : device->newSmbusProxy( args ) != nullptr;
+          : kind == "psu"       ? device->newPsu( args ) != nullptr
+          : kind == "xcvr"      ? device->newSfpXcvr( 1, args ) || device->newQsfpXcvr( 1, args ) ||
+                                device->newCmisXcvr( 1, args )
+          : kind == "mux" ? device->newMux( args, 1 ) != nullptr
+                          : device->newSmbusProxy( args ) != nullptr;
 }
 
 // The same in a process that may end as it likes.
@@ -74,26 +79,46 @@ std::vector< std::string > wrongValues( const Value& argument ) {
    return values;
 }
 
-TEST( DriverArguments, AreAsTheTableSays ) {
-   std::ifstream file( LUMEN_SOURCE_DIR "/Boards/schemas/drivers.json" );
-   std::ostringstream text;
-   text << file.rdbuf();
-   Utils::Json::Document table;
-   ASSERT_FALSE( Utils::Json::parse( text.str().c_str(), table ) );
-   for ( const auto& driver : table.GetObject() ) {
-      std::string name = driver.name.GetString();
-      name = name == "*" ? "Dummy" : name;
-      EXPECT_TRUE( Drivers::drivers.contains( name ) ) << name;
-      for ( const auto& kind : driver.value.GetObject() ) {
-         std::string kindName = kind.name.GetString();
-         DriverArguments all;
-         for ( const Value& argument : kind.value.GetArray() ) {
-            if ( argument.HasMember( "example" ) ) {
-               all[ argument[ "name" ].GetString() ] = textOf( argument[ "example" ] );
-            }
+DriverArguments examplesOf( const std::vector< const Value* >& rules ) {
+   DriverArguments examples;
+   for ( const Value* rule : rules ) {
+      if ( rule->HasMember( "example" ) ) {
+         examples[ ( *rule )[ "name" ].GetString() ] = textOf( ( *rule )[ "example" ] );
+      }
+   }
+   return examples;
+}
+
+// That the drivers make what the table has is seen below.
+TEST( DriverTable, HasEveryDriverAndKind ) {
+   EXPECT_EQ( DriverTable::driverNames().size(), Drivers::drivers.size() );
+   std::vector< std::string > kinds( BoardFiles::kKindNames.begin(), BoardFiles::kKindNames.end() );
+   std::ranges::replace( kinds, "system", "mux" );
+   for ( const auto& [ name, factory ] : Drivers::drivers ) {
+      const Value* driver = DriverTable::driver( name );
+      ASSERT_TRUE( driver ) << name;
+      EXPECT_THAT( kinds, testing::IsSupersetOf( DriverTable::kindsOf( *driver ) ) ) << name;
+      for ( const std::string& kind : kinds ) {
+         if ( !DriverTable::makes( *driver, kind ) ) {
+            auto examples = examplesOf( DriverTable::rulesFor( *driver, kind ) );
+            EXPECT_THROW( makes( name, kind, examples ), NotImplementedException ) << name << kind;
          }
+      }
+   }
+}
+
+TEST( DriverArguments, AreAsTheTableSays ) {
+   for ( const std::string& name : DriverTable::driverNames() ) {
+      const Value& driver = *DriverTable::driver( name );
+      for ( const std::string& kindName : DriverTable::kindsOf( driver ) ) {
+         if ( kindName == "gpio" && name != "Dummy" && !driver.HasMember( "device" ) ) {
+            continue;
+         }
+         auto rules = DriverTable::rulesFor( driver, kindName );
+         DriverArguments all = examplesOf( rules );
          ASSERT_TRUE( accepts( name, kindName, all ) ) << name << " " << kindName;
-         for ( const Value& argument : kind.value.GetArray() ) {
+         for ( const Value* rule : rules ) {
+            const Value& argument = *rule;
             std::string key = argument[ "name" ].GetString();
             if ( !all.contains( key ) ) {
                continue;
@@ -107,6 +132,17 @@ TEST( DriverArguments, AreAsTheTableSays ) {
                changed[ key ] = wrong;
                EXPECT_FALSE( accepts( name, kindName, changed ) )
                   << name << " " << kindName << " " << key << "=" << wrong;
+            }
+            if ( argument[ "type" ] == "integer" ) {
+               auto changed = all;
+               changed[ key ] = "";
+               EXPECT_EQ( accepts( name, kindName, changed ),
+                          argument.HasMember( "mayBeEmpty" ) && !argument.HasMember( "required" ) )
+                  << name << " " << kindName << " " << key << " empty";
+               changed[ key ] = std::to_string( argument[ "example" ].GetInt() + 256 );
+               EXPECT_EQ( accepts( name, kindName, changed ),
+                          argument.HasMember( "bits" ) || !argument.HasMember( "maximum" ) )
+                  << name << " " << kindName << " " << key << "=" << changed[ key ];
             }
          }
       }
