@@ -13,6 +13,8 @@ namespace {
 
 using Utils::Json::Value;
 
+constexpr size_t kMostNames = 20;  // in a finding
+
 // Looks for one object's adapter, and reports what is wrong with the object.
 class Search {
  public:
@@ -37,11 +39,15 @@ class Search {
    std::string list( Name name ) const {
       std::set< std::string > names;
       for ( const Wiring::Adapter& adapter : wiring_.adapters ) {
-         names.insert( std::invoke( name, adapter ) );
+         names.insert( std::string( std::invoke( name, adapter ) ) );
+         names.erase( "" );
+         if ( names.size() > kMostNames ) {
+            break;
+         }
       }
-      names.erase( "" );
+      const char* more = names.size() > kMostNames ? ", ..." : "";
       return names.empty() ? "none has a bus"
-                           : fmt::format( "there are {}", fmt::join( names, ", " ) );
+                           : fmt::format( "there are {}{}", fmt::join( names, ", " ), more );
    }
 
    const Value& object_;
@@ -62,9 +68,10 @@ std::optional< size_t > Search::run() {
    if ( !hasNumbersOf( first->medium ) ) {
       return std::nullopt;
    }
+   uint32_t accelerator = number( "accelerator" );
+   uint32_t bus = number( "bus" );
    auto adapter = std::ranges::find_if( wiring_.adapters, [ & ]( const Wiring::Adapter& each ) {
-      return each.mediumName() == medium && each.accelerator == number( "accelerator" ) &&
-             each.bus == number( "bus" );
+      return each.bus == bus && each.accelerator == accelerator && each.mediumName() == medium;
    } );
    if ( adapter == wiring_.adapters.end() ) {
       auto ofMedium = [ & ]( const Wiring::Adapter& each ) {

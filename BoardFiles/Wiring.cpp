@@ -4,13 +4,13 @@
 
 namespace BoardFiles {
 
-std::string Wiring::Adapter::mediumName() const {
-   return label.empty() ? std::string( medium.type ) : label;
+std::string_view Wiring::Adapter::mediumName() const {
+   return label.empty() ? medium.type : label;
 }
 
 std::string Wiring::Adapter::name() const {
    if ( medium.shape == Media::Shape::Bus ) {
-      return mediumName();
+      return std::string( mediumName() );
    }
    std::string through = accelerator ? fmt::format( " accelerator {}", accelerator ) : "";
    return fmt::format( "{}{} bus {}", mediumName(), through, bus );

@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -29,8 +30,8 @@ struct Wiring {
       std::string pointer;
       Media::Medium medium;
 
-      std::string mediumName() const;  // its label, or its type where it has none
-      std::string name() const;        // `scd0 accelerator 1 bus 2`
+      std::string_view mediumName() const;  // its label, or its type where it has none
+      std::string name() const;             // `scd0 accelerator 1 bus 2`
    };
 
    // A piece of bus: at an adapter, or behind a mux's channel.
