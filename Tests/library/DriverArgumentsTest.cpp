@@ -50,7 +50,7 @@ bool accepts( const std::string& driver, const std::string& kind, const DriverAr
       bool made = false;
       try {
          made = makes( driver, kind, args );
-      } catch ( const std::logic_error& ) {
+      } catch ( const std::exception& ) {
       }
       _exit( made ? 0 : 1 );
    }
