@@ -76,3 +76,7 @@ void pl_failure_sink_set( pl_failure_sink sink, void* user ) {
 const struct pl_service_failure* pl_last_failure( void ) {
    return last;
 }
+
+void pl_failure_forget( void ) {
+   last = nullptr;
+}

@@ -92,6 +92,9 @@ struct pl_trial {
  * nor locks that they may hold. Not to be called by a signal handler. Signals that interrupt the
  * wait do not end it. An exception that leaves the attempt ends the child like an assertion. */
 int pl_try( int ( *attempt )( void* user ), void* user, int timeout_ms, struct pl_trial* trial );
+/* Makes pl_last_failure() null until the next failure: for a host that asks what one call failed
+ * of. */
+void pl_failure_forget( void );
 
 /* One transfer of a batch, as it was sent to the SMBus service and answered. */
 struct pl_wire_transfer {
