@@ -34,7 +34,10 @@ ObjectSpec readObject( const Value& object ) {
                     .name = object[ "name" ].GetString(),
                     .device = "{}",
                     .alert = number( object, "alert" ),
-                    .critical = number( object, "critical" ) };
+                    .critical = number( object, "critical" ),
+                    .low = number( object, "low" ),
+                    .hysteresis = number( object, "hysteresis" ),
+                    .expected = number( object, "expected" ) };
    if ( spec.kind == Kind::Fan ) {
       spec.range = FanRange::of( object );
    }

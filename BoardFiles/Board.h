@@ -19,11 +19,18 @@ namespace BoardFiles {
 struct ObjectSpec {
    Kind kind;
    std::string name;
-   std::string device;   // device arguments (JSON), or the stem of a topology label
-   uint8_t address = 0;  // used with a stem
-   std::optional< double > alert = {};
+   std::string device;                  // device arguments (JSON), or the stem of a topology label
+   uint8_t address = 0;                 // used with a stem
+   std::optional< double > alert = {};  // of a temperature sensor, degrees Celsius
    std::optional< double > critical = {};
    FanRange range = {};  // of a fan
+
+   // Of a temperature sensor: at or below `low` it is too cold, and a limit that was reached is
+   // left only when the reading is `hysteresis` inside of it.
+   std::optional< double > low = {};
+   std::optional< double > hysteresis = {};
+
+   std::optional< double > expected = {};  // of a GPIO: 0 or 1, which is as it should be
 };
 
 struct Board {

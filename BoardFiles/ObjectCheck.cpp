@@ -4,6 +4,7 @@
 
 #include "BoardFiles/DeviceArguments.h"
 #include "BoardFiles/FanRange.h"
+#include "BoardFiles/LimitCheck.h"
 #include "Utils/Text.h"
 
 namespace BoardFiles {
@@ -51,10 +52,7 @@ void ObjectCheck::check( const Value& object, const std::string& pointer ) {
       report( pointer + "/name",
               fmt::format( "\"{}\" is already the name of {}", name, it->second ) );
    }
-   if ( object.HasMember( "alert" ) &&
-        object[ "alert" ].GetDouble() > object[ "critical" ].GetDouble() ) {
-      report( pointer + "/alert", "must not be above \"critical\"" );
-   }
+   checkLimits( object, { file_, pointer }, findings_ );
    std::string_view kind = object[ "kind" ].GetString();
    if ( kind == "fan" ) {
       checkFan( object, pointer );

@@ -12,6 +12,13 @@ enum class State { Ok, Alert, Critical, Absent, Fault, Failed, Pending };
 
 const char* stateName( State state );
 
+// The larger, the worse.
+int severity( State state );
+
+// How far off the speed that is wanted a fan's may be, as a share of it: tachometers count in
+// steps, and rotors differ.
+constexpr double kFanTolerance = 0.1;
+
 // What is known of one object.
 struct Observation {
    const ObjectSpec* object;
@@ -21,8 +28,12 @@ struct Observation {
    std::string text = {};  // that the object told
 };
 
-// `reason` tells why the status is not PL_STATUS_OK.
-Observation observed( const ObjectSpec& object, const Reading& reading, std::string reason );
+// `reason` tells why the status is not PL_STATUS_OK; `previous` is what was observed before, if
+// anything was: limits with a hysteresis ask for it.
+Observation observed( const ObjectSpec& object,
+                      const Reading& reading,
+                      std::string reason,
+                      const Observation* previous = nullptr );
 Observation failed( const ObjectSpec& object, std::string reason );
 
 bool allOk( const std::vector< Observation >& observations );
