@@ -4,7 +4,9 @@
 #include <sstream>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Commands/UnknownWord.h"
 #include "Host/Output/Print.h"
+#include "Host/Output/Report.h"
 #include "SmbusService/EmbeddedService.h"
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "Utils/StandardStreams.h"
@@ -28,6 +30,24 @@ void addOptions( CLI::App& app, Host::Program& program ) {
                  "print each transfer on the busses on stderr, with the board's names" );
    app.set_version_flag( "--version", "lumen " LUMEN_VERSION );
    app.require_subcommand( 1 );
+}
+
+// Wrong use, or a wish for help.
+int refuse( const CLI::App& app, const Host::Program& program, const CLI::ParseError& error ) {
+   std::ostringstream output;
+   std::ostringstream errors;
+   if ( app.exit( error, output, errors ) == 0 ) {
+      Host::print( output.str() );
+      return Host::kAllWell;
+   }
+   std::string unknown = Host::unknownWord( app );
+   std::string problem = unknown.empty() ? error.what() : unknown;
+   Host::complain( problem );
+   Host::complain( "Run with --help for more information." );
+   if ( app.count( "--json" ) ) {
+      Host::print( Host::errorJson( program.board, problem ) );
+   }
+   return Host::kWrongUse;
 }
 
 }  // namespace
@@ -57,12 +77,7 @@ int main( int argc, char** argv ) {
    try {
       app.parse( argc, argv );
    } catch ( const CLI::ParseError& error ) {
-      std::ostringstream output;
-      std::ostringstream errors;
-      int status = app.exit( error, output, errors ) == 0 ? Host::kAllWell : Host::kWrongUse;
-      Host::print( output.str() );
-      fputs( errors.str().c_str(), stderr );
-      return Host::finish( status );
+      return Host::finish( refuse( app, program, error ) );
    }
    return Host::finish( program.run() );
 }

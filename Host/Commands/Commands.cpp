@@ -1,15 +1,17 @@
 #include "Host/Commands/Commands.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
+#include <fnmatch.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iterator>
+#include <set>
 
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
 #include "Host/Session/Service.h"
+#include "Host/Session/UnknownName.h"
 #include "Host/Session/UseError.h"
 
 namespace Host {
@@ -27,6 +29,30 @@ SessionOptions completed( SessionOptions options,
    return options;
 }
 
+[[noreturn]] void refuseName( const Board& board, const std::string& name ) {
+   std::vector< std::string > names;
+   std::ranges::transform( board.objects, std::back_inserter( names ), &ObjectSpec::name );
+   throw UseError( fmt::format( "the board has no object \"{}\"{}", name,
+                                whatThereIs( name, names, "lumen status" ) ) );
+}
+
+// The names of the objects that a pattern means: the one with the very name, else those that match.
+std::set< std::string > namesFor( const Board& board, const std::string& pattern ) {
+   std::set< std::string > names;
+   for ( const ObjectSpec& object : board.objects ) {
+      if ( object.name == pattern ) {
+         return { pattern };
+      }
+      if ( fnmatch( pattern.c_str(), object.name.c_str(), 0 ) == 0 ) {
+         names.insert( object.name );
+      }
+   }
+   if ( names.empty() ) {
+      refuseName( board, pattern );
+   }
+   return names;
+}
+
 }  // namespace
 
 std::string findService( const Program& program ) {
@@ -34,7 +60,11 @@ std::string findService( const Program& program ) {
       return program.startEmulator( program.board );
    }
    std::string path = servicePath( program.socket );
-   std::string problem = serviceNeeded() ? whyNoService( path ) : "";
+   if ( !serviceNeeded() ) {
+      complain( "lumen: simulation: no chip is touched" );
+      return path;
+   }
+   std::string problem = whyNoService( path );
    if ( !problem.empty() ) {
       throw UseError(
          fmt::format( "no SMBus service answers at {}: {}; start one with: "
@@ -57,11 +87,7 @@ void complain( const std::vector< Finding >& findings ) {
 size_t findObject( const Board& board, const std::string& name ) {
    auto object = std::ranges::find( board.objects, name, &ObjectSpec::name );
    if ( object == board.objects.end() ) {
-      std::vector< std::string > names;
-      std::ranges::transform( board.objects, std::back_inserter( names ), &ObjectSpec::name );
-      throw UseError(
-         fmt::format( "the board has no object \"{}\"; it has {}", name,
-                      names.empty() ? "none" : fmt::format( "{}", fmt::join( names, ", " ) ) ) );
+      refuseName( board, name );
    }
    return static_cast< size_t >( object - board.objects.begin() );
 }
@@ -69,6 +95,20 @@ size_t findObject( const Board& board, const std::string& name ) {
 Board loadBoard( const Program& program ) {
    return BoardFiles::loadBoard(
       program.board, { .emulation = program.emulate ? Demand::Needed : Demand::Unused } );
+}
+
+Board loadObjects( const Program& program, const std::vector< std::string >& patterns ) {
+   Board board = loadBoard( program );
+   std::set< std::string > chosen;
+   for ( const std::string& pattern : patterns ) {
+      chosen.merge( namesFor( board, pattern ) );
+   }
+   if ( !patterns.empty() ) {
+      std::erase_if( board.objects, [ & ]( const ObjectSpec& object ) {
+         return !chosen.contains( object.name );
+      } );
+   }
+   return board;
 }
 
 Board loadOneObject( const Program& program, const std::string& name ) {
@@ -95,6 +135,11 @@ CLI::App* addCommand( CLI::App& app,
 
 int Program::run() const {
    try {
+      if ( emulate && !serviceNeeded() ) {
+         throw UseError(
+            "SIMULATION_VMID is set: simulation files stand in for the chips, and no emulated chip "
+            "would be asked; unset it, or leave out --emulate" );
+      }
       return command();
    } catch ( const BoardError& error ) {
       complain( error.findings );

@@ -57,11 +57,12 @@ int finish( int status );
 // A line on stderr for each of the first findings, and how many more there are.
 void complain( const std::vector< Finding >& findings );
 
-// The board's object with this name, as its position. Throws UseError with the names there are.
+// The board's object with this name, as its position. Throws UseError with the name that was likely
+// meant.
 size_t findObject( const Board& board, const std::string& name );
 
-// The socket of the service that the program is to use; the emulated board is started. Throws
-// UseError.
+// The socket of the service that the program is to use; the emulated board is started, and a
+// simulation is told of. Throws UseError.
 std::string findService( const Program& program );
 
 // Null where none is wanted.
@@ -81,10 +82,16 @@ struct OpenBoard {
    OpenBoard& operator=( const OpenBoard& ) = delete;
 };
 
-// The board's documents, as the program needs them; the whole board, or the one object that is
-// named.
+// The board's documents, as the program needs them: the whole board, or of its objects the one with
+// this name, or those that the patterns mean, all without any. A pattern is a name or, where none
+// is equal, has the wildcards *, ? and [...]. Throws UseError for one that means no object.
 Board loadBoard( const Program& program );
 Board loadOneObject( const Program& program, const std::string& name );
+Board loadObjects( const Program& program, const std::vector< std::string >& patterns );
+
+// Told of commands that take patterns.
+constexpr const char* kPatternsHelp =
+   "an object's name, or in quotes a pattern: 'fan*', 'port[1-4]', 'psu?'";
 
 // Adds a command that may be followed by the program's own options.
 CLI::App* addCommand( CLI::App& app,

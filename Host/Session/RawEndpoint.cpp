@@ -7,6 +7,7 @@
 
 #include "BoardFiles/DeviceArguments.h"
 #include "Host/Session/ChipName.h"
+#include "Host/Session/UnknownName.h"
 #include "Host/Session/UseError.h"
 #include "Utils/Json.h"
 
@@ -113,8 +114,8 @@ RawEndpoint RawEndpoint::named( const Board& board, const std::string& name ) {
    for ( const auto& [ label, did ] : board.wiring.labels ) {
       labels.push_back( label );
    }
-   throw UseError( fmt::format( "the board has no object or device \"{}\"; it has {}", name,
-                                fmt::join( labels, ", " ) ) );
+   throw UseError( fmt::format( "the board has no object or device \"{}\"{}", name,
+                                whatThereIs( name, labels, "lumen status" ) ) );
 }
 
 }  // namespace Host

@@ -1,0 +1,57 @@
+#include "Host/Commands/UnknownWord.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <vector>
+
+#include "Utils/Nearest.h"
+
+namespace Host {
+
+namespace {
+
+std::vector< std::string > commandsOf( const CLI::App& app ) {
+   std::vector< std::string > names;
+   for ( const CLI::App* command : app.get_subcommands( {} ) ) {
+      names.push_back( command->get_name() );
+   }
+   return names;
+}
+
+// Its own, and those of the commands that were given.
+std::vector< std::string > optionsOf( const CLI::App& app ) {
+   std::vector< std::string > names;
+   for ( const CLI::Option* option : app.get_options() ) {
+      for ( const std::string& name : option->get_lnames() ) {
+         names.push_back( "--" + name );
+      }
+   }
+   for ( const CLI::App* command : app.get_subcommands() ) {
+      auto more = optionsOf( *command );
+      names.insert( names.end(), more.begin(), more.end() );
+   }
+   return names;
+}
+
+}  // namespace
+
+std::string unknownWord( const CLI::App& app ) {
+   std::vector< std::string > unknown = app.remaining( true );
+   if ( unknown.empty() ) {
+      return {};
+   }
+   std::string word = unknown[ 0 ];
+   if ( word.starts_with( '-' ) ) {
+      word = word.substr( 0, word.find( '=' ) );
+      return fmt::format( "unknown option \"{}\"{}", word,
+                          Utils::didYouMean( word, optionsOf( app ) ) );
+   }
+   if ( app.get_subcommands().empty() ) {
+      return fmt::format( "unknown command \"{}\"{}", word,
+                          Utils::didYouMean( word, commandsOf( app ) ) );
+   }
+   return fmt::format( "\"{}\" is one argument too many", word );
+}
+
+}  // namespace Host
