@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -14,6 +15,8 @@
 namespace Host {
 
 namespace {
+
+constexpr size_t kShortAnswer = 8;  // bytes that one line shows well
 
 struct Arguments {
    std::string name;
@@ -35,6 +38,15 @@ bool isWanted( const Arguments& arguments, const RawEndpoint& endpoint ) {
    return isAgreed( why + ". Write to a memory?", why );
 }
 
+// For people as a dump where it is long; what reads our output finds it on one line.
+void printAnswer( const std::string& bytes, Answer form ) {
+   if ( bytes.size() > kShortAnswer && isatty( STDOUT_FILENO ) ) {
+      print( hexDump( bytes ) );
+   } else if ( !bytes.empty() ) {
+      print( answerText( bytes, form ) + "\n" );
+   }
+}
+
 int smbus( const Program& program, const Arguments& arguments ) {
    checkSmbusOperation( arguments.operation );
    Board board = loadBoard( program );
@@ -50,9 +62,10 @@ int smbus( const Program& program, const Arguments& arguments ) {
    OpenBoard open( program, std::move( board ), { .readObject = run } );
    Observation observation = open.session.read()[ 0 ];
    if ( program.json ) {
-      print( smbusJson( program.board, arguments.operation.name, observation ) );
-   } else if ( !observation.text.empty() ) {
-      print( observation.text + "\n" );
+      print( smbusJson( program.board, arguments.operation.name, observation,
+                        answerOf( arguments.operation ) ) );
+   } else if ( observation.state == State::Ok ) {
+      printAnswer( observation.text, answerOf( arguments.operation ) );
    }
    if ( observation.state == State::Ok ) {
       return kAllWell;

@@ -36,12 +36,12 @@ Bytes bytesFrom( const Numbers& numbers, size_t first ) {
    return Bytes( numbers.begin() + static_cast< ptrdiff_t >( first ), numbers.end() );
 }
 
-std::string hexBytes( const Bytes& bytes ) {
-   std::string text;
-   for ( uint8_t byte : bytes ) {
-      text += fmt::format( "{}0x{:02x}", text.empty() ? "" : " ", byte );
-   }
-   return text;
+std::string textOf( const Bytes& bytes ) {
+   return { bytes.begin(), bytes.end() };
+}
+
+std::string textOf( uint16_t word ) {
+   return textOf( Bytes{ static_cast< uint8_t >( word ), static_cast< uint8_t >( word >> 8 ) } );
 }
 
 struct Call {
@@ -56,7 +56,7 @@ struct Call {
    pl_status receiveByte() const {
       uint8_t byte = 0;
       pl_status status = ops.receive_byte( smbus, &byte );
-      answer = hexBytes( { byte } );
+      answer = textOf( Bytes{ byte } );
       return status;
    }
    pl_status sendByte() const {
@@ -65,7 +65,7 @@ struct Call {
    pl_status readByte() const {
       uint8_t byte = 0;
       pl_status status = ops.read_byte( smbus, reg(), size, &byte );
-      answer = hexBytes( { byte } );
+      answer = textOf( Bytes{ byte } );
       return status;
    }
    pl_status writeByte() const {
@@ -74,7 +74,7 @@ struct Call {
    pl_status readWord() const {
       uint16_t word = 0;
       pl_status status = ops.read_word( smbus, reg(), size, &word );
-      answer = fmt::format( "0x{:04x}", word );
+      answer = textOf( word );
       return status;
    }
    pl_status writeWord() const {
@@ -84,7 +84,7 @@ struct Call {
       uint16_t word = 0;
       pl_status status =
          ops.process_call( smbus, reg(), size, static_cast< uint16_t >( numbers[ 1 ] ), &word );
-      answer = fmt::format( "0x{:04x}", word );
+      answer = textOf( word );
       return status;
    }
    // The endpoint does not bound the block; a service's reply does.
@@ -93,7 +93,7 @@ struct Call {
       uint32_t length = 0;
       pl_status status = ops.block_read( smbus, reg(), size, block.data(), &length );
       block.resize( length );
-      answer = hexBytes( block );
+      answer = textOf( block );
       return status;
    }
    pl_status blockWrite() const {
@@ -104,7 +104,7 @@ struct Call {
    pl_status i2cRead() const {
       Bytes block( numbers[ 1 ] );
       pl_status status = ops.i2c_block_read( smbus, reg(), size, block.data(), numbers[ 1 ] );
-      answer = hexBytes( block );
+      answer = textOf( block );
       return status;
    }
    pl_status i2cWrite() const {
@@ -125,6 +125,7 @@ struct Operation {
    Rest rest;
    Direction direction;  // a process call can write
    pl_status ( Call::*run )() const;
+   Answer answer = Answer::Bytes;
 };
 
 constexpr Operation kOperations[] = {
@@ -132,9 +133,10 @@ constexpr Operation kOperations[] = {
    { "send-byte", "BYTE", false, Rest::Byte, Direction::Write, &Call::sendByte },
    { "read-byte", "REG", true, Rest::None, Direction::Read, &Call::readByte },
    { "write-byte", "REG BYTE", true, Rest::Byte, Direction::Write, &Call::writeByte },
-   { "read-word", "REG", true, Rest::None, Direction::Read, &Call::readWord },
+   { "read-word", "REG", true, Rest::None, Direction::Read, &Call::readWord, Answer::Word },
    { "write-word", "REG WORD", true, Rest::Word, Direction::Write, &Call::writeWord },
-   { "process-call", "REG WORD", true, Rest::Word, Direction::Write, &Call::processCall },
+   { "process-call", "REG WORD", true, Rest::Word, Direction::Write, &Call::processCall,
+     Answer::Word },
    { "block-read", "REG", true, Rest::None, Direction::Read, &Call::blockRead },
    { "block-write", "REG BYTE...", true, Rest::ManyBytes, Direction::Write, &Call::blockWrite },
    { "i2c-read", "REG LENGTH", true, Rest::Length, Direction::Read, &Call::i2cRead },
@@ -197,6 +199,10 @@ std::string smbusOperationsHelp() {
 
 void checkSmbusOperation( const SmbusOperation& operation ) {
    numbersOf( find( operation.name ), operation );
+}
+
+Answer answerOf( const SmbusOperation& operation ) {
+   return find( operation.name ).answer;
 }
 
 bool isWrite( const SmbusOperation& operation ) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "Host/Output/SmbusReport.h"
 #include "Host/Session/KindOperations.h"
 
 namespace Host {
@@ -24,8 +25,10 @@ void checkSmbusOperation( const SmbusOperation& operation );
 // Whether the checked operation sends the chip more than a register number.
 bool isWrite( const SmbusOperation& operation );
 
-// Runs a checked operation; belongs into a worker. The reading's text is what was read, in
-// hexadecimal: one number, or a block's bytes with blanks between.
+// The form of what the checked operation reads.
+Answer answerOf( const SmbusOperation& operation );
+
+// Runs a checked operation; belongs into a worker. The reading's text is the bytes that were read.
 Reading runSmbusOperation( pl_smbus* smbus, const SmbusOperation& operation );
 
 }  // namespace Host
