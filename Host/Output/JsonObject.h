@@ -32,8 +32,9 @@ class JsonObject {
 
    Value& value() { return value_; }
 
-   // The document that it is.
+   // The document that it is: indented for people, or on one line.
    std::string text() const { return Utils::Json::writePretty( value_ ) + "\n"; }
+   std::string line() const { return Utils::Json::write( value_ ) + "\n"; }
 
  private:
    Value value_;

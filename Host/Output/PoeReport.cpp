@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "Host/Output/JsonObject.h"
+#include "Host/Output/JsonDocument.h"
 #include "Host/Output/Report.h"
 
 namespace Host {
@@ -160,8 +160,7 @@ std::string poeJson( const std::string& board,
                      const std::vector< PoePort >& ports,
                      const std::vector< PoeController >& controllers ) {
    JsonObject::Allocator allocator;
-   JsonObject json( allocator );
-   json.add( "board", board );
+   JsonObject json = beginDocument( board, allocator );
    json.add( "ports", arrayJson( ports, allocator, portJson ) );
    json.add( "controllers", arrayJson( controllers, allocator, controllerJson ) );
    json.add( "ok", Value( allWell( controllers ) ) );
@@ -173,8 +172,7 @@ std::string poeTextsJson( const std::string& board,
                           const PoeTexts& texts ) {
    bool ok = port.state == State::Ok;
    JsonObject::Allocator allocator;
-   JsonObject json( allocator );
-   json.add( "board", board );
+   JsonObject json = beginDocument( board, allocator );
    json.add( "object", port.object->name );
    json.addLines( "information", texts.information );
    json.addLines( "debug_report", texts.debugReport );
@@ -191,8 +189,7 @@ std::string poeFirmwareJson( const std::string& board,
       return outcome.port.state == State::Ok;
    } );
    JsonObject::Allocator allocator;
-   JsonObject json( allocator );
-   json.add( "board", board );
+   JsonObject json = beginDocument( board, allocator );
    json.add( "controllers", arrayJson( outcomes, allocator, outcomeJson ) );
    json.add( "ok", Value( ok ) );
    return json.text();

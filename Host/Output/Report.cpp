@@ -3,34 +3,16 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
 
-#include "Host/Output/JsonObject.h"
+#include "Host/Output/JsonDocument.h"
 
 namespace Host {
 
 namespace {
 
-std::string limitsText( const ObjectSpec& object ) {
-   if ( object.range.min && object.range.max ) {
-      return fmt::format( "{} - {}", *object.range.min, *object.range.max );
-   }
-   return object.alert && object.critical
-             ? numberText( *object.alert ) + " / " + numberText( *object.critical )
-             : "-";
-}
-
 TextPlace textPlace( const Observation& observation ) {
    return operations( observation.object->kind ).textPlace;
-}
-
-// The reason, or what the object tells at length: lines may break here.
-std::string stateText( const Observation& observation ) {
-   const std::string& more =
-      observation.reason.empty() && textPlace( observation ) == TextPlace::AfterState
-         ? observation.text
-         : observation.reason;
-   std::string state = stateName( observation.state );
-   return more.empty() || more == state ? state : state + ": " + more;
 }
 
 Cell stateCell( const Observation& observation ) {
@@ -47,22 +29,6 @@ Cell stateCell( const Observation& observation ) {
    }
 }
 
-Value observationJson( const Observation& observation, JsonObject::Allocator& allocator ) {
-   JsonObject json( allocator );
-   json.add( "name", observation.object->name );
-   json.add( "kind", kindName( observation.object->kind ) );
-   json.add( "reading", observation.reading );
-   json.addIfAny( "text", observation.text );
-   json.add( "unit", operations( observation.object->kind ).unit );
-   json.add( "alert", observation.object->alert );
-   json.add( "critical", observation.object->critical );
-   json.add( "min", observation.object->range.min );
-   json.add( "max", observation.object->range.max );
-   json.add( "state", std::string_view( stateName( observation.state ) ) );
-   json.addIfAny( "reason", observation.reason );
-   return std::move( json.value() );
-}
-
 Value findingJson( const Finding& finding, JsonObject::Allocator& allocator ) {
    JsonObject json( allocator );
    json.add( "file", finding.file );
@@ -75,9 +41,19 @@ Value findingJson( const Finding& finding, JsonObject::Allocator& allocator ) {
 JsonObject document( JsonObject::Allocator& allocator,
                      const std::string& board,
                      const std::vector< Observation >& observations ) {
-   JsonObject json( allocator );
-   json.add( "board", board );
-   json.add( "objects", arrayJson( observations, allocator, observationJson ) );
+   JsonObject json = beginDocument( board, allocator );
+   json.add( "objects",
+             arrayJson( observations, allocator, []( const auto& observation, auto& memory ) {
+                return std::move( observationJson( observation, memory ).value() );
+             } ) );
+   return json;
+}
+
+JsonObject statusDocument( JsonObject::Allocator& allocator,
+                           const std::string& board,
+                           const std::vector< Observation >& observations ) {
+   JsonObject json = document( allocator, board, observations );
+   json.add( "ok", Value( allOk( observations ) ) );
    return json;
 }
 
@@ -110,14 +86,46 @@ std::vector< std::string > readingTexts( const std::vector< Observation >& obser
 
 }  // namespace
 
-std::string statusTable( const std::vector< Observation >& observations, const TableStyle& style ) {
-   std::vector< Observation > byKind = observations;
-   std::ranges::stable_sort( byKind, {},
-                             []( const Observation& each ) { return each.object->kind; } );
+std::vector< Observation > inOrder( std::vector< Observation > observations, Order order ) {
+   std::ranges::stable_sort( observations, [ order ]( const Observation& a, const Observation& b ) {
+      switch ( order ) {
+         case Order::Kind:
+            return a.object->kind < b.object->kind;
+         case Order::State:
+            return severity( a.state ) > severity( b.state );
+         default:
+            // As people count: port2 is before port10.
+            return strverscmp( a.object->name.c_str(), b.object->name.c_str() ) < 0;
+      }
+   } );
+   return observations;
+}
+
+std::string limitsText( const ObjectSpec& object ) {
+   const FanRange& range = object.range;
+   if ( range.min && range.max ) {
+      return fmt::format( "{} - {}", *range.min, *range.max );
+   }
+   if ( range.min || range.max ) {
+      return range.min ? fmt::format( "from {}", *range.min ) : fmt::format( "to {}", *range.max );
+   }
+   if ( object.expected ) {
+      return "= " + numberText( *object.expected );
+   }
+   std::string low = object.low ? numberText( *object.low ) + " / " : "";
+   return object.alert && object.critical
+             ? low + numberText( *object.alert ) + " / " + numberText( *object.critical )
+             : "-";
+}
+
+std::string statusTable( const std::vector< Observation >& observations,
+                         const TableStyle& style,
+                         Order order ) {
+   std::vector< Observation > sorted = inOrder( observations, order );
    std::vector< std::vector< Cell > > cells;
-   std::vector< std::string > readings = readingTexts( byKind );
-   for ( size_t i = 0; i < byKind.size(); ++i ) {
-      const Observation& observation = byKind[ i ];
+   std::vector< std::string > readings = readingTexts( sorted );
+   for ( size_t i = 0; i < sorted.size(); ++i ) {
+      const Observation& observation = sorted[ i ];
       Kind kind = observation.object->kind;
       cells.push_back( { { observation.object->name },
                          { std::string( kindName( kind ) ) },
@@ -135,6 +143,29 @@ std::string statusTable( const std::vector< Observation >& observations, const T
                        cells, style );
 }
 
+std::string summaryText( const std::vector< Observation >& observations ) {
+   std::string counts;
+   for ( State state : { State::Ok, State::Absent, State::Alert, State::Critical, State::Fault,
+                         State::Failed, State::Pending } ) {
+      if ( auto count = std::ranges::count( observations, state, &Observation::state ) ) {
+         counts +=
+            fmt::format( "{}{} {}", counts.empty() ? ": " : ", ", count, stateName( state ) );
+      }
+   }
+   return fmt::format( "{} object{}{}\n", observations.size(), observations.size() == 1 ? "" : "s",
+                       counts );
+}
+
+// The reason, or what the object tells at length: lines may break here.
+std::string stateText( const Observation& observation ) {
+   const std::string& more =
+      observation.reason.empty() && textPlace( observation ) == TextPlace::AfterState
+         ? observation.text
+         : observation.reason;
+   std::string state = stateName( observation.state );
+   return more.empty() || more == state ? state : state + ": " + more;
+}
+
 std::string valueText( const Observation& observation ) {
    if ( observation.reading ) {
       std::string_view unit = operations( observation.object->kind ).unit;
@@ -148,32 +179,59 @@ std::string valueText( const Observation& observation ) {
    return isSilent ? "-" : stateName( observation.state );
 }
 
+JsonObject observationJson( const Observation& observation, JsonObject::Allocator& allocator ) {
+   const ObjectSpec& object = *observation.object;
+   JsonObject json( allocator );
+   json.add( "name", object.name );
+   json.add( "kind", kindName( object.kind ) );
+   json.add( "reading", observation.reading );
+   json.addIfAny( "text", observation.text );
+   json.add( "unit", operations( object.kind ).unit );
+   json.add( "low", object.low );
+   json.add( "alert", object.alert );
+   json.add( "critical", object.critical );
+   json.add( "hysteresis", object.hysteresis );
+   json.add( "min", object.range.min );
+   json.add( "max", object.range.max );
+   json.add( "expected", object.expected );
+   json.add( "state", std::string_view( stateName( observation.state ) ) );
+   json.addIfAny( "reason", observation.reason );
+   return json;
+}
+
 std::string statusJson( const std::string& board, const std::vector< Observation >& observations ) {
    JsonObject::Allocator allocator;
-   JsonObject json = document( allocator, board, observations );
-   json.add( "ok", Value( allOk( observations ) ) );
+   return statusDocument( allocator, board, observations ).text();
+}
+
+std::string statusJsonLine( const std::string& board,
+                            const std::vector< Observation >& observations ) {
+   JsonObject::Allocator allocator;
+   return statusDocument( allocator, board, observations ).line();
+}
+
+std::string setJson( const std::string& board,
+                     const Observation& observation,
+                     const Setting& setting,
+                     const std::string& text ) {
+   Kind kind = observation.object->kind;
+   JsonObject::Allocator allocator;
+   JsonObject object = observationJson( observation, allocator );
+   if ( kind == Kind::Fan || kind == Kind::Gpio ) {
+      object.add( "set", std::optional( setting.number ) );
+   } else {
+      object.add( "set", std::string_view( text ) );
+   }
+   Value objects( rapidjson::kArrayType );
+   objects.PushBack( object.value(), allocator );
+   JsonObject json = beginDocument( board, allocator );
+   json.add( "objects", std::move( objects ) );
+   json.add( "ok", Value( observation.state == State::Ok ) );
    return json.text();
 }
 
 std::string problemText( const Observation& observation ) {
    return observation.reason.empty() ? stateName( observation.state ) : observation.reason;
-}
-
-std::string smbusJson( const std::string& board,
-                       const std::string& operation,
-                       const Observation& endpoint ) {
-   bool ok = endpoint.state == State::Ok;
-   JsonObject::Allocator allocator;
-   JsonObject json( allocator );
-   json.add( "board", board );
-   json.add( "object", endpoint.object->name );
-   json.add( "operation", operation );
-   json.add( "answer", endpoint.text );
-   if ( !ok ) {
-      json.add( "error", problemText( endpoint ) );
-   }
-   json.add( "ok", Value( ok ) );
-   return json.text();
 }
 
 std::string findingsJson( const std::string& board, const std::vector< Finding >& findings ) {

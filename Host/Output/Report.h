@@ -4,28 +4,55 @@
 #include <vector>
 
 #include "BoardFiles/Finding.h"
+#include "Host/Output/JsonObject.h"
 #include "Host/Output/Table.h"
 #include "Host/Session/Observation.h"
+#include "Host/Session/SettingOperations.h"
 
-// What the program prints. The JSON documents share one shape: "board", "objects" and "ok", beside
-// which "findings" or "error" say why there are no objects.
+// What the program prints of objects. The JSON documents share one shape: beside "objects" and
+// "ok", "findings" or "error" say why there are no objects.
 namespace Host {
 
 using namespace BoardFiles;
 
-std::string statusTable( const std::vector< Observation >& observations, const TableStyle& style );
+// Within each, as the objects stand on the board.
+enum class Order { Kind, State, Name };  // State: the worst first
+
+std::vector< Observation > inOrder( std::vector< Observation > observations, Order order );
+
+std::string statusTable( const std::vector< Observation >& observations,
+                         const TableStyle& style,
+                         Order order = Order::Kind );
+
+// A line: how many there are, and how many of them are in which state.
+std::string summaryText( const std::vector< Observation >& observations );
+
 std::string statusJson( const std::string& board, const std::vector< Observation >& observations );
+std::string statusJsonLine( const std::string& board,
+                            const std::vector< Observation >& observations );
+
+// What an object is like after it was set: to a number, or what a user's text says.
+std::string setJson( const std::string& board,
+                     const Observation& observation,
+                     const Setting& setting,
+                     const std::string& text );
+
+// The limits in a few characters: "-5 / 75 / 85.5" (low where there is one, alert, critical),
+// "3600 - 20000", "= 1", or "-".
+std::string limitsText( const ObjectSpec& object );
 
 // The reading with its unit, or what else the object told, or where there is neither the state.
 std::string valueText( const Observation& observation );
 
+// The state, and the reason or what the object tells at length.
+std::string stateText( const Observation& observation );
+
 // The reason, or where there is none the state.
 std::string problemText( const Observation& observation );
 
-// What a raw transaction answered, or why there is no answer.
-std::string smbusJson( const std::string& board,
-                       const std::string& operation,
-                       const Observation& endpoint );
+// All that is known of an object.
+JsonObject observationJson( const Observation& observation, JsonObject::Allocator& allocator );
+
 std::string findingsJson( const std::string& board, const std::vector< Finding >& findings );
 std::string errorJson( const std::string& board, const std::string& error );
 

@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <map>
 
-#include "Host/Output/JsonObject.h"
+#include "Host/Output/BusPlace.h"
+#include "Host/Output/JsonDocument.h"
 
 namespace Host {
 
@@ -108,19 +109,6 @@ std::string othersText( const ScannedBus& bus, Presence presence, const char* ti
    return text;
 }
 
-std::string titleOf( const Wiring& wiring, size_t bus ) {
-   std::string path = WireNames( wiring ).pathOf( bus );
-   const std::string& label = wiring.busses[ bus ].label;
-   return label.empty() || label == path ? path : fmt::format( "{} ({})", label, path );
-}
-
-Value channelJson( const OpenChannel& channel, JsonObject::Allocator& allocator ) {
-   JsonObject json( allocator );
-   json.add( "mux", Value( channel.mux ) );
-   json.add( "byte", Value( channel.byte ) );
-   return std::move( json.value() );
-}
-
 Value addressJson( const Wiring& wiring,
                    const ScannedAddress& each,
                    JsonObject::Allocator& allocator ) {
@@ -142,10 +130,7 @@ Value busJson( const Wiring& wiring, const ScannedBus& bus, JsonObject::Allocato
              ( each.presence == Presence::Silent || each.presence == Presence::NotReached );
    } );
    JsonObject json( allocator );
-   json.addIfAny( "label", wiring.busses[ bus.bus ].label );
-   json.add( "path", WireNames( wiring ).pathOf( bus.bus ) );
-   json.add( "channels",
-             arrayJson( WireNames( wiring ).channelsTo( bus.bus ), allocator, channelJson ) );
+   addBus( json, wiring, bus.bus, allocator );
    json.add( "addresses", arrayJson( known, allocator, [ & ]( const auto& each, auto& memory ) {
                 return addressJson( wiring, each, memory );
              } ) );
@@ -156,7 +141,7 @@ Value busJson( const Wiring& wiring, const ScannedBus& bus, JsonObject::Allocato
 }  // namespace
 
 std::string scanText( const Wiring& wiring, const ScannedBus& bus, const TableStyle& style ) {
-   std::string text = titleOf( wiring, bus.bus ) + "\n" + gridText( bus, style ) +
+   std::string text = busTitle( wiring, bus.bus ) + "\n" + gridText( bus, style ) +
                       listText( wiring, bus, style ) +
                       othersText( bus, Presence::Above, "answer as well at" ) +
                       othersText( bus, Presence::Refused, "refused:" );
@@ -185,8 +170,7 @@ std::string scanJson( const Board& board,
                       const std::vector< ScannedBus >& busses,
                       const std::string& error ) {
    JsonObject::Allocator allocator;
-   JsonObject json( allocator );
-   json.add( "board", board.directory );
+   JsonObject json = beginDocument( board.directory, allocator );
    json.add( "busses", arrayJson( busses, allocator, [ & ]( const auto& bus, auto& memory ) {
                 return busJson( board.wiring, bus, memory );
              } ) );

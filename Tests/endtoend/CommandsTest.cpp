@@ -1,6 +1,9 @@
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include "BoardFiles/Schema.h"
 #include "Tests/endtoend/Process.h"
+#include "Utils/Json.h"
 
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -15,7 +18,10 @@ TEST( Commands, PrintWhatIsAsked ) {
    const std::pair< std::string, const char* > rows[] = {
       { kMinimal + "status",
         "object  kind         reading  unit   limits  state\n"
-        "board   temp_sensor     31.5  C     70 / 80  ok\n" },
+        "board   temp_sensor     31.5  C     70 / 80  ok\n"
+        "\n1 object: 1 ok\n" },
+      { kDemo + "get 'asic-?o*' inlet",
+        "inlet: 23.5 C\nasic-monitor: 31.5 C\nasic-core: 68.0625 C\n" },
       { kDemo + "get intake-duct", "-7.25 C\n" },
       { kDemo + "set module-reset 0", "0\n" },
       { kDemo + "set module-reset 1", "1\n" },
@@ -27,9 +33,6 @@ TEST( Commands, PrintWhatIsAsked ) {
       { kDemo + "smbus 'fpga3<0x70>' receive-byte", "0x00\n" },
       { kDemo + "smbus optics read-byte 0", "0x00\n" },
       { kDemo + "smbus eeprom1 i2c-write 0x10 1 2 --yes", "" },
-      { kDemo + "--json smbus --yes eeprom1 write-byte 0x10 0xaa",
-        "{\n  \"board\": \"Boards/demo\",\n  \"object\": \"eeprom1\",\n  "
-        "\"operation\": \"write-byte\",\n  \"answer\": \"\",\n  \"ok\": true\n}\n" },
    };
    for ( const auto& [ command, output ] : rows ) {
       Outcome outcome = lumen( command );
@@ -40,7 +43,13 @@ TEST( Commands, PrintWhatIsAsked ) {
 
 TEST( Commands, RefuseWhatCannotBeWithStatusTwo ) {
    const std::pair< std::string, const char* > rows[] = {
-      { kDemo + "get nowhere", "no object \"nowhere\"; it has chassis, inlet" },
+      { kDemo + "get nowhere", "no object \"nowhere\"; it has 63: lumen status shows them\n" },
+      { kDemo + "get inlt", "no object \"inlt\"; did you mean \"inlet\"?\n" },
+      { kDemo + "status inlet 'x*'", "no object \"x*\"; it has 63" },
+      { kMinimal + "statsu", "unknown command \"statsu\"; did you mean \"status\"?" },
+      { kMinimal + "watch --intrval=1",
+        "unknown option \"--intrval\"; did you mean \"--interval\"?" },
+      { kMinimal + "check board", "\"board\" is one argument too many" },
       { kDemo + "get '\x1b[31m'", "\" [31m\"" },
       { kDemo + "set module-reset 2", "a GPIO cannot be set to \"2\"; give 0 or 1" },
       { kDemo + "set inlet 20", "only an led, fan, gpio or poe_port" },
@@ -68,6 +77,57 @@ TEST( Commands, RefuseWhatCannotBeWithStatusTwo ) {
       EXPECT_EQ( outcome.status, 2 ) << command;
       EXPECT_EQ( outcome.output, "" ) << command;
       EXPECT_THAT( outcome.errors, HasSubstr( errors ) );
+   }
+}
+
+TEST( Commands, TellWhenASettingDoesNotShow ) {
+   Outcome input = lumen( kDemo + "set module-present 1" );
+   EXPECT_EQ( input.status, 1 );
+   EXPECT_EQ( input.output, "0\n" );
+   EXPECT_EQ( input.errors, "lumen: module-present: set to 1, but reads 0\n" );
+   Outcome rotor = lumen( kDemo + "set fan1 50%" );
+   EXPECT_EQ( rotor.status, 0 );
+   EXPECT_EQ( rotor.errors, "lumen: fan1: set to 6500 rpm; it may still be changing speed\n" );
+}
+
+TEST( Commands, RefuseAnEmulatorBesideASimulation ) {
+   Outcome outcome = Process( "env SIMULATION_VMID=1 lumen " + kMinimal + "status" ).wait();
+   EXPECT_EQ( outcome.status, 2 );
+   EXPECT_THAT( outcome.errors, HasSubstr( "leave out --emulate" ) );
+}
+
+// Whatever fails.
+TEST( Commands, PrintJsonAsTheSchemaSays ) {
+   const std::string schemas = LUMEN_SOURCE_DIR "/Boards/schemas/";
+   std::string text = textOf( schemas + "output.schema.json" );
+   const std::pair< const char*, std::string > rows[] = {
+      { "status", kDemo + "status" },
+      { "status", kDemo + "get fan1" },
+      { "error", "--board Boards/demo --socket /none status" },
+      { "set", kDemo + "set module-present 1" },
+      { "set", kDemo + "set fan1-led good" },
+      { "smbus", kDemo + "smbus eeprom1 read-word 4" },
+      { "smbus", kDemo + "smbus fan1 send-byte 1" },
+      { "smbus", kDemo + "smbus eeprom1 write-byte 0 1 --yes" },
+      { "poe", kDemo + "poe" },
+      { "poePort", kDemo + "poe poe1" },
+      { "poeFirmware", kDemo + "poe firmware --yes" },
+      { "scan", kDemo + "scan optics" },
+      { "findings", kDemo + "check" },
+      { "error", kDemo + "get nowhere" },
+      { "error", kDemo + "get" },
+      { "error", "status" },
+   };
+   for ( const auto& [ definition, command ] : rows ) {
+      BoardFiles::Schema schema(
+         fmt::format( R"({{ "$ref": "output.schema.json#/definitions/{}" }})", definition ).c_str(),
+         { { "output.schema.json", text.c_str() } } );
+      std::string output = lumen( "--json " + command ).output;
+      Utils::Json::Document document;
+      ASSERT_FALSE( Utils::Json::parse( output.c_str(), document ) ) << command << output;
+      for ( const auto& [ pointer, problem ] : schema.validate( document ) ) {
+         ADD_FAILURE() << command << ": " << pointer << ": " << problem;
+      }
    }
 }
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "Host/Output/Report.h"
+#include "Host/Output/SmbusReport.h"
 #include "Host/Session/SlotWords.h"
 #include "Utils/Text.h"
 
@@ -34,6 +35,76 @@ TEST( TableTest, AlignsColumnsWhateverTheTexts ) {
               "power   led           Good                     -  ok\n"
               "inlet   temp_sensor     -7.3  C        75 / 85.5  alert\n"
               "fän 1   fan          12000    rpm   3600 - 20000  ok\n" );
+}
+
+TEST( TableTest, PutsTheWorstFirstAndNamesAsPeopleCount ) {
+   const ObjectSpec second{ Kind::Fan, "port2", "" };
+   const ObjectSpec tenth{ Kind::Gpio, "port10", "" };
+   std::vector< Observation > rows = { { &tenth, State::Ok },       { &second, State::Ok },
+                                       { &second, State::Absent },  { &second, State::Alert },
+                                       { &second, State::Failed },  { &tenth, State::Critical },
+                                       { &second, State::Pending }, { &second, State::Fault } };
+   std::string states;
+   for ( const Observation& each : inOrder( rows, Order::State ) ) {
+      states += stateName( each.state ) + std::string( " " );
+   }
+   EXPECT_EQ( states, "failed critical fault alert absent pending ok ok " );
+   EXPECT_EQ( inOrder( rows, Order::Name ).back().object, &tenth );
+   EXPECT_EQ( inOrder( rows, Order::State ).back().object, &second );
+   EXPECT_EQ( summaryText( rows ),
+              "8 objects: 2 ok, 1 absent, 1 alert, 1 critical, 1 fault, "
+              "1 failed, 1 pending\n" );
+}
+
+TEST( LimitsTest, HoldOnBothSidesAndUntilTheReadingIsWellInside ) {
+   ObjectSpec sensor{ Kind::TempSensor, "", "", {}, 70, 80 };
+   sensor.low = -20;
+   sensor.hysteresis = 2;
+   ObjectSpec fan{ .kind = Kind::Fan, .name = "", .device = "", .range = { 3000, {} } };
+   ObjectSpec gpio{ .kind = Kind::Gpio, .name = "", .device = "", .expected = 1 };
+   struct Row {
+      const ObjectSpec& object;
+      double value;
+      State before, state;
+      const char* reason = "";
+   };
+   const Row rows[] = {
+      { sensor, -55, State::Ok, State::Alert, "at or below its low limit" },
+      { sensor, -20, State::Ok, State::Alert, "at or below its low limit" },
+      { sensor, -19.5, State::Ok, State::Ok },
+      { sensor, -18.5, State::Alert, State::Alert, "until it is up to -18 C" },
+      { sensor, -18, State::Alert, State::Ok },
+      { sensor, 69.5, State::Alert, State::Alert, "until it is down to 68 C" },
+      { sensor, 69.5, State::Failed, State::Ok },
+      { sensor, 68, State::Alert, State::Ok },
+      { sensor, 79, State::Alert, State::Alert },
+      { sensor, 78.5, State::Critical, State::Critical, "until it is down to 78 C" },
+      { sensor, 78, State::Critical, State::Alert },
+      { sensor, 68.5, State::Critical, State::Alert, "until it is down to 68 C" },
+      { sensor, -55, State::Critical, State::Alert, "at or below its low limit" },
+      { fan, 0, State::Ok, State::Critical, "the fan does not turn" },
+      { fan, 2699, State::Ok, State::Alert, "slower than its lowest speed" },
+      { fan, 2700, State::Ok, State::Ok },
+      { gpio, 0, State::Ok, State::Alert, "should be 1" },
+      { gpio, 1, State::Alert, State::Ok },
+   };
+   for ( const auto& [ object, value, before, state, reason ] : rows ) {
+      Observation previous{ &object, before };
+      Observation now = observed( object, { .value = value }, "", &previous );
+      EXPECT_EQ( now.state, state ) << value;
+      EXPECT_EQ( now.reason, reason ) << value;
+   }
+   EXPECT_EQ( limitsText( sensor ), "-20 / 70 / 80" );
+   EXPECT_EQ( limitsText( fan ), "from 3000" );
+   EXPECT_EQ( limitsText( gpio ), "= 1" );
+}
+
+TEST( SmbusReportTest, DumpsBytesInLinesAndWordsAsNumbers ) {
+   EXPECT_EQ( hexDump( std::string( "port 1\n\xff~\x7f", 10 ) + "ABCDEFG" ),
+              "0000  70 6f 72 74 20 31 0a ff  7e 7f 41 42 43 44 45 46   port 1..~.ABCDEF\n"
+              "0010  47                                                 G\n" );
+   EXPECT_EQ( answerText( "\x20\x31", Answer::Word ), "0x3120" );
+   EXPECT_EQ( answerText( "\x20\x31", Answer::Bytes ), "0x20 0x31" );
 }
 
 TEST( ValueTest, IsTheStateWhereAnObjectTellsNothing ) {
