@@ -66,6 +66,7 @@ int main( int argc, char** argv ) {
    CLI::App app( "Reads and drives the objects of a board.", "lumen" );
    addOptions( app, program );
    Host::addStatusCommand( app, program );
+   Host::addShowCommand( app, program );
    Host::addWatchCommand( app, program );
    Host::addGetAndSetCommands( app, program );
    Host::addPoeCommand( app, program );

@@ -107,6 +107,7 @@ void addGetAndSetCommands( CLI::App& app, Program& program );
 void addLogCommand( CLI::App& app, Program& program );
 void addPoeCommand( CLI::App& app, Program& program );
 void addScanCommand( CLI::App& app, Program& program );
+void addShowCommand( CLI::App& app, Program& program );
 void addSmbusCommand( CLI::App& app, Program& program );
 void addWatchCommand( CLI::App& app, Program& program );
 

@@ -33,15 +33,8 @@ Reading readNothing( void* ) {
 template < typename Record, typename Ops, typename Value >
 Reading readWith( pl_status ( *Ops::*getter )( Record*, Value* ), void* object ) {
    auto record = static_cast< Record* >( object );
-   if ( !( record->ops->*getter ) ) {
-      return { .status = PL_STATUS_UNSUPPORTED };
-   }
-   Value value{};
-   pl_status status = ( record->ops->*getter )( record, &value );
-   if ( status != PL_STATUS_OK ) {
-      return { .status = status };
-   }
-   return { .status = status, .value = static_cast< double >( value ) };
+   return record->ops->*getter ? readNumber( record->ops->*getter, record )
+                               : Reading{ .status = PL_STATUS_UNSUPPORTED };
 }
 
 template < auto kGetter >

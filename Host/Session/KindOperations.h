@@ -18,6 +18,15 @@ struct Reading {
    std::string text = {};               // for people; of a failure why, where the object tells it
 };
 
+// What a getter of the library tells, as a reading.
+template < typename Record, typename Value >
+Reading readNumber( pl_status ( *getter )( Record*, Value* ), Record* record ) {
+   Value value{};
+   pl_status status = getter( record, &value );
+   return status == PL_STATUS_OK ? Reading{ .value = static_cast< double >( value ) }
+                                 : Reading{ .status = status };
+}
+
 using EntryPoint = void ( * )();  // of the type that the name in pl.h has
 
 // Where the text that objects of a kind tell is shown.

@@ -22,6 +22,10 @@ struct Values {
 constexpr std::array kStatusNames = { "disabled",   "searching", "requesting", "requesting",
                                       "delivering", "fault",     "fault" };
 
+// In the order of pl_poe_port_pair_state, behind a status.
+constexpr std::array kPairNames = { "", ", primary pairs", ", alternative pairs",
+                                    ", all four pairs" };
+
 bool isFault( pl_poe_port_state state ) {
    return state == PL_POE_PORT_FAULT || state == PL_POE_PORT_OVERLOAD;
 }
@@ -32,11 +36,21 @@ std::string taken( char* text ) {
    return copy;
 }
 
-pl_status readState( pl_poe_port* port, pl_poe_port_state* state ) {
-   pl_poe_port_state primary{};
-   pl_poe_port_state alternative{};
+struct States {
+   pl_poe_port_state whole{}, primary{}, alternative{};
    pl_poe_port_pair_state pairs{};
-   return port->ops->get_poe_port_power_state( port, state, &primary, &alternative, &pairs );
+};
+
+pl_status readStates( pl_poe_port* port, States& states ) {
+   return port->ops->get_poe_port_power_state( port, &states.whole, &states.primary,
+                                               &states.alternative, &states.pairs );
+}
+
+pl_status readState( pl_poe_port* port, pl_poe_port_state* state ) {
+   States states;
+   pl_status status = readStates( port, states );
+   *state = states.whole;
+   return status;
 }
 
 pl_status readClass( pl_poe_port* port, pl_poe_device_class* deviceClass ) {
@@ -119,6 +133,28 @@ Reading readPoePower( void* object ) {
                state == PL_POE_PORT_OVERLOAD ? "overload" : "fault" };
    }
    return { PL_STATUS_OK, watts, state == PL_POE_PORT_DISABLED ? "disabled" : "" };
+}
+
+Reading readPoeState( pl_poe_port* port ) {
+   States states;
+   if ( pl_status status = readStates( port, states ) ) {
+      return { .status = status };
+   }
+   auto word = []( const auto& names, auto number ) -> std::string {
+      auto place = static_cast< size_t >( number );
+      return place < names.size() ? names[ place ] : "unknown";
+   };
+   return { .text = word( kStatusNames, states.whole ) + word( kPairNames, states.pairs ) };
+}
+
+Reading readPoeClass( pl_poe_port* port ) {
+   pl_poe_device_class deviceClass{};
+   if ( pl_status status = readClass( port, &deviceClass ) ) {
+      return { .status = status };
+   }
+   return deviceClass < PL_POE_CLASS_UNKNOWN
+             ? Reading{ .value = static_cast< double >( deviceClass ) }
+             : Reading{ .text = "unknown" };
 }
 
 Reading readPoePort( void* object ) {

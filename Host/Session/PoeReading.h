@@ -15,6 +15,10 @@ namespace Host {
 // Watts. A port with a fault, and one that is disabled, says so.
 Reading readPoePower( void* object );
 
+// In words: "delivering, primary pairs". The class is a number, or words where it is unknown.
+Reading readPoeState( pl_poe_port* port );
+Reading readPoeClass( pl_poe_port* port );
+
 // All that poePortOf() makes a port of, in the reading's text.
 Reading readPoePort( void* object );
 

@@ -129,6 +129,23 @@ pl_status tellInformation( pl_poe_port* port, char** text ) {
    return PL_STATUS_OK;
 }
 
+// A supply without input power and with no measure of its output power.
+const pl_psu_ops kSupply = {
+   .size = sizeof( pl_psu_ops ),
+   .unused = nullptr,
+   .get_power_ok =
+      []( pl_psu*, int* ok ) {
+         *ok = 0;
+         return pl_status{ PL_STATUS_OK };
+      },
+   .get_input_current = []( pl_psu*, float* amperes ) { return perform( "nan", amperes ); },
+   .get_output_current = []( pl_psu*, float* amperes ) { return perform( "1.5", amperes ); },
+   .get_input_voltage = []( pl_psu*, float* volts ) { return perform( "nak status4", volts ); },
+   .get_output_voltage = []( pl_psu*, float* volts ) { return perform( "status4", volts ); },
+   .get_input_power = []( pl_psu*, float* watts ) { return perform( "other-kind", watts ); },
+   .get_output_power = nullptr,
+};
+
 int findNone( pl_xcvr* ) {
    return 0;
 }
@@ -158,7 +175,7 @@ FAKE_INIT( poe_port )
 FAKE_INIT( temp_sensor )
 FAKE_KIND( fan, ops.get_rpm = readSpeed, ops.set_rpm = speedUp )
 FAKE_KIND( xcvr, ops.type = PL_XCVR_QSFP, ops.family.qsfp.get_presence = findNone )
-FAKE_KIND( psu )
+FAKE_KIND( psu, ops = kSupply )
 FAKE_KIND( gpio )
 FAKE_INIT( smbus )
 

@@ -1,7 +1,10 @@
 #include <gmock/gmock.h>
 
 #include "Host/Output/Report.h"
+#include "Host/Output/ShowReport.h"
 #include "Host/Output/SmbusReport.h"
+#include "Host/Session/FactReader.h"
+#include "Host/Session/Session.h"
 #include "Host/Session/SlotWords.h"
 #include "Utils/Text.h"
 
@@ -97,6 +100,23 @@ TEST( LimitsTest, HoldOnBothSidesAndUntilTheReadingIsWellInside ) {
    EXPECT_EQ( limitsText( sensor ), "-20 / 70 / 80" );
    EXPECT_EQ( limitsText( fan ), "from 3000" );
    EXPECT_EQ( limitsText( gpio ), "= 1" );
+}
+
+TEST( ShowTest, TellsWhatCanBeReadAndWhyTheRestCannot ) {
+   setenv( "SIMULATION_VMID", "1", 1 );
+   DriverLibrary library( LUMEN_FAKE_LIBRARY );
+   Board board{ .directory = "b", .topology = "", .objects = { { Kind::Psu, "psu", "{}" } } };
+   Session session( library, board, { .socket = "/nonexistent", .readObject = readFacts } );
+   ShownObject supply = shownObject( board, session.read()[ 0 ] );
+   EXPECT_EQ( showText( board, supply ),
+              "psu\n"
+              "   kind:            psu\n"
+              "   state:           fault: the power is not ok\n"
+              "   power ok:        0\n"
+              "   input voltage:   failed: no acknowledge from device 0x48\n"
+              "   input current:   failed: the reading is no number\n"
+              "   output voltage:  failed: I/O error\n"
+              "   output current:  1.5 A\n" );
 }
 
 TEST( SmbusReportTest, DumpsBytesInLinesAndWordsAsNumbers ) {
