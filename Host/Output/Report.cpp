@@ -16,17 +16,7 @@ TextPlace textPlace( const Observation& observation ) {
 }
 
 Cell stateCell( const Observation& observation ) {
-   std::string text = stateText( observation );
-   switch ( observation.state ) {
-      case State::Ok:
-         return { text, Colour::Green };
-      case State::Alert:
-         return { text, Colour::Yellow };
-      case State::Absent:
-         return { text, Colour::Dim };
-      default:
-         return { text, Colour::Red };
-   }
+   return { stateText( observation ), stateColour( observation.state ) };
 }
 
 Value findingJson( const Finding& finding, JsonObject::Allocator& allocator ) {
@@ -57,25 +47,12 @@ JsonObject statusDocument( JsonObject::Allocator& allocator,
    return json;
 }
 
-std::string readingCellText( const Observation& observation ) {
-   if ( observation.reading ) {
-      return numberText( *observation.reading );
-   }
-   bool isShort = textPlace( observation ) == TextPlace::Reading;
-   return isShort && !observation.text.empty() ? observation.text : "-";
-}
-
-// What follows the decimal point, with the point.
-size_t fractionLength( const std::string& number ) {
-   return number.size() - std::min( number.find( '.' ), number.size() );
-}
-
 // Right-aligned, they have their decimal points in one column.
 std::vector< std::string > readingTexts( const std::vector< Observation >& observations ) {
    std::vector< std::string > texts;
    size_t longest = 0;
    for ( const Observation& observation : observations ) {
-      texts.push_back( readingCellText( observation ) );
+      texts.push_back( readingText( observation ) );
       longest = std::max( longest, fractionLength( texts.back() ) );
    }
    for ( std::string& text : texts ) {
@@ -118,6 +95,41 @@ std::string limitsText( const ObjectSpec& object ) {
              : "-";
 }
 
+std::string stateText( const Observation& observation ) {
+   const std::string& more =
+      observation.reason.empty() && textPlace( observation ) == TextPlace::AfterState
+         ? observation.text
+         : observation.reason;
+   std::string state = stateName( observation.state );
+   return more.empty() || more == state ? state : state + ": " + more;
+}
+
+Colour stateColour( State state ) {
+   switch ( state ) {
+      case State::Ok:
+         return Colour::Green;
+      case State::Alert:
+         return Colour::Yellow;
+      case State::Absent:
+      case State::Pending:
+         return Colour::Dim;
+      default:
+         return Colour::Red;
+   }
+}
+
+std::string readingText( const Observation& observation ) {
+   if ( observation.reading ) {
+      return numberText( *observation.reading );
+   }
+   bool isShort = textPlace( observation ) == TextPlace::Reading;
+   return isShort && !observation.text.empty() ? observation.text : "-";
+}
+
+size_t fractionLength( const std::string& number ) {
+   return number.size() - std::min( number.find( '.' ), number.size() );
+}
+
 std::string statusTable( const std::vector< Observation >& observations,
                          const TableStyle& style,
                          Order order ) {
@@ -154,16 +166,6 @@ std::string summaryText( const std::vector< Observation >& observations ) {
    }
    return fmt::format( "{} object{}{}\n", observations.size(), observations.size() == 1 ? "" : "s",
                        counts );
-}
-
-// The reason, or what the object tells at length: lines may break here.
-std::string stateText( const Observation& observation ) {
-   const std::string& more =
-      observation.reason.empty() && textPlace( observation ) == TextPlace::AfterState
-         ? observation.text
-         : observation.reason;
-   std::string state = stateName( observation.state );
-   return more.empty() || more == state ? state : state + ": " + more;
 }
 
 std::string valueText( const Observation& observation ) {
