@@ -96,6 +96,9 @@ int pl_try( int ( *attempt )( void* user ), void* user, int timeout_ms, struct p
  * of. */
 void pl_failure_forget( void );
 
+/* Null before the first failure. Successes leave it as it is. */
+const struct pl_service_failure* pl_last_failure( void );
+
 /* One transfer of a batch, as it was sent to the SMBus service and answered. */
 struct pl_wire_transfer {
    int operation;                  /* RequestType of smbus.proto */
