@@ -97,6 +97,16 @@ TEST( Commands, RefuseAnEmulatorBesideASimulation ) {
    EXPECT_THAT( outcome.errors, HasSubstr( "leave out --emulate" ) );
 }
 
+TEST( Commands, SayThatASimulationTouchesNoChip ) {
+   TemporaryDirectory files;
+   Outcome outcome = Process( "env SIMULATION_VMID=1 LUMENLIB_SIMDIR=" + files.path().string() +
+                              " lumen --json --board Boards/minimal status" )
+                        .wait();
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_EQ( outcome.errors, "lumen: simulation: no chip is touched\n" );
+   EXPECT_THAT( outcome.output, HasSubstr( R"("simulation": true)" ) );
+}
+
 // Whatever fails.
 TEST( Commands, PrintJsonAsTheSchemaSays ) {
    const std::string schemas = LUMEN_SOURCE_DIR "/Boards/schemas/";

@@ -92,7 +92,8 @@ TEST_F( FailingBoardTest, FailsARawTransactionWithTheReason ) {
    Outcome outcome = board.lumen( "--json smbus eeprom1 read-byte 0" );
    EXPECT_EQ( outcome.status, 1 );
    EXPECT_THAT( outcome.output,
-                HasSubstr( R"("error": "no acknowledge from Max7356 0x71 at optics")" ) );
+                AllOf( HasSubstr( R"("answer": null)" ), HasSubstr( R"("state": "failed")" ),
+                       HasSubstr( R"("error": "no acknowledge from Max7356 0x71 at optics")" ) ) );
 }
 
 TEST( BrokenBoardTest, NamesFileAndPlace ) {

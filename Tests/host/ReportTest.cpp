@@ -105,10 +105,16 @@ TEST( LimitsTest, HoldOnBothSidesAndUntilTheReadingIsWellInside ) {
 TEST( ShowTest, TellsWhatCanBeReadAndWhyTheRestCannot ) {
    setenv( "SIMULATION_VMID", "1", 1 );
    DriverLibrary library( LUMEN_FAKE_LIBRARY );
-   Board board{ .directory = "b", .topology = "", .objects = { { Kind::Psu, "psu", "{}" } } };
+   Board board{ .directory = "b", .topology = "" };
+   board.objects = { { Kind::Psu, "psu", "{}" }, { Kind::Xcvr, "port", "{}" } };
    Session session( library, board, { .socket = "/nonexistent", .readObject = readFacts } );
-   ShownObject supply = shownObject( board, session.read()[ 0 ] );
-   EXPECT_EQ( showText( board, supply ),
+   auto observations = session.read();
+   EXPECT_EQ( showText( board, shownObject( board, observations[ 1 ] ) ),
+              "port\n"
+              "   kind:   xcvr\n"
+              "   state:  absent\n"
+              "   type:   QSFP\n" );
+   EXPECT_EQ( showText( board, shownObject( board, observations[ 0 ] ) ),
               "psu\n"
               "   kind:            psu\n"
               "   state:           fault: the power is not ok\n"
