@@ -54,6 +54,10 @@ typedef void ( *pl_failure_sink )( void* user, const struct pl_service_failure* 
  * the library. */
 void pl_failure_sink_set( pl_failure_sink sink, void* user );
 
+/* Makes pl_last_failure() null until the next failure: for a host that asks what one call failed
+ * of. */
+void pl_failure_forget( void );
+
 /* Null before the first failure. Successes leave it as it is. */
 const struct pl_service_failure* pl_last_failure( void );
 
@@ -92,12 +96,6 @@ struct pl_trial {
  * nor locks that they may hold. Not to be called by a signal handler. Signals that interrupt the
  * wait do not end it. An exception that leaves the attempt ends the child like an assertion. */
 int pl_try( int ( *attempt )( void* user ), void* user, int timeout_ms, struct pl_trial* trial );
-/* Makes pl_last_failure() null until the next failure: for a host that asks what one call failed
- * of. */
-void pl_failure_forget( void );
-
-/* Null before the first failure. Successes leave it as it is. */
-const struct pl_service_failure* pl_last_failure( void );
 
 /* One transfer of a batch, as it was sent to the SMBus service and answered. */
 struct pl_wire_transfer {
