@@ -1,26 +1,23 @@
 #include <fmt/format.h>
-#include <poll.h>
-#include <signal.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 
 #include "Host/Commands/Commands.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
+#include "Host/Session/Service.h"
 #include "Host/Session/SettingOperations.h"
 #include "Host/Session/UseError.h"
+#include "Host/Watch/ScreenWatch.h"
 
 namespace Host {
 
 namespace {
-
-constexpr const char* kHideCursor = "\x1b[?25l";
-constexpr const char* kShowCursor = "\x1b[?25h";
-constexpr const char* kHomeAndClear = "\x1b[H\x1b[2J";
 
 constexpr double kShortestInterval = 0.05;  // seconds
 constexpr double kLongestInterval = 3600;
@@ -31,38 +28,6 @@ struct Arguments {
    std::vector< std::string > settings = {};  // NAME=VALUE
 };
 
-volatile sig_atomic_t interrupted = 0;
-
-void noteInterrupt( int ) {
-   interrupted = 1;
-}
-
-// The terminal shows one table, rewritten in place; anything else gets one table after the other.
-class Screen {
- public:
-   Screen() : terminal_( isatty( STDOUT_FILENO ) ) { put( kHideCursor ); }
-   ~Screen() { put( kShowCursor ); }
-   Screen( const Screen& ) = delete;
-   Screen& operator=( const Screen& ) = delete;
-
-   // False when nobody can see it any more.
-   bool show( const std::string& text ) {
-      put( kHomeAndClear );
-      print( text );
-      return flushOutput();
-   }
-
- private:
-   void put( const char* sequence ) const {
-      if ( terminal_ ) {
-         print( sequence );
-         flushOutput();
-      }
-   }
-
-   bool terminal_;
-};
-
 // Refuses what is no number at all as well, which a range lets pass.
 std::string checkInterval( std::string& text ) {
    double seconds = NAN;
@@ -70,14 +35,6 @@ std::string checkInterval( std::string& text ) {
    return isNumber && seconds >= kShortestInterval && seconds <= kLongestInterval
              ? ""
              : text + " is not in range";
-}
-
-void catchInterrupts() {
-   struct sigaction action {};
-   action.sa_handler = noteInterrupt;
-   action.sa_flags = SA_RESETHAND;  // a second interrupt does not wait for a chip
-   sigaction( SIGINT, &action, nullptr );
-   sigaction( SIGTERM, &action, nullptr );
 }
 
 void applySettings( OpenBoard& open, const std::vector< std::string >& settings ) {
@@ -92,34 +49,81 @@ void applySettings( OpenBoard& open, const std::vector< std::string >& settings 
    }
 }
 
-int watch( const Program& program, const Arguments& arguments ) {
-   OpenBoard open( program, loadBoard( program ) );
-   applySettings( open, arguments.settings );
-   catchInterrupts();
-   Screen screen;
+// False when there was a signal before.
+bool awaitSweep( Session& session, const Signals& signals ) {
+   session.begin();
+   while ( session.isBusy() && signals.take().none() ) {
+      session.await( std::chrono::hours( 1 ), signals.descriptor() );
+   }
+   return !session.isBusy() && signals.take().none();
+}
+
+// False when there was a signal before.
+bool awaitNextSweep( Session& session, const Signals& signals, double interval ) {
+   using namespace std::chrono;
+   auto end = steady_clock::now() +
+              duration_cast< steady_clock::duration >( duration< double >( interval ) );
+   while ( signals.take().none() ) {
+      auto left = ceil< milliseconds >( end - steady_clock::now() );
+      if ( left <= milliseconds::zero() ) {
+         return true;
+      }
+      session.await( left, signals.descriptor() );
+   }
+   return false;
+}
+
+// One table, or one document, for each sweep.
+int watchSweeps( const Program& program, const Arguments& arguments, Session& session ) {
+   Signals signals( { SIGINT, SIGTERM } );
    bool ok = true;
-   for ( unsigned round = 0; !interrupted; ++round ) {
-      auto observations = open.session.read();
-      if ( interrupted ) {
-         break;
-      }
+   for ( unsigned sweep = 1; awaitSweep( session, signals ); ++sweep ) {
+      const auto& observations = session.latest();
       ok = allOk( observations );
-      bool isSeen =
-         screen.show( program.json ? statusJson( program.board, observations )
-                                   : statusTable( observations, TableStyle::ofOutput() ) + "\n" );
-      if ( !isSeen || round + 1 == arguments.count ) {
+      print( program.json ? statusJson( program.board, observations )
+                          : statusTable( observations, TableStyle::ofOutput() ) + "\n" );
+      if ( !flushOutput() || sweep == arguments.count ||
+           !awaitNextSweep( session, signals, arguments.interval ) ) {
          break;
       }
-      poll( nullptr, 0, static_cast< int >( arguments.interval * 1000 ) );
    }
    return ok ? kAllWell : kNotWell;
+}
+
+int watchOnScreen( const Program& program, const Arguments& arguments, Session& session ) {
+   Signals signals = ScreenWatch::signals();
+   WatchHeading heading{ program.board, arguments.interval, !serviceNeeded() };
+   int end = ScreenWatch( session, signals, heading, arguments.count ).run();
+   if ( end == SIGQUIT || end == SIGHUP ) {
+      signals.obey( end );
+   }
+   bool ok = std::ranges::all_of( session.latest(), []( const Observation& each ) {
+      return each.state == State::Ok || each.state == State::Pending;
+   } );
+   return ok ? kAllWell : kNotWell;
+}
+
+int watch( const Program& program, const Arguments& arguments ) {
+   bool isOnScreen = !program.json && Terminal::isCapable();
+   if ( isOnScreen && ( program.trace >= 0 || program.traceWire ) && Terminal::hasErrors() ) {
+      throw UseError(
+         "--trace and --trace-wire would print across the screen of watch: send them to a file, "
+         "with 2>FILE" );
+   }
+   OpenBoard open( program, loadBoard( program ) );
+   applySettings( open, arguments.settings );
+   return isOnScreen ? watchOnScreen( program, arguments, open.session )
+                     : watchSweeps( program, arguments, open.session );
 }
 
 }  // namespace
 
 void addWatchCommand( CLI::App& app, Program& program ) {
    auto arguments = std::make_shared< Arguments >();
-   auto command = addCommand( app, program, { "watch", "the status, refreshed until Ctrl-C" },
+   auto command = addCommand( app, program,
+                              { "watch",
+                                "the status on the whole screen, refreshed until q or Ctrl-C; "
+                                "without a terminal, a table for each reading" },
                               [ &program, arguments ] { return watch( program, *arguments ); } );
    command->add_option( "--interval", arguments->interval, "seconds between two readings" )
       ->check( CLI::Validator( checkInterval, "FLOAT in [0.05 - 3600]" ) )

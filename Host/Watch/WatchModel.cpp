@@ -1,0 +1,138 @@
+#include "Host/Watch/WatchModel.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace Host {
+
+namespace {
+
+constexpr std::array kOrderNames = { "state", "name", "kind", "reading" };
+
+size_t urgency( State state ) {
+   return static_cast< size_t >( std::ranges::find( kStatesByUrgency, state ) -
+                                 kStatesByUrgency.begin() );
+}
+
+bool isSame( const Observation& a, const Observation& b ) {
+   return a.state == b.state && a.reading == b.reading && a.reason == b.reason && a.text == b.text;
+}
+
+bool precedes( const WatchRow& a, const WatchRow& b, WatchOrder order ) {
+   const ObjectSpec& object = *a.latest.object;
+   const ObjectSpec& other = *b.latest.object;
+   constexpr double kNone = -std::numeric_limits< double >::infinity();
+   switch ( order ) {
+      case WatchOrder::State:
+         return urgency( a.latest.state ) < urgency( b.latest.state );
+      case WatchOrder::Name:
+         return strverscmp( object.name.c_str(), other.name.c_str() ) < 0;
+      case WatchOrder::Kind:
+         return object.kind < other.kind;
+      default:
+         return a.latest.reading.value_or( kNone ) > b.latest.reading.value_or( kNone );
+   }
+}
+
+}  // namespace
+
+const char* orderName( WatchOrder order ) {
+   return kOrderNames[ static_cast< size_t >( order ) ];
+}
+
+WatchModel::WatchModel( const std::vector< Observation >& observations ) {
+   for ( const Observation& observation : observations ) {
+      rows_.push_back( { observation } );
+      ++counts_[ static_cast< size_t >( observation.state ) ];
+   }
+   choose();
+}
+
+bool WatchModel::update( const std::vector< Observation >& observations,
+                         WallClock::time_point now ) {
+   bool isNew = false;
+   bool isMoved = false;
+   for ( size_t i = 0; i < rows_.size(); ++i ) {
+      const Observation& latest = rows_[ i ].latest;
+      if ( isSame( observations[ i ], latest ) ) {
+         continue;
+      }
+      isNew = true;
+      isMoved = isMoved ||
+                ( order_ == WatchOrder::State && observations[ i ].state != latest.state ) ||
+                ( order_ == WatchOrder::Reading && observations[ i ].reading != latest.reading );
+      take( rows_[ i ], observations[ i ], now );
+   }
+   if ( isMoved ) {
+      arrange();
+   }
+   return isNew;
+}
+
+void WatchModel::take( WatchRow& row, const Observation& observation, WallClock::time_point now ) {
+   State before = row.latest.state;
+   row.latest = observation;
+   if ( observation.state != before ) {
+      --counts_[ static_cast< size_t >( before ) ];
+      ++counts_[ static_cast< size_t >( observation.state ) ];
+      if ( before != State::Pending ) {
+         log_.add( before, observation, now );
+      }
+   }
+   if ( observation.reading ) {
+      row.lowest = std::min( row.lowest.value_or( *observation.reading ), *observation.reading );
+      row.highest = std::max( row.highest.value_or( *observation.reading ), *observation.reading );
+   }
+}
+
+void WatchModel::nextOrder() {
+   order_ =
+      static_cast< WatchOrder >( ( static_cast< size_t >( order_ ) + 1 ) % kOrderNames.size() );
+   arrange();
+}
+
+void WatchModel::filterIs( const std::string& filter ) {
+   filter_ = filter;
+   choose();
+}
+
+bool WatchModel::passes( const std::string& name ) const {
+   return filter_.find_first_of( "*?[" ) == std::string::npos
+             ? strcasestr( name.c_str(), filter_.c_str() ) != nullptr
+             : fnmatch( filter_.c_str(), name.c_str(), FNM_CASEFOLD ) == 0;
+}
+
+void WatchModel::choose() {
+   shown_.clear();
+   for ( size_t i = 0; i < rows_.size(); ++i ) {
+      if ( passes( rows_[ i ].latest.object->name ) ) {
+         shown_.push_back( i );
+      }
+   }
+   arrange();
+}
+
+// Rows that are equal stay as they are on the board.
+void WatchModel::arrange() {
+   std::ranges::sort( shown_ );
+   std::ranges::stable_sort( shown_, [ this ]( size_t a, size_t b ) {
+      return precedes( rows_[ a ], rows_[ b ], order_ );
+   } );
+   scroll( 0 );
+}
+
+void WatchModel::heightIs( size_t rows ) {
+   height_ = rows;
+   scroll( 0 );
+}
+
+void WatchModel::scroll( ptrdiff_t rows ) {
+   auto last = static_cast< ptrdiff_t >( shown_.size() - std::min( height_, shown_.size() ) );
+   top_ = static_cast< size_t >(
+      std::clamp< ptrdiff_t >( static_cast< ptrdiff_t >( top_ ) + rows, 0, last ) );
+}
+
+}  // namespace Host
