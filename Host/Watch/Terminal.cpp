@@ -22,12 +22,13 @@ termios modes;
 pid_t owner = -1;
 const char* rescue = "";
 
-// Returns to what crashes once more, then by default.
-void giveBack( int ) {
+// Once it has returned, the signal does what it does by default.
+void giveBack( int number ) {
    if ( getpid() == owner ) {
       ( void )!write( STDOUT_FILENO, rescue, strlen( rescue ) );
       tcsetattr( STDIN_FILENO, TCSANOW, &modes );
    }
+   raise( number );
 }
 
 // Not where somebody else, a sanitizer say, has a handler.

@@ -28,6 +28,9 @@ constexpr size_t kLinesForAll = 10;
 constexpr size_t kLinesForEachChange = 5;
 
 constexpr std::string_view kSimulation = "simulation";
+constexpr std::string_view kNameTitle = "object";
+constexpr std::string_view kKindTitle = "kind";
+constexpr std::string_view kReadingTitle = "reading";
 
 std::string gap() {
    return std::string( kGap, ' ' );
@@ -72,7 +75,9 @@ void addHelp( Frame& frame, size_t lines, size_t columns ) {
 }  // namespace
 
 WatchView::WatchView( WatchHeading heading, const WatchModel& model )
-    : heading_( std::move( heading ) ) {
+    : heading_( std::move( heading ) ),
+      longestName_( kNameTitle.size() ),
+      longestKind_( kKindTitle.size() ) {
    for ( const WatchRow& row : model.rows() ) {
       const ObjectSpec& object = *row.latest.object;
       longestName_ = std::max( longestName_, Utils::length( Utils::printable( object.name ) ) );
@@ -196,8 +201,7 @@ std::string WatchView::aligned( std::string text ) const {
 }
 
 WatchView::Columns WatchView::chooseColumns( size_t width ) const {
-   size_t number =
-      std::clamp( whole_ + fraction_, std::string_view( "reading" ).size(), kLongestReading );
+   size_t number = std::clamp( whole_ + fraction_, kReadingTitle.size(), kLongestReading );
    Columns chosen{ .name = std::min( { longestName_, std::max( kLeastName, width / 3 ), width } ) };
    chosen.state = width - std::min( chosen.name + kGap, width );
    auto hasRoom = [ &chosen ]( size_t columns, size_t forState ) {
@@ -214,12 +218,12 @@ WatchView::Columns WatchView::chooseColumns( size_t width ) const {
 }
 
 Line WatchView::titles( const Columns& columns ) const {
-   std::string text = fitted( "object", columns.name ) + gap();
+   std::string text = fitted( kNameTitle, columns.name ) + gap();
    if ( columns.kind ) {
-      text += fitted( "kind", columns.kind ) + gap();
+      text += fitted( kKindTitle, columns.kind ) + gap();
    }
    if ( columns.reading ) {
-      text += fitted( "reading", columns.reading, Align::Right ) + " " +
+      text += fitted( kReadingTitle, columns.reading, Align::Right ) + " " +
               fitted( "", longestUnit_ ) + gap();
    }
    if ( columns.range ) {

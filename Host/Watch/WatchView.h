@@ -44,8 +44,9 @@ class WatchView {
    Line row( const WatchRow& row, const Readings& readings, const Columns& columns ) const;
 
    WatchHeading heading_;
-   size_t longestName_ = 0;
-   size_t longestKind_ = 0;
+   // With their titles.
+   size_t longestName_;
+   size_t longestKind_;
    size_t longestUnit_ = 0;
 
    // Of the readings that were seen so far: columns that shrank again would flicker.
