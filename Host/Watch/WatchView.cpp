@@ -3,23 +3,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 #include "Host/Output/JsonObject.h"
-#include "Host/Output/Report.h"
 #include "Utils/Text.h"
 
 namespace Host {
 
 namespace {
-
-constexpr size_t kGap = 2;
-constexpr size_t kLeastName = 8;
-constexpr size_t kLongestReading = 12;
-
-// So much of the state must stay for a column to be worth its room.
-constexpr size_t kLeastState = 8;
-constexpr size_t kLeastReason = 24;
 
 // From so many lines on.
 constexpr size_t kLinesForSummary = 3;
@@ -27,26 +19,9 @@ constexpr size_t kLinesForTitles = 8;
 constexpr size_t kLinesForAll = 10;
 constexpr size_t kLinesForEachChange = 5;
 
-constexpr std::string_view kSimulation = "simulation";
-constexpr std::string_view kNameTitle = "object";
-constexpr std::string_view kKindTitle = "kind";
-constexpr std::string_view kReadingTitle = "reading";
-
-std::string gap() {
-   return std::string( kGap, ' ' );
-}
-
-std::string unitOf( const ObjectSpec& object ) {
-   return std::string( operations( object.kind ).unit );
-}
-
-std::string rangeText( const std::optional< double >& reading ) {
-   return reading ? numberText( *reading ) : "";
-}
-
-Weight weightOf( State state ) {
-   return stateColour( state ) == Colour::Red ? Weight::Bold : Weight::Plain;
-}
+constexpr const char* kGap = "  ";
+constexpr const char* kSimulation = "  simulation";
+constexpr size_t kLeastBoard = 8;  // of its name that must stay
 
 // Whole spans, the last one cut.
 void addFitting( Line& line, size_t& left, Span span ) {
@@ -59,8 +34,8 @@ void addFitting( Line& line, size_t& left, Span span ) {
 void addChanges( Frame& frame, const WatchModel& model, size_t lines, size_t columns ) {
    const auto& changes = model.changes();
    for ( size_t i = changes.size() - lines; i < changes.size(); ++i ) {
-      frame.push_back(
-         { { fitted( changes[ i ].text(), columns ), stateColour( changes[ i ].state ) } } );
+      const Change& change = changes[ i ];
+      frame.push_back( { stateSpan( change.state, fitted( change.text(), columns ) ) } );
    }
 }
 
@@ -73,18 +48,6 @@ void addHelp( Frame& frame, size_t lines, size_t columns ) {
 }
 
 }  // namespace
-
-WatchView::WatchView( WatchHeading heading, const WatchModel& model )
-    : heading_( std::move( heading ) ),
-      longestName_( kNameTitle.size() ),
-      longestKind_( kKindTitle.size() ) {
-   for ( const WatchRow& row : model.rows() ) {
-      const ObjectSpec& object = *row.latest.object;
-      longestName_ = std::max( longestName_, Utils::length( Utils::printable( object.name ) ) );
-      longestKind_ = std::max( longestKind_, kindName( object.kind ).size() );
-      longestUnit_ = std::max( longestUnit_, Utils::length( unitOf( object ) ) );
-   }
-}
 
 Frame WatchView::draw( WatchModel& model,
                        const Controls& controls,
@@ -105,7 +68,8 @@ Frame WatchView::draw( WatchModel& model,
       hasAll ? std::min( model.changes().size(), size.lines / kLinesForEachChange ) : 0;
    size_t taken = frame.size() + hasTitles + changes + footers;
    model.heightIs( size.lines - std::min( taken, size.lines ) );
-   addRows( frame, model, hasTitles, size.columns );
+   Frame table = table_.draw( model, size.columns );
+   frame.insert( frame.end(), table.begin() + !hasTitles, table.end() );
    frame.resize( std::max( frame.size(), size.lines - changes - footers ) );
    addChanges( frame, model, changes, size.columns );
    if ( footers ) {
@@ -117,11 +81,11 @@ Frame WatchView::draw( WatchModel& model,
 
 // The time goes first where there is no room for all, then the interval, then the board.
 Line WatchView::header( size_t columns, WallClock::time_point now ) const {
-   std::string right = heading_.isSimulation ? gap() + std::string( kSimulation ) : "";
-   std::string time = gap() + clockTime( now );
-   std::string interval = fmt::format( "{}every {} s", gap(), numberText( heading_.interval ) );
+   std::string right = heading_.isSimulation ? kSimulation : "";
+   std::string time = kGap + clockTime( now );
+   std::string interval = fmt::format( "{}every {} s", kGap, numberText( heading_.interval ) );
    size_t board = Utils::length( Utils::printable( heading_.board ) );
-   if ( std::min( board, kLeastName ) + right.size() + time.size() <= columns ) {
+   if ( std::min( board, kLeastBoard ) + right.size() + time.size() <= columns ) {
       right += time;
    }
    if ( board + interval.size() + right.size() <= columns ) {
@@ -139,16 +103,16 @@ Line WatchView::summary( const WatchModel& model, size_t columns ) const {
       if ( size_t count = model.count( state ) ) {
          std::string text =
             fmt::format( "{}{} {}", line.empty() ? "" : ", ", count, stateName( state ) );
-         addFitting( line, left, { text, stateColour( state ), weightOf( state ) } );
+         addFitting( line, left, stateSpan( state, text ) );
       }
    }
    if ( !model.filter().empty() ) {
       addFitting( line, left,
-                  { fmt::format( "{}filter {}: {} shown", gap(), model.filter(), model.size() ) } );
+                  { fmt::format( "{}filter {}: {} shown", kGap, model.filter(), model.size() ) } );
    }
    if ( model.order() != WatchOrder::State ) {
       addFitting( line, left,
-                  { fmt::format( "{}sorted by {}", gap(), orderName( model.order() ) ) } );
+                  { fmt::format( "{}sorted by {}", kGap, orderName( model.order() ) ) } );
    }
    return line;
 }
@@ -164,95 +128,6 @@ Line WatchView::footer( const WatchModel& model, const Controls& controls, size_
          : "";
    return { { fitted( rows + "q quit  / filter  s sort  arrows scroll  ? keys", columns ),
               Colour::Dim } };
-}
-
-void WatchView::addRows( Frame& frame, const WatchModel& model, bool hasTitles, size_t columns ) {
-   std::vector< Readings > readings;
-   size_t end = std::min( model.top() + model.height(), model.size() );
-   for ( size_t i = model.top(); i < end; ++i ) {
-      const WatchRow& each = model.row( i );
-      readings.push_back(
-         { readingText( each.latest ), rangeText( each.lowest ), rangeText( each.highest ) } );
-   }
-   measure( readings );
-   Columns chosen = chooseColumns( columns );
-   if ( hasTitles ) {
-      frame.push_back( titles( chosen ) );
-   }
-   for ( size_t i = model.top(); i < end; ++i ) {
-      frame.push_back( row( model.row( i ), readings[ i - model.top() ], chosen ) );
-   }
-}
-
-void WatchView::measure( const std::vector< Readings >& readings ) {
-   for ( const Readings& each : readings ) {
-      for ( const std::string& text : { each.latest, each.lowest, each.highest } ) {
-         size_t fraction = fractionLength( text );
-         fraction_ = std::max( fraction_, fraction );
-         whole_ = std::max( whole_, Utils::length( Utils::printable( text ) ) - fraction );
-      }
-   }
-}
-
-// With the decimal points in one column.
-std::string WatchView::aligned( std::string text ) const {
-   text.append( fraction_ - fractionLength( text ), ' ' );
-   return text;
-}
-
-WatchView::Columns WatchView::chooseColumns( size_t width ) const {
-   size_t number = std::clamp( whole_ + fraction_, kReadingTitle.size(), kLongestReading );
-   Columns chosen{ .name = std::min( { longestName_, std::max( kLeastName, width / 3 ), width } ) };
-   chosen.state = width - std::min( chosen.name + kGap, width );
-   auto hasRoom = [ &chosen ]( size_t columns, size_t forState ) {
-      bool fits = chosen.state >= columns + forState;
-      chosen.state -= fits ? columns : 0;
-      return fits;
-   };
-   if ( hasRoom( number + 1 + longestUnit_ + kGap, kLeastState ) ) {
-      chosen.reading = number;
-      chosen.range = hasRoom( 2 * ( number + kGap ), kLeastReason ) ? number : 0;
-      chosen.kind = hasRoom( longestKind_ + kGap, kLeastReason ) ? longestKind_ : 0;
-   }
-   return chosen;
-}
-
-Line WatchView::titles( const Columns& columns ) const {
-   std::string text = fitted( kNameTitle, columns.name ) + gap();
-   if ( columns.kind ) {
-      text += fitted( kKindTitle, columns.kind ) + gap();
-   }
-   if ( columns.reading ) {
-      text += fitted( kReadingTitle, columns.reading, Align::Right ) + " " +
-              fitted( "", longestUnit_ ) + gap();
-   }
-   if ( columns.range ) {
-      text += fitted( "lowest", columns.range, Align::Right ) + gap() +
-              fitted( "highest", columns.range, Align::Right ) + gap();
-   }
-   return { { text + fitted( "state", columns.state ), Colour::Dim } };
-}
-
-Line WatchView::row( const WatchRow& row, const Readings& readings, const Columns& columns ) const {
-   const ObjectSpec& object = *row.latest.object;
-   Line line{ { fitted( object.name, columns.name ) + gap() } };
-   if ( columns.kind ) {
-      line.push_back( { fitted( kindName( object.kind ), columns.kind ) + gap() } );
-   }
-   if ( columns.reading ) {
-      line.push_back( { fitted( aligned( readings.latest ), columns.reading, Align::Right ) + " " +
-                        fitted( unitOf( object ), longestUnit_ ) + gap() } );
-   }
-   if ( columns.range ) {
-      line.push_back( { fitted( aligned( readings.lowest ), columns.range, Align::Right ) + gap() +
-                           fitted( aligned( readings.highest ), columns.range, Align::Right ) +
-                           gap(),
-                        Colour::Dim } );
-   }
-   State state = row.latest.state;
-   line.push_back( { fitted( stateText( row.latest ), columns.state ), stateColour( state ),
-                     weightOf( state ) } );
-   return line;
 }
 
 }  // namespace Host
