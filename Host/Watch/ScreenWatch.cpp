@@ -62,7 +62,7 @@ int ScreenWatch::run() {
    show( true );
    while ( count_ == 0 || sweeps_ < count_ ) {
       awaitSomething();
-      bool isTouched = hasEvents();
+      bool isTouched = hasEvents() || screen_.isLeft();
       if ( isTouched ) {
          if ( int end = takeSignals() ) {
             return end;
@@ -110,8 +110,10 @@ bool ScreenWatch::hasEvents() const {
 // Returns the one that is to end the watch, or 0.
 int ScreenWatch::takeSignals() {
    Signals::Set came = signals_.take();
-   while ( !endIn( came ) &&
-           ( came[ SIGTSTP ] || ( came[ SIGCONT ] && !Terminal::isForeground() ) ) ) {
+   auto isToStop = [ & ] {
+      return came[ SIGTSTP ] || ( came[ SIGCONT ] && !Terminal::isForeground() );
+   };
+   while ( !endIn( came ) && !Terminal::isGone() && isToStop() ) {
       screen_.leave();
       signals_.obey( SIGTSTP );
       came = signals_.take();
@@ -130,11 +132,11 @@ int ScreenWatch::takeSignals() {
 
 // False when the watch is to end.
 bool ScreenWatch::takeKeys() {
-   if ( screen_.isLeft() ) {
-      return true;
-   }
    if ( Terminal::isGone() ) {
       return false;
+   }
+   if ( screen_.isLeft() ) {
+      return true;
    }
    while ( auto key = screen_.key() ) {
       if ( !controls_.press( *key, model_ ) ) {

@@ -100,8 +100,8 @@ bool Terminal::isGone() {
    pollfd input{ STDIN_FILENO, POLLIN, 0 };
    int size = 0;
    poll( &input, 1, 0 );
-   bool isAtEnd =
-      ( input.revents & POLLIN ) && ioctl( STDIN_FILENO, FIONREAD, &size ) == 0 && size == 0;
+   bool isAtEnd = ( input.revents & POLLIN ) && ioctl( STDIN_FILENO, FIONREAD, &size ) == 0 &&
+                  size == 0 && isForeground();
    return isAtEnd || ( input.revents & ~POLLIN );
 }
 
