@@ -39,7 +39,8 @@ void watchInput( int events, int descriptor ) {
 }  // namespace
 
 Signals ScreenWatch::signals() {
-   return Signals( { SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP, SIGCONT, SIGWINCH } );
+   return Signals( { SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP, SIGCONT, SIGWINCH },
+                   Terminal::giveBack );
 }
 
 ScreenWatch::ScreenWatch( Session& session, Signals& signals, WatchHeading heading, unsigned count )

@@ -12,23 +12,27 @@ namespace {
 
 int writeEnd = -1;
 pid_t owner = -1;
+void ( *handleSecond )( int ) = SIG_DFL;
+
+bool endsProcess( int number ) {
+   return number == SIGINT || number == SIGTERM || number == SIGQUIT || number == SIGHUP;
+}
 
 void note( int number ) {
    int error = errno;
    if ( getpid() == owner ) {
       auto byte = static_cast< unsigned char >( number );
       ( void )!write( writeEnd, &byte, 1 );  // when the pipe is full, there is enough to do
+      if ( endsProcess( number ) ) {
+         signal( number, handleSecond );
+      }
    }
    errno = error;
 }
 
-bool endsProcess( int number ) {
-   return number == SIGINT || number == SIGTERM || number == SIGQUIT || number == SIGHUP;
-}
-
 }  // namespace
 
-Signals::Signals( const std::vector< int >& numbers ) {
+Signals::Signals( const std::vector< int >& numbers, void ( *secondTime )( int ) ) {
    int ends[ 2 ];
    if ( pipe2( ends, O_CLOEXEC | O_NONBLOCK ) < 0 ) {
       throw std::system_error( errno, std::generic_category(), "pipe" );
@@ -36,6 +40,7 @@ Signals::Signals( const std::vector< int >& numbers ) {
    readEnd_ = ends[ 0 ];
    writeEnd = ends[ 1 ];
    owner = getpid();
+   handleSecond = secondTime;
    for ( int number : numbers ) {
       struct sigaction former {};
       sigaction( number, nullptr, &former );
@@ -57,7 +62,7 @@ Signals::~Signals() {
 void Signals::handle( int number ) {
    struct sigaction action {};
    action.sa_handler = note;
-   action.sa_flags = endsProcess( number ) ? static_cast< int >( SA_RESETHAND ) : SA_RESTART;
+   action.sa_flags = endsProcess( number ) ? 0 : SA_RESTART;
    sigaction( number, &action, nullptr );
 }
 

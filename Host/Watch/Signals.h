@@ -9,8 +9,8 @@
 namespace Host {
 
 // Signals that this process handles where it waits, with its descriptors. One that ends a program
-// by default does so when it comes a second time: it gets through whatever this process is stuck
-// in. The process's children ignore all of them until they say otherwise.
+// by default gets through whatever this process is stuck in when it comes a second time. The
+// process's children ignore all of them until they say otherwise.
 //
 // There is at most one object at a time.
 class Signals {
@@ -18,7 +18,8 @@ class Signals {
    using Set = std::bitset< NSIG >;
 
    // What was ignored stays ignored, but for SIGINT, which a shell ignores for its background jobs.
-   explicit Signals( const std::vector< int >& numbers );
+   // `secondTime` handles what comes a second time and ends a program by default.
+   explicit Signals( const std::vector< int >& numbers, void ( *secondTime )( int ) = SIG_DFL );
    ~Signals();
    Signals( const Signals& ) = delete;
    Signals& operator=( const Signals& ) = delete;

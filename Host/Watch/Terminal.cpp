@@ -17,19 +17,10 @@ namespace {
 
 constexpr int kCrashes[] = { SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL };
 
-// For a handler, which must find them whole.
+// For the handler, which must find them whole.
 termios modes;
 pid_t owner = -1;
 const char* rescue = "";
-
-// Once it has returned, the signal does what it does by default.
-void giveBack( int number ) {
-   if ( getpid() == owner ) {
-      ( void )!write( STDOUT_FILENO, rescue, strlen( rescue ) );
-      tcsetattr( STDIN_FILENO, TCSANOW, &modes );
-   }
-   raise( number );
-}
 
 // Not where somebody else, a sanitizer say, has a handler.
 void exchangeHandler( int number, void ( *expected )( int ), void ( *handler )( int ) ) {
@@ -37,7 +28,6 @@ void exchangeHandler( int number, void ( *expected )( int ), void ( *handler )( 
    sigaction( number, nullptr, &action );
    if ( action.sa_handler == expected ) {
       action.sa_handler = handler;
-      action.sa_flags = static_cast< int >( SA_RESETHAND );
       sigaction( number, &action, nullptr );
    }
 }
@@ -82,6 +72,17 @@ Terminal::~Terminal() {
    for ( int number : kCrashes ) {
       exchangeHandler( number, giveBack, SIG_DFL );
    }
+   owner = -1;
+}
+
+// The signal is blocked until it has returned.
+void Terminal::giveBack( int number ) {
+   if ( getpid() == owner ) {
+      ( void )!write( STDOUT_FILENO, rescue, strlen( rescue ) );
+      tcsetattr( STDIN_FILENO, TCSANOW, &modes );
+   }
+   signal( number, SIG_DFL );
+   raise( number );
 }
 
 void Terminal::rescueIs( const char* sequence ) {

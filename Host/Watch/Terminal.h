@@ -26,6 +26,9 @@ class Terminal {
    // From now on, a crash also prints this, which must stay as it is.
    static void rescueIs( const char* sequence );
 
+   // A handler of signals: as with a crash, the signal then does what it does by default.
+   static void giveBack( int number );
+
    void restoreModes() const;
 
    // This process may draw and read keys.
