@@ -19,6 +19,16 @@ std::string topologyOf( unsigned devices, uint32_t firstDid ) {
    return text + "]}]}]";
 }
 
+std::string objectsOf( unsigned devices, uint32_t firstDid ) {
+   std::string text = "[";
+   for ( unsigned i = 0; i < devices; ++i ) {
+      text += fmt::format(
+         R"({}{{"kind":"temp_sensor","name":"sensor{}","device":{{"driver":"TMP75","did":{},"address":{{"address":{}}}}},"alert":80,"critical":90}})",
+         i ? "," : "", i, firstDid + i, kFirstAddress + i % kDevicesPerBus );
+   }
+   return text + "]";
+}
+
 std::string argumentsOf( uint32_t did ) {
    return fmt::format( R"({{"driver":"TMP75","did":{},"address":{{"address":{}}}}})", did,
                        kFirstAddress );

@@ -8,7 +8,9 @@
 
 namespace Bench {
 
-TemporaryBoard::TemporaryBoard( const std::string& topology, const std::vector< uint32_t >& chips )
+TemporaryBoard::TemporaryBoard( const std::string& topology,
+                                const std::vector< uint32_t >& chips,
+                                const std::string& objects )
     : path_( ( std::filesystem::temp_directory_path() / "lumen-bench-XXXXXX" ).string() ) {
    if ( !mkdtemp( path_.data() ) ) {
       throw std::runtime_error( "no temporary directory for a board" );
@@ -18,7 +20,7 @@ TemporaryBoard::TemporaryBoard( const std::string& topology, const std::vector< 
       emulation += fmt::format( R"({}{{"did":{}}})", emulation.empty() ? "" : ",", did );
    }
    std::ofstream( path_ + "/topology.json" ) << topology;
-   std::ofstream( path_ + "/objects.json" ) << R"({"objects":[]})";
+   std::ofstream( path_ + "/objects.json" ) << R"({"objects":)" << objects << "}";
    std::ofstream( path_ + "/emulation.json" ) << R"({"chips":[)" << emulation << "]}";
 }
 

@@ -7,10 +7,13 @@
 
 namespace Bench {
 
-// A board folder with emulated chips, removed at the end of the scope.
+// A board folder with emulated chips and, as a list of JSON, objects; removed at the end of the
+// scope.
 class TemporaryBoard {
  public:
-   TemporaryBoard( const std::string& topology, const std::vector< uint32_t >& chips );
+   TemporaryBoard( const std::string& topology,
+                   const std::vector< uint32_t >& chips,
+                   const std::string& objects = "[]" );
    ~TemporaryBoard();
    TemporaryBoard( const TemporaryBoard& ) = delete;
    TemporaryBoard& operator=( const TemporaryBoard& ) = delete;

@@ -5,6 +5,7 @@
 
 #include "Bench/Measures.h"
 #include "Bench/Report.h"
+#include "BoardFiles/Finding.h"
 #include "pl_host.h"
 
 int main( int argc, char** argv ) try {
@@ -26,8 +27,16 @@ int main( int argc, char** argv ) try {
    Bench::measurePoe( report );
    Bench::measureClients( report );
    Bench::measureWireLog( report );
+   Bench::measureSweep( report );
+   Bench::measureNeighbour( report );
+   Bench::measurePrograms( report );
    report.printTable();
    return jsonFile.empty() || report.writeJson( jsonFile ) ? 0 : 1;
+} catch ( const BoardFiles::BoardError& error ) {
+   for ( const std::string& line : BoardFiles::linesOf( error.findings ) ) {
+      fmt::print( stderr, "{}\n", line );
+   }
+   return 1;
 } catch ( const std::exception& problem ) {
    fmt::print( stderr, "lumen-bench: {}\n", problem.what() );
    return 1;

@@ -33,8 +33,10 @@ int status( const Program& program, const Arguments& arguments ) {
 }  // namespace
 
 void addStatusCommand( CLI::App& app, Program& program ) {
-   static const std::map< std::string, Order > kOrders = {
-      { "kind", Order::Kind }, { "name", Order::Name }, { "state", Order::State } };
+   static const std::map< std::string, Order > kOrders = { { "kind", Order::Kind },
+                                                           { "name", Order::Name },
+                                                           { "state", Order::State },
+                                                           { "reading", Order::Reading } };
    auto arguments = std::make_shared< Arguments >();
    auto command =
       addCommand( app, program, { "status", "objects, all or some: reading, limits and state" },
@@ -42,9 +44,9 @@ void addStatusCommand( CLI::App& app, Program& program ) {
    command->add_option( "NAME", arguments->patterns, kPatternsHelp );
    command
       ->add_option( "--sort", arguments->order,
-                    "the rows by kind, by name, or by state with the worst first" )
+                    "the rows by kind, name, reading, or state with the worst first" )
       ->transform( CLI::CheckedTransformer( kOrders ).description( "" ) )
-      ->type_name( "kind|name|state" );
+      ->type_name( "kind|name|reading|state" );
 }
 
 }  // namespace Host

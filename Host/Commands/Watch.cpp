@@ -80,8 +80,9 @@ int watchSweeps( const Program& program, const Arguments& arguments, Session& se
    for ( unsigned sweep = 1; awaitSweep( session, signals ); ++sweep ) {
       const auto& observations = session.latest();
       ok = allOk( observations );
-      print( program.json ? statusJson( program.board, observations )
-                          : statusTable( observations, TableStyle::ofOutput() ) + "\n" );
+      print( program.json ? statusJsonLine( program.board, observations )
+                          : statusTable( observations, TableStyle::ofOutput() ) + "\n" +
+                               summaryText( observations ) + "\n" );
       if ( !flushOutput() || sweep == arguments.count ||
            !awaitNextSweep( session, signals, arguments.interval ) ) {
          break;

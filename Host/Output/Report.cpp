@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstring>
 
 #include "Host/Output/JsonDocument.h"
 
@@ -65,15 +64,7 @@ std::vector< std::string > readingTexts( const std::vector< Observation >& obser
 
 std::vector< Observation > inOrder( std::vector< Observation > observations, Order order ) {
    std::ranges::stable_sort( observations, [ order ]( const Observation& a, const Observation& b ) {
-      switch ( order ) {
-         case Order::Kind:
-            return a.object->kind < b.object->kind;
-         case Order::State:
-            return severity( a.state ) > severity( b.state );
-         default:
-            // As people count: port2 is before port10.
-            return strverscmp( a.object->name.c_str(), b.object->name.c_str() ) < 0;
-      }
+      return precedes( a, b, order );
    } );
    return observations;
 }

@@ -7,6 +7,7 @@
 #include "Host/Output/JsonObject.h"
 #include "Host/Output/Table.h"
 #include "Host/Session/Observation.h"
+#include "Host/Session/Order.h"
 #include "Host/Session/SettingOperations.h"
 
 // What the program prints of objects. The JSON documents share one shape: beside "objects" and
@@ -14,9 +15,6 @@
 namespace Host {
 
 using namespace BoardFiles;
-
-// Within each, as the objects stand on the board.
-enum class Order { Kind, State, Name };  // State: the worst first
 
 std::vector< Observation > inOrder( std::vector< Observation > observations, Order order );
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 
 #include "Utils/Text.h"
 
@@ -121,7 +122,9 @@ TableStyle TableStyle::ofOutput() {
       return style;
    }
    const char* noColour = getenv( "NO_COLOR" );
-   style.colours = !noColour || !*noColour;
+   const char* terminal = getenv( "TERM" );
+   bool isDumb = !terminal || !*terminal || strcmp( terminal, "dumb" ) == 0;
+   style.colours = !isDumb && ( !noColour || !*noColour );
    winsize size{};
    if ( ioctl( STDOUT_FILENO, TIOCGWINSZ, &size ) == 0 ) {
       style.width = size.ws_col;

@@ -120,11 +120,9 @@ Observation failed( const ObjectSpec& object, std::string reason ) {
    return { &object, State::Failed, std::move( reason ) };
 }
 
-int severity( State state ) {
-   constexpr State kWorstFirst[] = { State::Failed, State::Critical, State::Fault, State::Alert,
-                                     State::Absent, State::Pending,  State::Ok };
-   return static_cast< int >( std::ranges::end( kWorstFirst ) -
-                              std::ranges::find( kWorstFirst, state ) );
+size_t urgency( State state ) {
+   return static_cast< size_t >( std::ranges::find( kStatesByUrgency, state ) -
+                                 kStatesByUrgency.begin() );
 }
 
 bool allOk( const std::vector< Observation >& observations ) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,8 +13,13 @@ enum class State { Ok, Alert, Critical, Absent, Fault, Failed, Pending };
 
 const char* stateName( State state );
 
-// The larger, the worse.
-int severity( State state );
+// The worst first.
+inline constexpr std::array kStatesByUrgency = { State::Failed, State::Critical, State::Fault,
+                                                 State::Alert,  State::Absent,   State::Pending,
+                                                 State::Ok };
+
+// The position among them.
+size_t urgency( State state );
 
 // How far off the speed that is wanted a fan's may be, as a share of it: tachometers count in
 // steps, and rotors differ.

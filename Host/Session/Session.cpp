@@ -14,9 +14,20 @@ using std::chrono::ceil;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
+namespace {
+
+std::vector< Observation > pending( const Board& board ) {
+   std::vector< Observation > observations;
+   for ( const ObjectSpec& object : board.objects ) {
+      observations.push_back( { &object, State::Pending } );
+   }
+   return observations;
+}
+
+}  // namespace
+
 Session::Session( const DriverLibrary& library, const Board& board, SessionOptions options )
     : board_( board ),
-      mostLanes_( options.mostLanes ),
       service_( options.socket ),
       context_{ .task = { .library = library,
                           .board = board,
@@ -32,16 +43,21 @@ Session::Session( const DriverLibrary& library, const Board& board, SessionOptio
                 .hearTrace = std::move( options.hearTrace ),
                 .observe =
                    [ this ]( size_t object, const Reading& reading, std::string why ) {
-                      tell( observed( board_.objects[ object ], reading, std::move( why ) ) );
+                      tell( observed( board_.objects[ object ], reading, std::move( why ),
+                                      &latest_[ object ] ) );
                    },
                 .fail =
                    [ this ]( size_t object, std::string why ) {
                       tell( failed( board_.objects[ object ], std::move( why ) ) );
                    } },
-      trialContext_( context_ ) {
+      trialContext_( context_ ),
+      latest_( pending( board ) ) {
    trialContext_.fail = [ this ]( size_t object, std::string why ) {
       trialOf( object ).why = std::move( why );
    };
+   for ( auto& objects : planLanes( board, options.mostLanes ) ) {
+      lanes_.emplace_back( context_, std::move( objects ) );
+   }
 }
 
 const std::vector< Observation >& Session::read() {
@@ -53,9 +69,6 @@ const std::vector< Observation >& Session::read() {
 }
 
 void Session::begin() {
-   if ( lanes_.empty() ) {
-      makeLanes();
-   }
    for ( Lane& lane : lanes_ ) {
       if ( !lane.isBusy() ) {
          tryFailed( lane );
@@ -88,15 +101,6 @@ void Session::await( milliseconds limit, int descriptor ) {
       if ( isInterrupted || descriptors[ 0 ].revents || wait == left ) {
          return;
       }
-   }
-}
-
-void Session::makeLanes() {
-   for ( const ObjectSpec& object : board_.objects ) {
-      latest_.push_back( { &object, State::Pending } );
-   }
-   for ( auto& objects : planLanes( board_, mostLanes_ ) ) {
-      lanes_.emplace_back( context_, std::move( objects ) );
    }
 }
 

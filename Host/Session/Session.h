@@ -77,7 +77,6 @@ class Session {
       std::string why = {};  // it failed
    };
 
-   void makeLanes();
    void tryFailed( Lane& home );
    void proceed();
    void endTrials();
@@ -85,7 +84,6 @@ class Session {
    Trial& trialOf( size_t object );
 
    const Board& board_;
-   const size_t mostLanes_;
    ServiceState service_;
    LaneContext context_;
    LaneContext trialContext_;

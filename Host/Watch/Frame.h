@@ -30,8 +30,8 @@ struct FrameSize {
 
 enum class Align { Left, Right };
 
-// Any text, made printable, in exactly so many columns of the terminal; where it is too long, a "~"
-// stands for the rest.
+// Any text, made printable, in exactly so many columns of the terminal; where it is too long, an
+// ellipsis stands for the rest.
 std::string fitted( std::string_view text, size_t columns, Align align = Align::Left );
 
 }  // namespace Host

@@ -154,7 +154,7 @@ void Screen::drawLine( int number, const Line& line ) const {
    wmove( stdscr, number, 0 );
    size_t left = size().columns;
    for ( const Span& span : line ) {
-      size_t width = std::min( left, Utils::length( span.text ) );
+      size_t width = std::min( left, Utils::columns( span.text ) );
       auto colour = static_cast< short >(
          hasColours_ && span.colour != Colour::Dim ? span.colour : Colour::None );
       wattr_set( stdscr, attributesOf( span ), colour, nullptr );

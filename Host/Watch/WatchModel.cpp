@@ -4,44 +4,16 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 namespace Host {
 
 namespace {
 
-constexpr std::array kOrderNames = { "state", "name", "kind", "reading" };
-
-size_t urgency( State state ) {
-   return static_cast< size_t >( std::ranges::find( kStatesByUrgency, state ) -
-                                 kStatesByUrgency.begin() );
-}
-
 bool isSame( const Observation& a, const Observation& b ) {
    return a.state == b.state && a.reading == b.reading && a.reason == b.reason && a.text == b.text;
 }
 
-bool precedes( const WatchRow& a, const WatchRow& b, WatchOrder order ) {
-   const ObjectSpec& object = *a.latest.object;
-   const ObjectSpec& other = *b.latest.object;
-   constexpr double kNone = -std::numeric_limits< double >::infinity();
-   switch ( order ) {
-      case WatchOrder::State:
-         return urgency( a.latest.state ) < urgency( b.latest.state );
-      case WatchOrder::Name:
-         return strverscmp( object.name.c_str(), other.name.c_str() ) < 0;
-      case WatchOrder::Kind:
-         return object.kind < other.kind;
-      default:
-         return a.latest.reading.value_or( kNone ) > b.latest.reading.value_or( kNone );
-   }
-}
-
 }  // namespace
-
-const char* orderName( WatchOrder order ) {
-   return kOrderNames[ static_cast< size_t >( order ) ];
-}
 
 WatchModel::WatchModel( const std::vector< Observation >& observations ) {
    for ( const Observation& observation : observations ) {
@@ -61,9 +33,8 @@ bool WatchModel::update( const std::vector< Observation >& observations,
          continue;
       }
       isNew = true;
-      isMoved = isMoved ||
-                ( order_ == WatchOrder::State && observations[ i ].state != latest.state ) ||
-                ( order_ == WatchOrder::Reading && observations[ i ].reading != latest.reading );
+      isMoved = isMoved || ( order_ == Order::State && observations[ i ].state != latest.state ) ||
+                ( order_ == Order::Reading && observations[ i ].reading != latest.reading );
       take( rows_[ i ], observations[ i ], now );
    }
    if ( isMoved ) {
@@ -89,8 +60,7 @@ void WatchModel::take( WatchRow& row, const Observation& observation, WallClock:
 }
 
 void WatchModel::nextOrder() {
-   order_ =
-      static_cast< WatchOrder >( ( static_cast< size_t >( order_ ) + 1 ) % kOrderNames.size() );
+   order_ = static_cast< Order >( ( static_cast< size_t >( order_ ) + 1 ) % kOrderNames.size() );
    arrange();
 }
 
@@ -119,7 +89,7 @@ void WatchModel::choose() {
 void WatchModel::arrange() {
    std::ranges::sort( shown_ );
    std::ranges::stable_sort( shown_, [ this ]( size_t a, size_t b ) {
-      return precedes( rows_[ a ], rows_[ b ], order_ );
+      return precedes( rows_[ a ].latest, rows_[ b ].latest, order_ );
    } );
    scroll( 0 );
 }

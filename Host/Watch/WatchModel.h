@@ -7,18 +7,10 @@
 #include <vector>
 
 #include "Host/Session/Observation.h"
+#include "Host/Session/Order.h"
 #include "Host/Watch/ChangeLog.h"
 
 namespace Host {
-
-enum class WatchOrder { State, Name, Kind, Reading };
-
-const char* orderName( WatchOrder order );
-
-// The worst first.
-constexpr std::array kStatesByUrgency = { State::Failed, State::Critical, State::Fault,
-                                          State::Alert,  State::Absent,   State::Pending,
-                                          State::Ok };
 
 struct WatchRow {
    Observation latest;
@@ -36,7 +28,7 @@ class WatchModel {
    // is nothing.
    bool update( const std::vector< Observation >& observations, WallClock::time_point now );
 
-   WatchOrder order() const { return order_; }
+   Order order() const { return order_; }
    void nextOrder();
 
    // A glob, or where it has none of the characters of one, a part of the name. Case is ignored.
@@ -70,7 +62,7 @@ class WatchModel {
    std::vector< size_t > shown_;  // positions in rows_
    std::array< size_t, kStatesByUrgency.size() > counts_{};
    ChangeLog log_;
-   WatchOrder order_ = WatchOrder::State;
+   Order order_ = Order::State;
    std::string filter_;
    size_t height_ = 0;
    size_t top_ = 0;

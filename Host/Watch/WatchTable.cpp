@@ -46,9 +46,9 @@ WatchTable::WatchTable( const WatchModel& model )
     : longestName_( kNameTitle.size() ), longestKind_( kKindTitle.size() ) {
    for ( const WatchRow& row : model.rows() ) {
       const ObjectSpec& object = *row.latest.object;
-      longestName_ = std::max( longestName_, Utils::length( Utils::printable( object.name ) ) );
+      longestName_ = std::max( longestName_, Utils::columns( Utils::printable( object.name ) ) );
       longestKind_ = std::max( longestKind_, kindName( object.kind ).size() );
-      longestUnit_ = std::max( longestUnit_, Utils::length( unitOf( object ) ) );
+      longestUnit_ = std::max( longestUnit_, Utils::columns( unitOf( object ) ) );
    }
 }
 
@@ -74,7 +74,7 @@ void WatchTable::measure( const std::vector< Readings >& readings ) {
       for ( const std::string& text : { each.latest, each.lowest, each.highest } ) {
          size_t fraction = fractionLength( text );
          fraction_ = std::max( fraction_, fraction );
-         whole_ = std::max( whole_, Utils::length( Utils::printable( text ) ) - fraction );
+         whole_ = std::max( whole_, Utils::columns( Utils::printable( text ) ) - fraction );
       }
    }
 }

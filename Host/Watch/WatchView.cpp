@@ -25,7 +25,7 @@ constexpr size_t kLeastBoard = 8;  // of its name that must stay
 
 // Whole spans, the last one cut.
 void addFitting( Line& line, size_t& left, Span span ) {
-   size_t width = std::min( left, Utils::length( Utils::printable( span.text ) ) );
+   size_t width = std::min( left, Utils::columns( Utils::printable( span.text ) ) );
    span.text = fitted( span.text, width );
    left -= width;
    line.push_back( std::move( span ) );
@@ -84,7 +84,7 @@ Line WatchView::header( size_t columns, WallClock::time_point now ) const {
    std::string right = heading_.isSimulation ? kSimulation : "";
    std::string time = kGap + clockTime( now );
    std::string interval = fmt::format( "{}every {} s", kGap, numberText( heading_.interval ) );
-   size_t board = Utils::length( Utils::printable( heading_.board ) );
+   size_t board = Utils::columns( Utils::printable( heading_.board ) );
    if ( std::min( board, kLeastBoard ) + right.size() + time.size() <= columns ) {
       right += time;
    }
@@ -110,9 +110,10 @@ Line WatchView::summary( const WatchModel& model, size_t columns ) const {
       addFitting( line, left,
                   { fmt::format( "{}filter {}: {} shown", kGap, model.filter(), model.size() ) } );
    }
-   if ( model.order() != WatchOrder::State ) {
+   if ( model.order() != Order::State ) {
       addFitting( line, left,
-                  { fmt::format( "{}sorted by {}", kGap, orderName( model.order() ) ) } );
+                  { fmt::format( "{}sorted by {}", kGap,
+                                 kOrderNames[ static_cast< size_t >( model.order() ) ] ) } );
    }
    return line;
 }

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 
 #include "Host/Session/Session.h"
 #include "Host/Session/SettingOperations.h"
@@ -40,7 +41,17 @@ class SessionTest : public testing::Test {
       }
    }
 
-   std::vector< Observation > read() { return session.read(); }
+   // Of what the board has at the first use.
+   Session& session() {
+      if ( !session_ ) {
+         session_.emplace(
+            library, board,
+            SessionOptions{ .socket = "/nonexistent", .stepLimit = kLimit, .firstRetry = kRetry } );
+      }
+      return *session_;
+   }
+
+   std::vector< Observation > read() { return session().read(); }
 
    std::vector< State > states() {
       std::vector< State > list;
@@ -52,8 +63,9 @@ class SessionTest : public testing::Test {
 
    DriverLibrary library{ LUMEN_FAKE_LIBRARY };
    Board board{ .directory = "board", .topology = "" };
-   Session session{
-      library, board, { .socket = "/nonexistent", .stepLimit = kLimit, .firstRetry = kRetry } };
+
+ private:
+   std::optional< Session > session_;
 };
 
 TEST_F( SessionTest, FailsEachObjectThatMisbehavesAndNoOther ) {
@@ -97,9 +109,9 @@ TEST_F( SessionTest, AddsSetsAndReadsOtherKinds ) {
       { Kind::System, "", "{}" }, { Kind::Led, "", "{}" },           { Kind::Led, "", "{}" },
       { Kind::Xcvr, "", "{}" },   { Kind::Smbus, "", "scd0", 0x48 }, { Kind::Slot, "", "{}" },
       { Kind::Fan, "", "{}" } };
-   session.settingIs( 1, parseSetting( board.objects[ 1 ], "beacon" ) );
-   session.settingIs( 2, parseSetting( board.objects[ 2 ], "Off" ) );
-   session.settingIs( 6, { 20'000 } );
+   session().settingIs( 1, parseSetting( board.objects[ 1 ], "beacon" ) );
+   session().settingIs( 2, parseSetting( board.objects[ 2 ], "Off" ) );
+   session().settingIs( 6, { 20'000 } );
    EXPECT_THAT( states(), ElementsAre( State::Ok, State::Ok, State::Failed, State::Absent,
                                        State::Ok, State::Ok, State::Fault ) );
    EXPECT_EQ( read()[ 1 ].text, "Beacon" );
@@ -122,7 +134,7 @@ TEST( FanSettingTest, IsAnRpmOrAPercentageOfTheRange ) {
 
 TEST_F( SessionTest, AddsAndSetsAnObjectOnceItsModuleIsThere ) {
    board.objects = { { Kind::Fan, "", "late" } };
-   session.settingIs( 0, { 6000 } );
+   session().settingIs( 0, { 6000 } );
    EXPECT_EQ( read()[ 0 ].state, State::Absent );
    EXPECT_EQ( read()[ 0 ].state, State::Failed );
    EXPECT_EQ( read()[ 0 ].reading, 6000 );
@@ -165,12 +177,12 @@ TEST_F( SessionTest, DelaysNoOtherLaneByOne ) {
       Tests::addAdapter( board.wiring, i );
       board.wiring.labels[ board.objects[ i ].device + "<0x00>" ] = i;
    }
-   session.begin();
-   while ( session.latest()[ 1 ].state == State::Pending ) {
-      session.await( kLimit );
+   session().begin();
+   while ( session().latest()[ 1 ].state == State::Pending ) {
+      session().await( kLimit );
    }
-   EXPECT_EQ( session.latest()[ 0 ].state, State::Pending );
-   auto other = session.latest()[ 1 ].reading;
+   EXPECT_EQ( session().latest()[ 0 ].state, State::Pending );
+   auto other = session().latest()[ 1 ].reading;
    EXPECT_EQ( read()[ 0 ].reason, "no answer within 0.3 s" );
    EXPECT_EQ( read()[ 1 ].reading, other );
 }
@@ -184,9 +196,9 @@ TEST_F( SessionTest, TriesAgainWhatKilledAWorkerBesideTheOthers ) {
    std::ofstream{ cure };
    EXPECT_EQ( read()[ 1 ].reason, kGaveUp );  // too early
    usleep( 500'000 );
-   session.begin();
-   for ( int i = 0; i < 100 && session.latest()[ 1 ].state != State::Ok; ++i ) {
-      session.await( kLimit );
+   session().begin();
+   for ( int i = 0; i < 100 && session().latest()[ 1 ].state != State::Ok; ++i ) {
+      session().await( kLimit );
    }
    EXPECT_EQ( read()[ 1 ].reading, 42 );
    EXPECT_EQ( read()[ 0 ].reading, other );

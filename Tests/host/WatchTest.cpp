@@ -100,7 +100,7 @@ TEST_F( WatchTest, ShowsTheWorstFirstWithRangesAndChanges ) {
       draw( 10, 70 ),
       ElementsAre( "a/board                              every 0.5 s  simulation  12:00:00",
                    "1 failed, 1 absent, 3 ok", "object  reading       lowest  highest  state",
-                   "psu1       -                           failed: no acknowledge from th~",
+                   "psu1       -                           failed: no acknowledge from th\u2026",
                    "Fan2       -    rpm                    absent",
                    "inlet     21    C      -7.25    21     ok",
                    "fan10    900    rpm   900      900     ok",
@@ -161,11 +161,11 @@ TEST_F( WatchTest, FitsAScreenOfAnySize ) {
          for ( size_t columns = 1; columns < 90; columns += 4 ) {
             auto shown = draw( lines, columns );
             EXPECT_LE( shown.size(), lines );
-            EXPECT_THAT( shown, Each( ResultOf( Utils::length, testing::Le( columns ) ) ) );
+            EXPECT_THAT( shown, Each( ResultOf( Utils::columns, testing::Le( columns ) ) ) );
          }
       }
    }
-   EXPECT_EQ( fitted( "w\u00e4rme\x07-s\u00fcd", 7 ), "w\u00e4rme ~" );
+   EXPECT_EQ( fitted( "w\u00e4rme\x07-s\u00fcd", 7 ), "w\u00e4rme \u2026" );
    EXPECT_EQ( fitted( "\u00fc", 3, Align::Right ), "  \u00fc" );
 }
 

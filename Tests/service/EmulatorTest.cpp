@@ -104,6 +104,27 @@ TEST_F( EmulatorTest, FaultsCountAndSkip ) {
    }
 }
 
+// Start, address, register, repeated start, address, two bytes, stop: 48 bits.
+TEST_F( EmulatorTest, TransfersTakeTheTimeOfTheirBits ) {
+   BoardFolder slow{ textOf( kBoard + "/topology.json" ),
+                     R"({ "bitRate": 5000000, "chips": [ { "did": 13 } ],
+      "adapters": [ { "medium": "SCD", "accelerator": 2, "bus": 1, "bitRate": 1000 } ] })" };
+   board = slow.load();
+   auto start = std::chrono::steady_clock::now();
+   run( kRead );
+   run( "49<" );
+   auto time = std::chrono::steady_clock::now() - start;
+   EXPECT_GE( time, std::chrono::milliseconds( 48 + 11 ) );
+   EXPECT_LT( time, std::chrono::milliseconds( 1000 ) );
+   const std::pair< std::string, unsigned > rows[] = {
+      { "49<00:2", 48 }, { "49<", 20 }, { "49>01", 20 }, { "49>0102", 29 } };
+   for ( const auto& [ step, bits ] : rows ) {
+      auto request = requestOf( step );
+      auto transfer = decode( request );
+      EXPECT_EQ( bitsOf( transfer, transfer.answerLimit() ), bits ) << step;
+   }
+}
+
 TEST_F( EmulatorTest, PluggingPowersOn ) {
    run( "70>01 48>0160" );
    for ( uint32_t did : { 13, 1 } ) {
