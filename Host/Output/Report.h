@@ -49,16 +49,6 @@ std::string readingText( const Observation& observation );
 // What follows the decimal point, with the point.
 size_t fractionLength( const std::string& number );
 
-// The state, with the reason, or with what the object tells at length: lines may break here.
-std::string stateText( const Observation& observation );
-Colour stateColour( State state );
-
-// The reading without its unit, or a short text in its place.
-std::string readingText( const Observation& observation );
-
-// What follows the decimal point, with the point.
-size_t fractionLength( const std::string& number );
-
 // The reading with its unit, or what else the object told, or where there is neither the state.
 std::string valueText( const Observation& observation );
 

@@ -16,6 +16,9 @@ using std::chrono::steady_clock;
 
 namespace {
 
+// At once. With the lanes' workers they leave the service room for others of the same user.
+constexpr size_t kMostTrials = 3;
+
 std::vector< Observation > pending( const Board& board ) {
    std::vector< Observation > observations;
    for ( const ObjectSpec& object : board.objects ) {
@@ -107,7 +110,8 @@ void Session::await( milliseconds limit, int descriptor ) {
 void Session::tryFailed( Lane& home ) {
    bool hasTrial =
       std::ranges::any_of( trials_, [ & ]( const Trial& trial ) { return &trial.home == &home; } );
-   auto due = hasTrial ? std::nullopt : home.dueForTrial();
+   bool hasRoom = !hasTrial && trials_.size() < kMostTrials;
+   auto due = hasRoom ? home.dueForTrial() : std::nullopt;
    if ( due && service_.whyStillGone().empty() ) {
       trials_.push_back( { home, *due, Lane( trialContext_, { *due } ) } );
       trials_.back().lane.begin();

@@ -25,8 +25,7 @@ struct SessionOptions {
    // How long an object that killed its worker is left alone, at first; each time twice as long.
    std::chrono::milliseconds firstRetry = std::chrono::seconds( 2 );
 
-   // Workers side by side. With one trial each they are to leave the service room for others of the
-   // same user.
+   // Workers side by side. They are to leave the service room for others of the same user.
    size_t mostLanes = 10;
 
    // Runs in the worker, once an object has been added and at each later reading.
@@ -88,7 +87,7 @@ class Session {
    LaneContext context_;
    LaneContext trialContext_;
    std::list< Lane > lanes_;
-   std::list< Trial > trials_;  // at most one of each lane
+   std::list< Trial > trials_;  // at most one of each lane, and few in all
    std::vector< Observation > latest_;
    size_t told_ = 0;  // observations so far
 };
