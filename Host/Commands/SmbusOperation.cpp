@@ -1,12 +1,15 @@
 #include "Host/Commands/SmbusOperation.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <charconv>
 #include <functional>
+#include <iterator>
 
 #include "Host/Session/UseError.h"
+#include "Utils/Nearest.h"
 
 namespace Host {
 
@@ -143,11 +146,18 @@ constexpr Operation kOperations[] = {
    { "i2c-write", "REG BYTE...", true, Rest::ManyBytes, Direction::Write, &Call::i2cWrite },
 };
 
+std::string synopsis( const Operation& operation ) {
+   return fmt::format( "{}{}{}", operation.name, *operation.arguments ? " " : "",
+                       operation.arguments );
+}
+
 const Operation& find( const std::string& name ) {
    auto operation = std::ranges::find( kOperations, name, &Operation::name );
    if ( operation == std::end( kOperations ) ) {
-      throw UseError( fmt::format( "there is no SMBus operation \"{}\"; there are\n{}", name,
-                                   smbusOperationsHelp() ) );
+      std::vector< std::string > names;
+      std::ranges::transform( kOperations, std::back_inserter( names ), &Operation::name );
+      throw UseError( fmt::format( "there is no SMBus operation \"{}\"; there are {}{}", name,
+                                   fmt::join( names, ", " ), Utils::didYouMean( name, names ) ) );
    }
    return *operation;
 }
@@ -173,7 +183,7 @@ Numbers numbersOf( const Operation& operation, const SmbusOperation& given ) {
    bool open = operation.rest == Rest::ManyBytes;
    if ( texts.size() < fixed || ( !open && texts.size() > fixed ) ||
         texts.size() > kLongestBlock + 1 ) {
-      throw UseError( fmt::format( "use: smbus NAME {} {}", operation.name, operation.arguments ) );
+      throw UseError( "use: smbus NAME " + synopsis( operation ) );
    }
    Numbers numbers;
    for ( const std::string& text : texts ) {
@@ -192,7 +202,7 @@ Numbers numbersOf( const Operation& operation, const SmbusOperation& given ) {
 std::string smbusOperationsHelp() {
    std::string text;
    for ( const Operation& operation : kOperations ) {
-      text += fmt::format( "  {} {}\n", operation.name, operation.arguments );
+      text += "  " + synopsis( operation ) + "\n";
    }
    return text;
 }

@@ -58,7 +58,7 @@ TEST( Commands, RefuseWhatCannotBeWithStatusTwo ) {
       { kDemo + "smbus eeprom1 write-byte 0 0x100", "no number from 0 to 255" },
       { kDemo + "smbus eeprom1 i2c-read 0 0", "LENGTH must be at least 1" },
       { kDemo + "smbus eeprom1 read-byte", "use: smbus NAME read-byte REG" },
-      { kDemo + "smbus eeprom1 peek", "no SMBus operation \"peek\"" },
+      { kDemo + "smbus eeprom1 reed-byte", "i2c-write; did you mean \"read-byte\"?" },
       { kDemo + "smbus scd0 read-byte 0", "several devices: scd0<0x1a>, scd0<0x48>, scd0<0x49>" },
       { kDemo + "smbus chassis read-byte 0", "is a system, which has no chip" },
       { kDemo + "smbus eeprom1 process-call 0 0 </dev/null", "nobody can be asked, give --yes" },
