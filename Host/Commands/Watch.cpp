@@ -34,7 +34,8 @@ std::string checkInterval( std::string& text ) {
    bool isNumber = CLI::detail::lexical_cast( text, seconds );
    return isNumber && seconds >= kShortestInterval && seconds <= kLongestInterval
              ? ""
-             : text + " is not in range";
+             : fmt::format( "{} is not from {} to {} seconds", text, kShortestInterval,
+                            kLongestInterval );
 }
 
 void applySettings( OpenBoard& open, const std::vector< std::string >& settings ) {

@@ -66,7 +66,7 @@ TEST( Commands, RefuseWhatCannotBeWithStatusTwo ) {
       { "", "--board is required" },
       { kMinimal, "subcommand is required" },
       { kMinimal + "get", "NAME is required" },
-      { kMinimal + "watch --interval nan", "nan is not in range" },
+      { kMinimal + "watch --interval nan", "nan is not from 0.05 to 3600 seconds" },
       { kMinimal + "--socket x status", "excludes" },
       { "--board /none --emulate status", "/none: no such board folder" },
       { kMinimal + "--library /none.so status", "cannot load the driver library: /none.so" },
