@@ -162,8 +162,9 @@ std::string scanSummary( const std::vector< ScannedBus >& busses, const TableSty
       }
    }
    return coloured( kLegend, Colour::Dim, style ) +
-          fmt::format( "{} of {} declared devices answer, {} not declared answer\n", answering,
-                       declared, others == 0 ? "none" : std::to_string( others ) );
+          fmt::format( "{} of {} declared devices answer, and {} that {} not declared\n", answering,
+                       declared, others == 0 ? "none" : std::to_string( others ),
+                       others > 1 ? "are" : "is" );
 }
 
 std::string scanJson( const Board& board,

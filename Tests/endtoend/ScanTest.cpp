@@ -66,7 +66,7 @@ TEST( Scan, FindsTheEmulatedBoardAsItIsDeclared ) {
    for ( const char* board : { "demo", "minimal", "poe48" } ) {
       Outcome outcome = lumen( fmt::format( "--board Boards/{} --emulate scan", board ) );
       EXPECT_EQ( outcome.status, 0 ) << outcome.output << outcome.errors;
-      EXPECT_THAT( outcome.output, HasSubstr( "none not declared answer\n" ) );
+      EXPECT_THAT( outcome.output, HasSubstr( ", and none that is not declared\n" ) );
    }
 }
 
