@@ -21,7 +21,8 @@ void addOptions( CLI::App& app, Host::Program& program ) {
    app.add_option( "--socket", program.socket, "where the SMBus service listens" )
       ->type_name( "PATH" )
       ->excludes( emulate );
-   app.add_flag( "--json", program.json, "print one JSON document" );
+   app.add_flag( "--json", program.json,
+                 "print a JSON document, or with watch and log one a line" );
    app.add_option( "--library", program.library, "the driver library's file" )->type_name( "PATH" );
    app.add_option( "--trace", program.trace, "print the library's traces up to this level" )
       ->type_name( "LEVEL" )
