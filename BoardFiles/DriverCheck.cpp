@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
+
 #include "BoardFiles/ArgumentsCheck.h"
 #include "BoardFiles/DeviceArguments.h"
 #include "BoardFiles/DriverTable.h"
@@ -74,6 +76,17 @@ void DriverCheck::declared( const Value& device, const Place& place ) {
    ArgumentsCheck arguments( device, place, findings_ );
    arguments.checkNames( *driver, rules );
    arguments.checkValues( rules );
+}
+
+void DriverCheck::ham( const std::string& name, const Place& place ) {
+   auto names = DriverTable::hamNames();
+   if ( isAsked_ && std::ranges::find( names, name ) == names.end() ) {
+      Place at = place.member( "ham" );
+      findings_.push_back(
+         { at.file, at.pointer,
+           fmt::format( "unknown ham \"{}\"; there are {}{}", name, fmt::join( names, ", " ),
+                        Utils::didYouMean( name, names ) ) } );
+   }
 }
 
 void DriverCheck::mux( uint32_t did, const std::string& name, const Place& place ) {

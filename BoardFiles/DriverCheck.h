@@ -26,6 +26,9 @@ class DriverCheck {
    // Device arguments of the topology: few of them are used, so none need be there.
    void declared( const Utils::Json::Value& device, const Place& );
 
+   // How the drivers reach the registers of a medium.
+   void ham( const std::string& name, const Place& );
+
    // The chip of a mux.
    void mux( uint32_t did, const std::string& driver, const Place& );
 

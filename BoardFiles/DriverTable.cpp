@@ -59,6 +59,10 @@ std::vector< std::string > driverNames() {
    return names;
 }
 
+std::vector< std::string > hamNames() {
+   return { "LumenSmbus", "SimHam" };
+}
+
 bool makes( const Value& driver, std::string_view kind ) {
    return kind != kDevice &&
           ( find( driver, kind ) != nullptr || find( table()[ kEveryDriver.data() ], kind ) );

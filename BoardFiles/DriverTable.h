@@ -39,6 +39,9 @@ const Value* driver( std::string_view name );
 
 std::vector< std::string > driverNames();
 
+// How drivers can reach registers.
+std::vector< std::string > hamNames();
+
 // Whether the driver makes objects of the kind, and which kinds it makes.
 bool makes( const Value& driver, std::string_view kind );
 std::vector< std::string > kindsOf( const Value& driver );

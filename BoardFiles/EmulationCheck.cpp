@@ -33,6 +33,7 @@ std::map< size_t, unsigned > readBitRates( const BoardFile& emulation,
                                            const Wiring& wiring,
                                            std::vector< Finding >& findings ) {
    std::map< size_t, unsigned > rates;
+   std::map< size_t, std::string > seen;
    auto [ common, adapters ] = Utils::Json::members< "bitRate", "adapters" >( emulation.json );
    for ( size_t i = 0; common && i < wiring.adapters.size(); ++i ) {
       rates[ i ] = common->GetUint();
@@ -40,8 +41,16 @@ std::map< size_t, unsigned > readBitRates( const BoardFile& emulation,
    for ( size_t i = 0; adapters && i < adapters->Size(); ++i ) {
       const auto& entry = ( *adapters )[ static_cast< rapidjson::SizeType >( i ) ];
       Place place{ emulation.path, fmt::format( "/adapters/{}", i ) };
-      if ( auto adapter = findAdapter( entry, place, wiring, findings ) ) {
-         rates[ *adapter ] = entry[ "bitRate" ].GetUint();
+      auto adapter = findAdapter( entry, place, wiring, findings );
+      if ( !adapter ) {
+         continue;
+      }
+      rates[ *adapter ] = entry[ "bitRate" ].GetUint();
+      auto [ first, isNew ] = seen.insert( { *adapter, place.pointer } );
+      if ( !isNew ) {
+         findings.push_back( { place.file, place.pointer,
+                               fmt::format( "{} has its rate in {} already",
+                                            wiring.adapters[ *adapter ].name(), first->second ) } );
       }
    }
    return rates;

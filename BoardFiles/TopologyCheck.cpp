@@ -106,6 +106,7 @@ void TopologyWalk::walk( const Value& media ) {
 void TopologyWalk::medium( const Value& node, const std::string& pointer ) {
    std::string_view type = node[ "type" ].GetString();
    const Media::Medium& medium = *std::ranges::find( Media::kAll, type, &Media::Medium::type );
+   drivers_.ham( node[ "ham" ].GetString(), { file_, pointer } );
    Wiring::Adapter adapter{ .master = medium.master,
                             .pci = medium.hasPci ? node[ "pci" ].GetUint() : 0,
                             .label = labelOf( node ),

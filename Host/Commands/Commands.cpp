@@ -133,6 +133,11 @@ CLI::App* addCommand( CLI::App& app,
    return command;
 }
 
+CLI::Option* addPatterns( CLI::App& command, std::vector< std::string >& patterns ) {
+   return command.add_option(
+      "NAME", patterns, "an object's name, or in quotes a pattern: 'fan*', 'port[1-4]', 'psu?'" );
+}
+
 int Program::run() const {
    try {
       if ( emulate && !serviceNeeded() ) {

@@ -12,7 +12,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace Host {
 
@@ -89,9 +90,8 @@ Board loadBoard( const Program& program );
 Board loadOneObject( const Program& program, const std::string& name );
 Board loadObjects( const Program& program, const std::vector< std::string >& patterns );
 
-// Told of commands that take patterns.
-constexpr const char* kPatternsHelp =
-   "an object's name, or in quotes a pattern: 'fan*', 'port[1-4]', 'psu?'";
+// The command's objects, as patterns.
+CLI::Option* addPatterns( CLI::App& command, std::vector< std::string >& patterns );
 
 // Adds a command that may be followed by the program's own options.
 CLI::App* addCommand( CLI::App& app,

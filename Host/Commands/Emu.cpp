@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include "Host/Commands/Commands.h"
 #include "Host/Output/EmuReport.h"
@@ -40,6 +41,9 @@ std::vector< EmulatedChip > chipsCalled( EmulatorControl& emulator,
    std::erase_if( chips, [ & ]( const EmulatedChip& chip ) {
       return !wanted.empty() && std::ranges::find( wanted, chip.did ) == wanted.end();
    } );
+   if ( chips.empty() && !names.empty() ) {
+      throw UseError( "the service no longer has the chip" );
+   }
    return chips;
 }
 
@@ -55,10 +59,12 @@ struct Use {
 };
 
 void Use::tell( const Utils::Json::Document& answer ) const {
+   auto value =
+      answer.HasMember( "value" ) ? std::optional( answer[ "value" ].GetDouble() ) : std::nullopt;
    if ( program.json ) {
-      print( Utils::Json::writePretty( answer ) + "\n" );
-   } else if ( answer.HasMember( "value" ) ) {
-      print( quantityText( answer[ "value" ].GetDouble() ) + "\n" );
+      print( valueJson( program.board, value ) );
+   } else if ( value ) {
+      print( quantityText( *value ) + "\n" );
    }
 }
 
@@ -70,7 +76,7 @@ void Use::askAboutChip( const std::string& members ) const {
 
 void list( const Use& use ) {
    auto chips = chipsCalled( use.emulator, use.arguments.names );
-   print( use.program.json ? chipsJson( chips ) : chipsTable( chips ) );
+   print( use.program.json ? chipsJson( use.program.board, chips ) : chipsTable( chips ) );
 }
 
 // A refusal gets the name that was likely meant, where the chip has no such quantity.
@@ -95,7 +101,8 @@ void get( const Use& use ) {
       return askAboutQuantity( use, "" );
    }
    auto chips = chipsCalled( use.emulator, { use.arguments.name } );
-   print( use.program.json ? chipsJson( chips ) : quantitiesTable( chips[ 0 ] ) );
+   print( use.program.json ? chipsJson( use.program.board, chips )
+                           : quantitiesTable( chips[ 0 ] ) );
 }
 
 void set( const Use& use ) {

@@ -81,7 +81,7 @@ void addGetAndSetCommands( CLI::App& app, Program& program ) {
    auto words = std::make_shared< std::vector< std::string > >();
    auto getCommand = addCommand( app, program, { "get", "the readings of objects" },
                                  [ &program, patterns ] { return get( program, *patterns ); } );
-   getCommand->add_option( "NAME", *patterns, kPatternsHelp )->required();
+   addPatterns( *getCommand, *patterns )->required();
    auto setCommand =
       addCommand( app, program, { "set", "drive one object: an led, a fan, a gpio or a poe_port" },
                   [ &program, name, words ] { return set( program, *name, *words ); } );

@@ -12,6 +12,7 @@
 #include "Host/Session/Service.h"
 #include "Host/Session/UseError.h"
 #include "Platform/ServicePath.h"
+#include "Utils/Nearest.h"
 
 namespace Host {
 
@@ -41,8 +42,9 @@ std::vector< size_t > bussesCalled( const Wiring& wiring, const std::string& nam
    }
    if ( busses.empty() ) {
       throw UseError( names.empty() ? "the board has no busses"
-                                    : fmt::format( "the board has no bus \"{}\"; it has {}", name,
-                                                   fmt::join( names, ", " ) ) );
+                                    : fmt::format( "the board has no bus \"{}\"; it has {}{}", name,
+                                                   fmt::join( names, ", " ),
+                                                   Utils::didYouMean( name, names ) ) );
    }
    return busses;
 }

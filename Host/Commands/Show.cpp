@@ -34,7 +34,7 @@ void addShowCommand( CLI::App& app, Program& program ) {
    auto command =
       addCommand( app, program, { "show", "everything that objects tell, and where they hang" },
                   [ &program, patterns ] { return show( program, *patterns ); } );
-   command->add_option( "NAME", *patterns, kPatternsHelp )->required();
+   addPatterns( *command, *patterns )->required();
 }
 
 }  // namespace Host

@@ -47,9 +47,13 @@ std::string unknownWord( const CLI::App& app ) {
       return fmt::format( "unknown option \"{}\"{}", word,
                           Utils::didYouMean( word, optionsOf( app ) ) );
    }
-   if ( app.get_subcommands().empty() ) {
+   const CLI::App* innermost = &app;
+   while ( !innermost->get_subcommands().empty() ) {
+      innermost = innermost->get_subcommands()[ 0 ];
+   }
+   if ( innermost->get_require_subcommand_min() > 0 ) {
       return fmt::format( "unknown command \"{}\"{}", word,
-                          Utils::didYouMean( word, commandsOf( app ) ) );
+                          Utils::didYouMean( word, commandsOf( *innermost ) ) );
    }
    return fmt::format( "\"{}\" is one argument too many", word );
 }

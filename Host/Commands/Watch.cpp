@@ -22,6 +22,8 @@ namespace {
 constexpr double kShortestInterval = 0.05;  // seconds
 constexpr double kLongestInterval = 3600;
 
+using Clock = std::chrono::steady_clock;
+
 struct Arguments {
    double interval = 1;                       // seconds
    unsigned count = 0;                        // 0: until interrupted
@@ -60,12 +62,10 @@ bool awaitSweep( Session& session, const Signals& signals ) {
 }
 
 // False when there was a signal before.
-bool awaitNextSweep( Session& session, const Signals& signals, double interval ) {
+bool awaitTime( Session& session, const Signals& signals, Clock::time_point end ) {
    using namespace std::chrono;
-   auto end = steady_clock::now() +
-              duration_cast< steady_clock::duration >( duration< double >( interval ) );
    while ( signals.take().none() ) {
-      auto left = ceil< milliseconds >( end - steady_clock::now() );
+      auto left = ceil< milliseconds >( end - Clock::now() );
       if ( left <= milliseconds::zero() ) {
          return true;
       }
@@ -77,15 +77,18 @@ bool awaitNextSweep( Session& session, const Signals& signals, double interval )
 // One table, or one document, for each sweep.
 int watchSweeps( const Program& program, const Arguments& arguments, Session& session ) {
    Signals signals( { SIGINT, SIGTERM } );
+   auto interval = std::chrono::duration_cast< Clock::duration >(
+      std::chrono::duration< double >( arguments.interval ) );
    bool ok = true;
+   auto next = Clock::now();
    for ( unsigned sweep = 1; awaitSweep( session, signals ); ++sweep ) {
+      next = std::max( next + interval, Clock::now() );
       const auto& observations = session.latest();
       ok = allOk( observations );
       print( program.json ? statusJsonLine( program.board, observations )
                           : statusTable( observations, TableStyle::ofOutput() ) + "\n" +
                                summaryText( observations ) + "\n" );
-      if ( !flushOutput() || sweep == arguments.count ||
-           !awaitNextSweep( session, signals, arguments.interval ) ) {
+      if ( !flushOutput() || sweep == arguments.count || !awaitTime( session, signals, next ) ) {
          break;
       }
    }

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "Host/Output/JsonObject.h"
+#include "Host/Output/JsonDocument.h"
 #include "Host/Output/Table.h"
 
 namespace Host {
@@ -99,11 +99,21 @@ std::string quantitiesTable( const EmulatedChip& chip ) {
    return formatTable( { { "quantity" }, { "value" } }, rows, TableStyle::ofOutput() );
 }
 
-std::string chipsJson( const std::vector< EmulatedChip >& chips ) {
+std::string chipsJson( const std::string& board, const std::vector< EmulatedChip >& chips ) {
    JsonObject::Allocator allocator;
-   JsonObject json( allocator );
-   json.add( "ok", Value( true ) );
+   JsonObject json = beginDocument( board, allocator );
    json.add( "chips", arrayJson( chips, allocator, chipJson ) );
+   json.add( "ok", Value( true ) );
+   return json.text();
+}
+
+std::string valueJson( const std::string& board, std::optional< double > value ) {
+   JsonObject::Allocator allocator;
+   JsonObject json = beginDocument( board, allocator );
+   if ( value ) {
+      json.add( "value", value );
+   }
+   json.add( "ok", Value( true ) );
    return json.text();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,9 @@ std::string chipsTable( const std::vector< EmulatedChip >& chips );
 // All of a chip's quantities.
 std::string quantitiesTable( const EmulatedChip& chip );
 
-// As control-answer.schema.json has it.
-std::string chipsJson( const std::vector< EmulatedChip >& chips );
+std::string chipsJson( const std::string& board, const std::vector< EmulatedChip >& chips );
+
+// Of a request that was met, with what was asked for, if anything was.
+std::string valueJson( const std::string& board, std::optional< double > value );
 
 }  // namespace Host

@@ -157,8 +157,7 @@ ShownObject shownObject( const Board& board, const Observation& observation ) {
    const ObjectSpec& object = *observation.object;
    Observation own =
       observed( object, facts[ 0 ].reading, whyMissing( board, object, facts[ 0 ] ) );
-   bool isNumber = facts[ 0 ].reading.status == PL_STATUS_OK && facts[ 0 ].reading.value;
-   if ( !isNumber ) {
+   if ( !facts[ 0 ].reading.value ) {
       facts.erase( facts.begin() );  // the state tells it
    }
    return { own, std::move( facts ) };

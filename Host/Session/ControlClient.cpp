@@ -18,6 +18,7 @@ namespace {
 
 constexpr timeval kPatience{ .tv_sec = 5, .tv_usec = 0 };
 constexpr size_t kChunk = 65536;
+constexpr size_t kLongestAnswer = 64 * 1024 * 1024;
 
 [[noreturn]] void refuse( const std::string& path, const char* why ) {
    throw UseError( fmt::format(
@@ -60,6 +61,9 @@ std::string ControlClient::ask( const std::string& line ) {
       ssize_t count = TEMP_FAILURE_RETRY( recv( socket_, chunk, sizeof chunk, 0 ) );
       if ( count <= 0 ) {
          throw std::runtime_error( count == 0 ? "the service is lost" : "the service is silent" );
+      }
+      if ( input_.size() > kLongestAnswer ) {
+         throw std::runtime_error( "the service's answer has no end" );
       }
       size_t before = input_.size();
       input_.append( chunk, static_cast< size_t >( count ) );

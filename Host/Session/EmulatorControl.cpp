@@ -40,6 +40,12 @@ std::string quoted( const std::string& text ) {
 
 EmulatorControl::EmulatorControl( const Board& board, const std::string& path )
     : board_( board ), path_( path ), service_( path ) {
+   for ( const ObjectSpec& object : board.objects ) {
+      auto did = object.kind == Kind::System ? std::nullopt : deviceIdOf( board.wiring, object );
+      if ( did ) {
+         objects_[ *did ].push_back( object.name );
+      }
+   }
    try {
       auto present = chips();
       compare( present );
@@ -68,10 +74,11 @@ void EmulatorControl::compare( const std::vector< EmulatedChip >& chips ) const 
 std::vector< EmulatedChip > EmulatorControl::chips() {
    Utils::Json::Document answer = ask( R"({"op":"list"})" );
    std::vector< EmulatedChip > chips;
-   if ( answer.HasMember( "chips" ) ) {
-      for ( const Value& chip : answer[ "chips" ].GetArray() ) {
-         chips.push_back( named( chip ) );
-      }
+   if ( !answer.HasMember( "chips" ) ) {
+      throw UseError( fmt::format( "the service at {} lists no chips", path_ ) );
+   }
+   for ( const Value& chip : answer[ "chips" ].GetArray() ) {
+      chips.push_back( named( chip ) );
    }
    return chips;
 }
@@ -94,10 +101,8 @@ EmulatedChip EmulatorControl::named( const Value& json ) const {
       chip.label = device->second.label;
       chip.place = WireNames( board_.wiring ).pathOf( device->second.bus );
    }
-   for ( const ObjectSpec& object : board_.objects ) {
-      if ( object.kind != Kind::System && deviceIdOf( board_.wiring, object ) == chip.did ) {
-         chip.objects.push_back( object.name );
-      }
+   if ( auto objects = objects_.find( chip.did ); objects != objects_.end() ) {
+      chip.objects = objects->second;
    }
    return chip;
 }

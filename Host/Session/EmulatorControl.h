@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,6 +59,7 @@ class EmulatorControl {
    uint32_t deviceCalled( const std::string& name ) const;
 
    const Board& board_;
+   std::map< uint32_t, std::vector< std::string > > objects_;  // of each device
    std::string path_;
    ControlClient service_;
    std::vector< uint32_t > dids_;  // that the emulator has

@@ -70,9 +70,10 @@ void Lane::proceed() {
 }
 
 std::optional< size_t > Lane::dueForTrial() const {
-   auto due = std::ranges::find_if(
-      failed_, []( const auto& failure ) { return failure.second.retry <= steady_clock::now(); } );
-   return due == failed_.end() ? std::nullopt : std::optional( due->first );
+   auto next = std::ranges::min_element(
+      failed_, {}, []( const auto& failure ) { return failure.second.retry; } );
+   bool isDue = next != failed_.end() && next->second.retry <= steady_clock::now();
+   return isDue ? std::optional( next->first ) : std::nullopt;
 }
 
 void Lane::failAgain( size_t object, const std::string& why ) {
@@ -86,6 +87,9 @@ void Lane::failAgain( size_t object, const std::string& why ) {
 
 void Lane::adopt( size_t object ) {
    failed_.erase( object );
+   for ( auto& [ other, failure ] : failed_ ) {
+      failure.retry = steady_clock::now();
+   }
    if ( worker_ ) {
       adopted_.push_back( object );
    }

@@ -52,10 +52,15 @@ class Lane {
    void addDescriptors( std::vector< pollfd >& descriptors ) const;
    void proceed();
 
-   // An object that killed a worker and is worth another trial now; such trials get rarer.
+   // Of the objects that killed a worker, the one whose next trial has been due for longest; such
+   // trials get rarer.
    std::optional< size_t > dueForTrial() const;
+   bool hasFailed() const { return !failed_.empty(); }
    void failAgain( size_t object, const std::string& why );
-   void adopt( size_t object );  // from the next sweep on
+
+   // Takes on an object that came back, from the next sweep on. What has failed beside it is worth
+   // a trial now: it may hang on the same chip.
+   void adopt( size_t object );
 
  private:
    struct Failure {

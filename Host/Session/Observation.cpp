@@ -94,7 +94,9 @@ Observation observed( const ObjectSpec& object,
       return { &object, State::Absent };
    }
    if ( reading.status == PL_STATUS_DEVICE_ERROR ) {
-      return { &object, State::Fault, std::move( reason ), reading.value };
+      bool shouldTurn = object.kind == Kind::Fan && object.range.min.value_or( 0 ) > 0;
+      return { &object, shouldTurn ? State::Critical : State::Fault, std::move( reason ),
+               reading.value };
    }
    if ( reading.status != PL_STATUS_OK ) {
       return failed( object, std::move( reason ) );

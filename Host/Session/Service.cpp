@@ -20,7 +20,6 @@ namespace {
 
 namespace Frame = PlatformLibrary::Frame;
 
-constexpr timeval kPatience{ .tv_sec = 2, .tv_usec = 0 };
 constexpr char kEmptyBatch[ Frame::kHeaderSize ]{};  // nothing behind the header
 constexpr size_t kLongestAnswer = 4096;              // to it
 
@@ -64,7 +63,9 @@ bool serviceNeeded() {
    return !getenv( "SIMULATION_VMID" );
 }
 
-std::string whyNoService( const std::string& path ) {
+std::string whyNoService( const std::string& path, std::chrono::milliseconds patience ) {
+   timeval limit{ .tv_sec = static_cast< time_t >( patience.count() / 1000 ),
+                  .tv_usec = static_cast< suseconds_t >( patience.count() % 1000 * 1000 ) };
    sockaddr_un address{};
    address.sun_family = AF_UNIX;
    if ( path.size() >= sizeof address.sun_path ) {
@@ -72,8 +73,8 @@ std::string whyNoService( const std::string& path ) {
    }
    path.copy( address.sun_path, path.size() );
    int socket = ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
-   setsockopt( socket, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience );
-   setsockopt( socket, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience );
+   setsockopt( socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit );
+   setsockopt( socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit );
    bool connects =
       connect( socket, reinterpret_cast< sockaddr* >( &address ), sizeof address ) == 0;
    std::string problem = connects ? whyNoAnswer( socket ) : strerror( errno );

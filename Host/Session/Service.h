@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 namespace Host {
@@ -10,7 +11,8 @@ std::string servicePath( const std::string& given );
 // False when the driver library serves its objects from simulation files.
 bool serviceNeeded();
 
-// Why no service at the path answers requests within two seconds; nothing when one does.
-std::string whyNoService( const std::string& path );
+// Why no service at the path answers requests in time; nothing when one does.
+std::string whyNoService( const std::string& path,
+                          std::chrono::milliseconds patience = std::chrono::seconds( 2 ) );
 
 }  // namespace Host

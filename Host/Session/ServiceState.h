@@ -22,6 +22,7 @@ class ServiceState {
    std::string path_;
    std::string why_;
    std::chrono::steady_clock::time_point asked_;
+   bool wasSilent_ = false;
 };
 
 }  // namespace Host

@@ -74,7 +74,6 @@ const std::vector< Observation >& Session::read() {
 void Session::begin() {
    for ( Lane& lane : lanes_ ) {
       if ( !lane.isBusy() ) {
-         tryFailed( lane );
          lane.begin();
       }
    }
@@ -95,7 +94,8 @@ void Session::await( milliseconds limit, int descriptor ) {
       std::ranges::for_each(
          trials_, [ & ]( const Trial& trial ) { trial.lane.addDescriptors( descriptors ); } );
       auto left = std::max( ceil< milliseconds >( end - steady_clock::now() ), milliseconds( 0 ) );
-      bool isWaiting = wasBusy || !trials_.empty();
+      bool isWaiting =
+         wasBusy || !trials_.empty() || std::ranges::any_of( lanes_, &Lane::hasFailed );
       auto wait = isWaiting ? std::min( left, Patience::kStep ) : left;
       int ready =
          poll( descriptors.data(), descriptors.size(), static_cast< int >( wait.count() ) );
@@ -124,6 +124,7 @@ void Session::proceed() {
       trial.lane.proceed();
    }
    endTrials();
+   std::ranges::for_each( lanes_, [ this ]( Lane& lane ) { tryFailed( lane ); } );
 }
 
 void Session::endTrials() {

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <sys/epoll.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -60,6 +61,8 @@ ScreenWatch::~ScreenWatch() {
 }
 
 int ScreenWatch::run() {
+   // Without whoever started it, the terminal is somebody else's.
+   prctl( PR_SET_PDEATHSIG, SIGHUP );
    show( true );
    while ( count_ == 0 || sweeps_ < count_ ) {
       awaitSomething();

@@ -71,7 +71,11 @@ void BoardMaker::addChip( const ChipSpec& spec ) {
    }
    connectMux( spec, *site );
    site->isPlugged = !spec.isUnplugged;
+   bool isMux = dynamic_cast< const MuxChip* >( site->chip.get() );
    for ( const Fault& fault : spec.faults ) {
+      if ( fault.kind == FaultKind::kStuckMux && !isMux ) {
+         report( spec.place.member( "faults" ), fmt::format( "a {} is no mux", site->model ) );
+      }
       site->faults.add( fault );
    }
    Chip& chip = *site->chip;

@@ -67,6 +67,9 @@ void EmulatedBoard::plug( uint32_t did ) {
 
 void EmulatedBoard::addFault( uint32_t did, const Fault& fault ) {
    Entry& chip = entry( did );
+   if ( fault.kind == FaultKind::kStuckMux && !chip.site->mux ) {
+      throw std::invalid_argument( fmt::format( "a {} is no mux", chip.site->model ) );
+   }
    std::lock_guard lock( chip.bus->mutex );
    chip.site->faults.add( fault );
 }

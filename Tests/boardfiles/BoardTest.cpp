@@ -129,7 +129,7 @@ TEST( BoardTest, IgnoresWhatAMediumOfTheTypeDoesNotHave ) {
       media.push_back( '"' + std::string( medium.type ) + R"(", "id": 0, "pci": 1)" );
    }
    for ( const std::string& medium : media ) {
-      documents[ "topology.json" ] = R"([ { "ham": "H", "type": )" + medium + " } ]";
+      documents[ "topology.json" ] = R"([ { "ham": "SimHam", "type": )" + medium + " } ]";
       Board board;
       EXPECT_THAT( findingsIn( documents, board ), ElementsAre() ) << medium;
    }

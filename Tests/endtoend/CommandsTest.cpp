@@ -48,6 +48,9 @@ TEST( Commands, RefuseWhatCannotBeWithStatusTwo ) {
       { kDemo + "status inlet 'x*'", "no object \"x*\"; it has 63" },
       { kMinimal + "show x", "no object \"x\"; it has board\n" },
       { kMinimal + "statsu", "unknown command \"statsu\"; did you mean \"status\"?" },
+      { kMinimal + "emu lsit", "unknown command \"lsit\"; did you mean \"list\"?" },
+      { kMinimal + "status --sort nam",
+        "not sorted by \"nam\"; there are state, name, kind, reading; did you mean \"name\"?" },
       { kMinimal + "watch --intrval=1",
         "unknown option \"--intrval\"; did you mean \"--interval\"?" },
       { kMinimal + "check board", "\"board\" is one argument too many" },
@@ -86,9 +89,9 @@ TEST( Commands, TellWhenASettingDoesNotShow ) {
    EXPECT_EQ( input.status, 1 );
    EXPECT_EQ( input.output, "0\n" );
    EXPECT_EQ( input.errors, "lumen: module-present: set to 1, but reads 0\n" );
-   Outcome rotor = lumen( kDemo + "set fan1 50%" );
+   Outcome rotor = lumen( kDemo + "set fan1 0%" );
    EXPECT_EQ( rotor.status, 0 );
-   EXPECT_EQ( rotor.errors, "lumen: fan1: set to 6500 rpm; it may still be changing speed\n" );
+   EXPECT_EQ( rotor.errors, "lumen: fan1: set to 3000 rpm; it may still be changing speed\n" );
 }
 
 TEST( Commands, RefuseAnEmulatorBesideASimulation ) {

@@ -84,8 +84,7 @@ TEST( Emu, ReachesChipsByTheNamesOfTheBoard ) {
       { board + "emu set board temperature -7.5", 0, "" },
       { board + "emu get 1 temperature", 0, "-7.5\n" },
       { board + "emu get 'i2c<0x48>'", 0, "temperature  -7.5\n" },
-      { board + "--json emu get board temperature", 0,
-        "{\n  \"ok\": true,\n  \"value\": -7.5\n}\n" },
+      { board + "--json emu get board temperature", 0, "\"value\": -7.5,\n  \"ok\": true\n}\n" },
       { board + "emu fault board nak --skip 1", 0, "" },
       { board + "emu list", 0, "1 fault  temperature -7.5, " },
       { board + "emu clear", 0, "" },
@@ -156,7 +155,7 @@ TEST( Service, TellsEveryHostWhatHandsDoToTheBoard ) {
               "6514 rpm\nFAN-7001-F, front to back\n" );
    service.set( 303, "outerStopped1", 1 );
    EXPECT_EQ( host( "get rear2-outer" ),
-              "fault\nlumen: rear2-outer: it has stopped, or its tachometer is silent\n" );
+              "critical\nlumen: rear2-outer: it has stopped, or its tachometer is silent\n" );
 }
 
 // Hosts that come and go change no port but the one that they are told to.

@@ -190,7 +190,7 @@ TEST_F( SessionTest, DelaysNoOtherLaneByOne ) {
 TEST_F( SessionTest, TriesAgainWhatKilledAWorkerBesideTheOthers ) {
    Tests::TemporaryDirectory directory;
    std::string cure = directory.path() / "cure";
-   add( { "process", ( cure + " 42" ).c_str() } );
+   add( { "process", ( cure + " 42" ).c_str(), "abort", "kill" } );
    EXPECT_EQ( read()[ 1 ].reason, kGaveUp );
    auto other = read()[ 0 ].reading;
    std::ofstream{ cure };

@@ -92,6 +92,10 @@ DriverArguments examplesOf( const std::vector< const Value* >& rules ) {
 // That the drivers make what the table has is seen below.
 TEST( DriverTable, HasEveryDriverAndKind ) {
    EXPECT_EQ( DriverTable::driverNames().size(), Drivers::drivers.size() );
+   std::vector< std::string > hams;
+   std::ranges::transform( Ham::hams, std::back_inserter( hams ),
+                           []( const auto& ham ) { return ham.first; } );
+   EXPECT_EQ( DriverTable::hamNames(), hams );
    std::vector< std::string > kinds( BoardFiles::kKindNames.begin(), BoardFiles::kKindNames.end() );
    std::ranges::replace( kinds, "system", "mux" );
    for ( const auto& [ name, factory ] : Drivers::drivers ) {
