@@ -199,6 +199,7 @@ TEST( Service, KeepsALogThatIsShownAndReplayed ) {
       shown = host( service, "log --control " + service.control );
       EXPECT_THAT( shown, HasSubstr( "TMP75 0x48 read 2 bytes, register 0x00: 40 00 (" ) );
       EXPECT_THAT( shown, HasSubstr( fmt::format( "[client 2 of uid {}]\n", getuid() ) ) );
+      service.process.end( SIGTERM );  // which writes the file to its end
    }
    EXPECT_EQ( lumen( "--board Boards/demo log --file " + file ).output, shown );
    Service service( "lumen-smbusd --emulate Boards/demo --replay " + file );
