@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <ctime>
-#include <ranges>
 
 namespace Host {
 
@@ -32,7 +31,8 @@ std::string Change::text() const {
 }
 
 void ChangeLog::add( State before, const Observation& after, WallClock::time_point now ) {
-   for ( Change& change : std::views::reverse( changes_ ) ) {
+   for ( auto latest = changes_.rbegin(); latest != changes_.rend(); ++latest ) {
+      Change& change = *latest;
       if ( now - change.time > kSameTime || change.objects.contains( after.object ) ) {
          break;  // an object's changes stay in their order
       }

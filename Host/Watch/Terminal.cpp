@@ -9,6 +9,7 @@
 #include <term.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstring>
 
 namespace Host {
@@ -49,7 +50,8 @@ bool Terminal::isCapable() {
 
 const char* Terminal::capability( const char* name ) {
    const char* sequence = tigetstr( name );
-   return sequence && sequence != reinterpret_cast< const char* >( -1 ) ? sequence : "";
+   // A name that is none gives -1.
+   return sequence && reinterpret_cast< intptr_t >( sequence ) != -1 ? sequence : "";
 }
 
 bool Terminal::hasErrors() {
