@@ -46,7 +46,8 @@ struct Count {
    WireBits& bits;
 };
 
-// 9 bits for each byte, one for each start, repeated start and stop.
+// 9 bits for each byte, one for each start, repeated start and stop: counted here from what the
+// library sent, so that the limit is not the emulator's own account.
 uint64_t bitsOf( const pl_wire_transfer& transfer ) {
    uint64_t bytes = 1 + transfer.written_size + transfer.read_size;
    bool reads = transfer.operation != Smbus::REQUEST_WRITE &&
