@@ -55,6 +55,11 @@ Session::Session( const DriverLibrary& library, const Board& board, SessionOptio
                    } },
       trialContext_( context_ ),
       latest_( pending( board ) ) {
+   // At once, as a sweep that begins before the trial's worker has ended reads it already.
+   trialContext_.observe = [ this ]( size_t object, const Reading& reading, std::string why ) {
+      context_.observe( object, reading, std::move( why ) );
+      trialOf( object ).home.adopt( object );
+   };
    trialContext_.fail = [ this ]( size_t object, std::string why ) {
       trialOf( object ).why = std::move( why );
    };
@@ -129,12 +134,7 @@ void Session::proceed() {
 
 void Session::endTrials() {
    for ( Trial& trial : trials_ ) {
-      if ( trial.lane.isBusy() ) {
-         continue;
-      }
-      if ( trial.why.empty() ) {
-         trial.home.adopt( trial.object );
-      } else {
+      if ( !trial.lane.isBusy() && !trial.why.empty() ) {
          trial.home.failAgain( trial.object, trial.why );
       }
    }
