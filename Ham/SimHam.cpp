@@ -32,6 +32,29 @@ const std::string& simulationDirectory() {
    return directory;
 }
 
+// Its name is known, and /tmp is everybody's: a directory that somebody else made, or can put files
+// into, is not used. One that the environment names is whose it may be.
+bool isUsable( const std::string& directory ) {
+   struct statx status {};
+   if ( directory != kDefaultDirectory ) {
+      return true;
+   }
+   if ( statx( AT_FDCWD, directory.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status ) ) {
+      return false;
+   }
+   bool isForAll = ( status.stx_mode & S_IWOTH ) && !( status.stx_mode & S_ISVTX );
+   bool isOurs = status.stx_uid == geteuid() || status.stx_uid == 0;
+   errno = EACCES;
+   return S_ISDIR( status.stx_mode ) && isOurs && !isForAll;
+}
+
+// Neither follows a link that waits under the name nor waits for the other end of a pipe; -1 with
+// errno.
+int openFile( const std::string& name, int flags ) {
+   constexpr int kWary = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+   return isUsable( simulationDirectory() ) ? open( name.c_str(), flags | kWary, kFileMode ) : -1;
+}
+
 // A file under a record lock on the whole of it, waited for, and released with the file's closing
 // at the end of the scope.
 class LockedFile {
@@ -74,7 +97,7 @@ class LockedFile {
 };
 
 LockedFile openLocked( const std::string& name, int flags, short lockType ) {
-   return LockedFile( open( name.c_str(), flags | O_CLOEXEC, kFileMode ), lockType );
+   return LockedFile( openFile( name, flags ), lockType );
 }
 
 // Makes the directory, if it is not there, for every process that shares the files.
@@ -86,15 +109,31 @@ void createDirectory( const std::string& name ) {
 
 // Empties the file only once nobody else holds its lock. False with errno.
 bool createFile( const std::string& name, const std::string& content ) {
-   constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC;
-   int fd = open( name.c_str(), kFlags | O_EXCL, kFileMode );
+   constexpr int kFlags = O_RDWR | O_CREAT;
+   int fd = openFile( name, kFlags | O_EXCL );
    if ( fd >= 0 ) {
       fchmod( fd, kFileMode );
    } else {
-      fd = open( name.c_str(), kFlags, kFileMode );
+      fd = openFile( name, kFlags );
    }
    LockedFile file( fd, F_WRLCK );
    return file.isOpen() && file.truncate() && file.write( 0, content );
+}
+
+const char* whyNotCreated( int error ) {
+   if ( !isUsable( simulationDirectory() ) ) {
+      return "its directory is a link, belongs to neither this user nor root, or everybody may "
+             "write to it";
+   }
+   switch ( error ) {
+      case ELOOP:
+         return "it is a link";
+      case EINVAL:  // a pipe cannot be emptied
+      case ENXIO:
+         return "it is no file";
+      default:
+         return strerror( error );
+   }
 }
 
 std::string hexDigits( uint32_t value, uint32_t size ) {
@@ -218,7 +257,7 @@ void SimHam::createSimFile() {
    if ( createFile( simFileName_, text + '\n' ) ) {
       pl_trace( 5, "Created %s", simFileName_.c_str() );
    } else {
-      pl_trace( 0, "Failed to create %s: %s", simFileName_.c_str(), strerror( errno ) );
+      pl_trace( 0, "Failed to create %s: %s", simFileName_.c_str(), whyNotCreated( errno ) );
    }
 }
 

@@ -111,6 +111,27 @@ TEST_F( SimHam, FillsUpAndDropsWhatACutShortFileDoesNotHave ) {
    EXPECT_DEATH( ham.get16( 0 ), R"(Ham/SimHam.*mm != \(\(void \*\) -1\))" );
 }
 
+TEST_F( SimHam, RefusesWhatOthersPutInItsPlace ) {
+   std::filesystem::create_directory( path( "" ) );
+   std::string victim = directory.path() / "victim";
+   std::ofstream( victim ) << "precious";
+   const std::pair< std::function< void() >, const char* > rows[] = {
+      { [ & ] { std::filesystem::create_symlink( victim, path() ); }, "it is a link" },
+      { [ & ] { std::filesystem::create_symlink( victim + "2", path() ); }, "it is a link" },
+      { [ & ] { ASSERT_EQ( mkfifo( path().c_str(), 0666 ), 0 ); }, "it is no file" },
+   };
+   for ( const auto& [ plant, why ] : rows ) {
+      plant();
+      Tests::TraceLog traces;
+      ham.setExpected( &kValues );
+      EXPECT_EQ( traces.lines.back(), "0 Failed to create " + path() + ": " + why );
+      EXPECT_DEATH( ham.get16( ham.addRead16( 0x30, 1 ) ), R"(mm != \(\(void \*\) -1\))" );
+      std::filesystem::remove( path() );
+   }
+   EXPECT_EQ( Tests::textOf( victim ), "precious" );
+   EXPECT_FALSE( std::filesystem::exists( victim + "2" ) );
+}
+
 TEST_F( SimHam, AssertsItsOrderOfUse ) {
    EXPECT_DEATH( Ham::SimHam().setExpected( &kValues ), R"(!simFileName_\.empty\(\))" );
    Utils::ExpectedValues values;
