@@ -3,15 +3,16 @@
 #include <fmt/format.h>
 #include <sys/wait.h>
 
-#include <cerrno>
-#include <cstdio>
+#include <chrono>
 #include <cstring>
 #include <new>
 #include <numeric>
+#include <optional>
 #include <utility>
 
 #include "Components/Gpio.h"
 #include "Components/HardwareDevice.h"
+#include "Drivers/Shell.h"
 #include "Topology/Topology.h"
 #include "Utils/Assert.h"
 #include "Utils/Json.h"
@@ -21,24 +22,11 @@ namespace Drivers {
 
 namespace {
 
-constexpr int kChunk = 128;           // bytes of a read from a command's output, final NUL included
 constexpr int kTimeoutExpired = 124;  // exit status of the timeout utility
 
-// Everything until the end of file; false when memory ran out.
-bool readAll( FILE* pipe, std::string& output ) try {
-   char chunk[ kChunk ];
-   for ( ;; ) {
-      if ( fgets( chunk, sizeof chunk, pipe ) ) {
-         output += chunk;
-      } else if ( ferror( pipe ) && errno == EINTR ) {
-         clearerr( pipe );
-      } else {
-         return true;
-      }
-   }
-} catch ( const std::bad_alloc& ) {
-   return false;
-}
+// For what the timeout utility does not end: the rest of a list of commands, and what runs in the
+// background.
+constexpr std::chrono::seconds kGrace( 1 );
 
 bool isWritable( const char* text ) {
    return Utils::Json::tryWrite( Utils::Json::Value( rapidjson::StringRef( text ) ) ).has_value();
@@ -81,18 +69,22 @@ const char* FormatFdl::charPtr() {
    return text_.c_str();
 }
 
-pl_status runCmd( const char* cmd, std::string& output, unsigned int timeoutSeconds ) {
+pl_status runCmd( const char* cmd, std::string& output, unsigned int timeoutSeconds ) try {
    output.clear();
-   FILE* pipe = popen( fmt::format( "timeout {}s {}", timeoutSeconds, cmd ).c_str(), "r" );
-   if ( !pipe ) {
+   std::chrono::seconds limit( timeoutSeconds );
+   Shell shell( fmt::format( "timeout {}s {}", timeoutSeconds, cmd ),
+                limit.count() ? limit + kGrace : limit );
+   if ( !shell.isStarted() ) {
       return PL_STATUS_FAILURE;
    }
-   bool complete = readAll( pipe, output );
-   int status = pclose( pipe );
-   if ( !complete || status < 0 || !WIFEXITED( status ) ) {
+   std::optional< int > status;
+   if ( !shell.readAll( output ) || !( status = shell.awaitEnd() ) ) {
+      return PL_STATUS_IO_ERROR;
+   }
+   if ( *status < 0 || !WIFEXITED( *status ) ) {
       return PL_STATUS_FAILURE;
    }
-   switch ( WEXITSTATUS( status ) ) {
+   switch ( WEXITSTATUS( *status ) ) {
       case 0:
          return PL_STATUS_OK;
       case kTimeoutExpired:
@@ -100,6 +92,8 @@ pl_status runCmd( const char* cmd, std::string& output, unsigned int timeoutSeco
       default:
          return PL_STATUS_FAILURE;
    }
+} catch ( const std::bad_alloc& ) {
+   return PL_STATUS_FAILURE;
 }
 
 bool insertDriverArg( const char* devArgs, char** out, const char* key, const char* value ) {

@@ -38,7 +38,8 @@ class FormatFdl {
 };
 
 // Runs a shell command and collects what it prints, also when it fails. PL_STATUS_OK,
-// PL_STATUS_IO_ERROR when the time ran out, or PL_STATUS_FAILURE.
+// PL_STATUS_IO_ERROR when the time ran out, or PL_STATUS_FAILURE. It returns within a second of the
+// limit, whatever the command left in the background; a limit of 0 is none.
 [[nodiscard]] pl_status runCmd( const char* cmd, std::string& output, unsigned int timeoutSeconds );
 
 // A copy of the device arguments with one more driver argument, last. The caller frees *out. False,

@@ -51,6 +51,9 @@ TEST( RunCmd, ReportsHowTheCommandEndedAndKeepsItsOutput ) {
       { "true; kill -KILL $$", PL_STATUS_FAILURE, "" },  // the shell that popen() started
       { "sh -c 'exit 124'", PL_STATUS_IO_ERROR, "" },
       { "sh -c 'echo started; sleep 30'", PL_STATUS_IO_ERROR, "started\n" },
+      { "echo first; sleep 30", PL_STATUS_IO_ERROR, "first\n" },
+      { "sh -c 'echo behind; sleep 30 &'", PL_STATUS_IO_ERROR, "behind\n" },
+      { "true; exec >&-; sleep 30", PL_STATUS_IO_ERROR, "" },
    };
    for ( const auto& [ command, status, expected ] : rows ) {
       std::string output = "of an earlier command";
