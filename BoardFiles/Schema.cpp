@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <map>
+#include <span>
 #include <string_view>
 
 #include "BoardFiles/Place.h"
@@ -104,23 +105,36 @@ Value& definitionsOf( Document& schema ) {
 }  // namespace
 
 // The verdict on a value and each of its parts is RapidJSON's, which stops at the first fault; this
-// walks value and schema together and asks again for each part.
+// walks value and schema together and asks again for each part, but for those that lead to the
+// first fault: a fault at the bottom would cost a look at the whole for each level above it.
 class Schema::Explainer {
  public:
    explicit Explainer( const Document& root ) : root_( root ) {}
 
-   void explain( const Value& value, const Value& unresolved, const std::string& pointer );
+   void explain( const Value& value, const Value& unresolved, const std::string& pointer ) {
+      explain( value, unresolved, pointer, {} );
+   }
 
    std::vector< Violation > found;
 
  private:
    using Compiled = rapidjson::SchemaDocument;
+   using Tokens = std::span< const rapidjson::Pointer::Token >;
+
+   struct Fault {
+      std::string keyword;       // empty where there is none
+      rapidjson::Pointer place;  // in the value
+
+      Tokens way() const { return { place.GetTokens(), place.GetTokenCount() }; }
+   };
 
    const Value& resolve( const Value& schema ) const { return target( schema, root_ ); }
    const Compiled& compile( const Value& schema );
-   std::string firstFault( const Value& value, const Value& schema );
-   void explainObject( const Value& value, const Value& schema, const std::string& pointer );
-   void explainMembers( const Value& value, const Value& schema, const std::string& pointer );
+   Fault firstFault( const Value& value, const Value& schema );
+   void explain( const Value&, const Value& unresolved, const std::string& pointer, Tokens way );
+   void explainParts( const Value&, const Value& schema, const std::string& pointer, Tokens way );
+   void explainObject( const Value&, const Value& schema, const std::string& pointer, Tokens way );
+   void explainMembers( const Value&, const Value& schema, const std::string& pointer, Tokens way );
    void explainChoice( const Value& value, const Value& choices, const std::string& pointer );
    bool suits( const Value& value, const Value& choice );
 
@@ -141,42 +155,63 @@ const Schema::Explainer::Compiled& Schema::Explainer::compile( const Value& sche
    return compiled_.emplace( &schema, Compiled( whole ) ).first->second;
 }
 
-std::string Schema::Explainer::firstFault( const Value& value, const Value& schema ) {
+Schema::Explainer::Fault Schema::Explainer::firstFault( const Value& value, const Value& schema ) {
    rapidjson::SchemaValidator validator( compile( schema ) );
-   return value.Accept( validator ) ? "" : validator.GetInvalidSchemaKeyword();
+   if ( value.Accept( validator ) ) {
+      return {};
+   }
+   return { validator.GetInvalidSchemaKeyword(), validator.GetInvalidDocumentPointer() };
 }
 
+// `way` leads to a fault that is known to be further inside; empty where nothing is known.
 void Schema::Explainer::explain( const Value& value,
                                  const Value& unresolved,
-                                 const std::string& pointer ) {
+                                 const std::string& pointer,
+                                 Tokens way ) {
    const Value& schema = resolve( unresolved );
-   std::string keyword = firstFault( value, schema );
-   if ( keyword.empty() ) {
+   size_t before = found.size();
+   if ( !way.empty() ) {
+      explainParts( value, schema, pointer, way );
+   }
+   if ( found.size() > before ) {
       return;
    }
-   size_t before = found.size();
+   Fault fault = firstFault( value, schema );
+   if ( fault.keyword.empty() ) {
+      return;
+   }
+   explainParts( value, schema, pointer, fault.way() );
+   if ( found.size() == before ) {
+      found.push_back( { pointer, schemaProblem( fault.keyword, value, schema ) } );
+   }
+}
+
+void Schema::Explainer::explainParts( const Value& value,
+                                      const Value& schema,
+                                      const std::string& pointer,
+                                      Tokens way ) {
    if ( value.IsObject() ) {
-      explainObject( value, schema, pointer );
+      explainObject( value, schema, pointer, way );
    }
    if ( const Value* items = find( schema, "items" ); items && value.IsArray() ) {
       for ( rapidjson::SizeType i = 0; i < value.Size(); ++i ) {
-         explain( value[ i ], *items, pointer + "/" + std::to_string( i ) );
+         bool isOnWay = !way.empty() && way[ 0 ].index == i;
+         explain( value[ i ], *items, pointer + "/" + std::to_string( i ),
+                  isOnWay ? way.subspan( 1 ) : Tokens() );
       }
-   }
-   if ( found.size() == before ) {
-      found.push_back( { pointer, schemaProblem( keyword, value, schema ) } );
    }
 }
 
 void Schema::Explainer::explainObject( const Value& value,
                                        const Value& schema,
-                                       const std::string& pointer ) {
+                                       const std::string& pointer,
+                                       Tokens way ) {
    forEachElement( find( schema, "required" ), [ & ]( const Value& name ) {
       if ( !find( value, name ) ) {
          found.push_back( { pointer, "member " + write( name ) + " is missing" } );
       }
    } );
-   explainMembers( value, schema, pointer );
+   explainMembers( value, schema, pointer, way );
    forEachElement( find( schema, "allOf" ),
                    [ & ]( const Value& part ) { explain( value, part, pointer ); } );
    forEachMember( find( schema, "dependencies" ), [ & ]( const Value& name, const Value& part ) {
@@ -193,13 +228,16 @@ void Schema::Explainer::explainObject( const Value& value,
 
 void Schema::Explainer::explainMembers( const Value& value,
                                         const Value& schema,
-                                        const std::string& pointer ) {
+                                        const std::string& pointer,
+                                        Tokens way ) {
    const Value* properties = find( schema, "properties" );
    const Value* others = find( schema, "additionalProperties" );
    for ( const auto& member : value.GetObject() ) {
       std::string place = pointer + pointerToken( std::string( view( member.name ) ) );
       if ( const Value* own = properties ? find( *properties, member.name ) : nullptr ) {
-         explain( member.value, *own, place );
+         bool isOnWay = !way.empty() &&
+                        view( member.name ) == std::string_view( way[ 0 ].name, way[ 0 ].length );
+         explain( member.value, *own, place, isOnWay ? way.subspan( 1 ) : Tokens() );
       } else if ( others && others->IsObject() ) {
          explain( member.value, *others, place );
       } else if ( others && others->IsFalse() ) {
@@ -228,7 +266,7 @@ bool Schema::Explainer::suits( const Value& value, const Value& choice ) {
          return;
       }
       if ( const Value* member = find( value, name ) ) {
-         result = result && firstFault( *member, rule ).empty();
+         result = result && firstFault( *member, rule ).keyword.empty();
          return;
       }
       forEachElement( find( choice, "required" ),

@@ -8,6 +8,7 @@
 
 #include "BoardFiles/DeviceArguments.h"
 #include "BoardFiles/MemberCheck.h"
+#include "BoardFiles/MuxCycles.h"
 
 namespace BoardFiles {
 
@@ -61,7 +62,6 @@ class TopologyWalk {
                 const std::string& pointer );
    void inRange(
       const Value& node, int low, int high, const char* why, const std::string& pointer );
-   bool reachesItself( uint32_t did, uint32_t through, std::set< uint32_t >& visited ) const;
    void report( const std::string& pointer, const std::string& problem ) {
       findings_.push_back( { file_, pointer, problem } );
    }
@@ -285,33 +285,17 @@ void TopologyWalk::inRange(
    }
 }
 
-// The chip of a mux is reached through the muxes above it: none of them may be its own.
-bool TopologyWalk::reachesItself( uint32_t did,
-                                  uint32_t through,
-                                  std::set< uint32_t >& visited ) const {
-   auto device = wiring_.devices.find( through );
-   if ( device == wiring_.devices.end() || !visited.insert( through ).second ) {
-      return false;
-   }
-   for ( uint32_t mux : wiring_.muxesAbove( device->second.bus ) ) {
-      if ( mux == did || reachesItself( did, mux, visited ) ) {
-         return true;
-      }
-   }
-   return false;
-}
-
 void TopologyWalk::checkMuxes() {
+   std::set< uint32_t > behindThemselves = muxesBehindThemselves( wiring_ );
    for ( const auto& [ did, pointer ] : muxes_ ) {
       auto chip = wiring_.devices.find( did );
-      std::set< uint32_t > visited;
       std::string problem;
       if ( chip == wiring_.devices.end() ) {
          problem = "is no device of the topology";
       } else if ( !chip->second.isDeclared ) {
          problem =
             fmt::format( "is not declared inline: {} has no \"driver\"", chip->second.pointer );
-      } else if ( reachesItself( did, did, visited ) ) {
+      } else if ( behindThemselves.contains( did ) ) {
          problem = "is reached through itself";
       } else {
          drivers_.mux( did, chip->second.driver, { file_, pointer } );
