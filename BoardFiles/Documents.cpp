@@ -73,12 +73,22 @@ std::string wordsFor( const Utils::Json::ParseError& error, const std::string& t
    return hasMark ? "a byte order mark, which JSON does not have" : error.message;
 }
 
-// Members that an object has twice: readers differ in which of them counts.
-void addTwins( const Value& value, const std::string& pointer, std::vector< Violation >& found ) {
+bool hasZero( std::string_view text ) {
+   return text.find( '\0' ) != std::string_view::npos;
+}
+
+// Members that an object has twice: readers differ in which of them counts. Texts in which C
+// strings would end.
+void addAmbiguous( const Value& value,
+                   const std::string& pointer,
+                   std::vector< Violation >& found ) {
    if ( value.IsArray() ) {
       for ( rapidjson::SizeType i = 0; i < value.Size(); ++i ) {
-         addTwins( value[ i ], pointer + "/" + std::to_string( i ), found );
+         addAmbiguous( value[ i ], pointer + "/" + std::to_string( i ), found );
       }
+   }
+   if ( value.IsString() && hasZero( { value.GetString(), value.GetStringLength() } ) ) {
+      found.push_back( { pointer, "holds \\u0000, at which the text would end" } );
    }
    if ( !value.IsObject() ) {
       return;
@@ -90,7 +100,10 @@ void addTwins( const Value& value, const std::string& pointer, std::vector< Viol
       if ( !names.insert( name ).second ) {
          found.push_back( { place, "is there twice" } );
       }
-      addTwins( member.value, place, found );
+      if ( hasZero( name ) ) {
+         found.push_back( { place, "has a name that holds \\u0000" } );
+      }
+      addAmbiguous( member.value, place, found );
    }
 }
 
@@ -106,7 +119,7 @@ void check( BoardFile& file, const Schema& schema, std::vector< Finding >& findi
       return reportAt( error->offset, wordsFor( *error, file.text ) );
    }
    auto violations = schema.validate( file.json );
-   addTwins( file.json, "", violations );
+   addAmbiguous( file.json, "", violations );
    for ( Violation& violation : violations ) {
       findings.push_back(
          { file.path, std::move( violation.pointer ), std::move( violation.problem ) } );

@@ -55,6 +55,34 @@ void DriverCheck::object( std::string_view kind, const Value& device, const Plac
    arguments.checkMissing( *driver, rules, isFirst );
    arguments.checkNames( *driver, rules );
    arguments.checkValues( rules );
+   warnOfTwin( kind, device, *driver, place );
+}
+
+// What makes an object another one than the device's other objects of the kind are the arguments
+// that only objects have. Raw endpoints are not told apart by anything.
+void DriverCheck::warnOfTwin( std::string_view kind,
+                              const Value& device,
+                              const Value& driver,
+                              const Place& place ) {
+   if ( kind == "smbus" ) {
+      return;
+   }
+   std::string what = fmt::format( "{} {}", kind, device[ "did" ].GetUint() );
+   const Value* arguments = find( device, "driverArgs" );
+   for ( const Value* rule : DriverTable::rulesFor( driver, kind ) ) {
+      const Value* value =
+         arguments && arguments->IsObject() && !DriverTable::isOfDevice( driver, *rule )
+            ? find( *arguments, DriverTable::textOf( *rule, "name" ) )
+            : nullptr;
+      what += value && value->IsString() ? fmt::format( " {}", value->GetString() )
+              : value                    ? " " + Utils::Json::write( *value )
+                                         : " -";
+   }
+   auto [ first, isNew ] = of_.insert( { what, place.pointer } );
+   if ( !isNew ) {
+      findings_.push_back( { place.file, place.pointer,
+                             fmt::format( "the same {} as {}", kind, first->second ), true } );
+   }
 }
 
 void DriverCheck::declared( const Value& device, const Place& place ) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -33,9 +34,15 @@ class DriverCheck {
    void mux( uint32_t did, const std::string& driver, const Place& );
 
  private:
+   void warnOfTwin( std::string_view kind,
+                    const Utils::Json::Value& device,
+                    const Utils::Json::Value& driver,
+                    const Place& );
+
    bool isAsked_;
    std::vector< Finding >& findings_;
-   std::set< uint32_t > made_;  // devices that an object was seen of
+   std::set< uint32_t > made_;                // devices that an object was seen of
+   std::map< std::string, std::string > of_;  // what an object is of, to its pointer
 };
 
 }  // namespace BoardFiles
