@@ -83,6 +83,22 @@ void serve( Backend& backend, const std::string& path, pid_t owner, int report )
    _exit( 0 );
 }
 
+// While it lives, signals wait.
+class SignalsHeld {
+ public:
+   SignalsHeld() {
+      sigset_t all;
+      sigfillset( &all );
+      pthread_sigmask( SIG_SETMASK, &all, &before_ );
+   }
+   ~SignalsHeld() { pthread_sigmask( SIG_SETMASK, &before_, nullptr ); }
+   SignalsHeld( const SignalsHeld& ) = delete;
+   SignalsHeld& operator=( const SignalsHeld& ) = delete;
+
+ private:
+   sigset_t before_;
+};
+
 // Empty when the child listens.
 std::string readReport( int report ) {
    char text[ 1024 ];
@@ -104,7 +120,6 @@ bool waitForEnd( int life ) {
 
 EmbeddedService::EmbeddedService( const std::string& boardDirectory ) : owner_( getpid() ) {
    std::unique_ptr< Backend > board = Emulator::loadBoard( boardDirectory );
-   path_ = makeDirectory() + "/smbus.sock";
    std::string problem = start( *board );
    if ( !problem.empty() ) {
       stop();
@@ -121,24 +136,27 @@ EmbeddedService::~EmbeddedService() {
 }
 
 std::string EmbeddedService::start( Backend& board ) {
+   std::string problem = startChild( board );
+   return problem.empty() ? readReport( life_ ) : problem;
+}
+
+// Until there is a child to remove the directory, nothing may end this process.
+std::string EmbeddedService::startChild( Backend& board ) {
+   SignalsHeld held;
+   path_ = makeDirectory() + "/smbus.sock";
    int ends[ 2 ];
    if ( pipe2( ends, O_CLOEXEC ) < 0 ) {
       return std::generic_category().message( errno );
    }
    life_ = ends[ 0 ];
-   sigset_t all;
-   sigset_t before;
-   sigfillset( &all );
-   pthread_sigmask( SIG_SETMASK, &all, &before );
    child_ = fork();
    if ( child_ == 0 ) {
       close( life_ );
       runChild( board, path_, owner_, ends[ 1 ] );
    }
    int error = errno;
-   pthread_sigmask( SIG_SETMASK, &before, nullptr );
    close( ends[ 1 ] );
-   return child_ < 0 ? std::generic_category().message( error ) : readReport( life_ );
+   return child_ < 0 ? std::generic_category().message( error ) : "";
 }
 
 void EmbeddedService::stop() {

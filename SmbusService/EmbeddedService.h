@@ -27,6 +27,7 @@ class EmbeddedService {
 
  private:
    std::string start( Backend& board );
+   std::string startChild( Backend& board );
    void stop();
 
    std::string path_;
