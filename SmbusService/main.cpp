@@ -3,12 +3,14 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <sstream>
 
 #include "BoardFiles/Board.h"
 #include "Platform/ServicePath.h"
 #include "SmbusService/PolicyReport.h"
 #include "SmbusService/Serve.h"
 #include "Utils/StandardStreams.h"
+#include "Utils/Text.h"
 
 namespace {
 
@@ -22,8 +24,19 @@ void checkPolicy( const Options& options, const PolicyQuestion& question ) {
    auto documents = BoardFiles::loadBoard( options.directory(), {} );
    Policy policy( rulesOf( options.policy, documents.wiring ), documents.wiring );
    bool isAsked = question.user || !question.groups.empty();
-   fmt::print( "{}", isAsked ? reportOn( policy, documents.wiring, question )
-                             : "the policy has no mistakes\n" );
+   fmt::print( "{}", isAsked
+                        ? Utils::printableLines( reportOn( policy, documents.wiring, question ) )
+                        : "the policy has no mistakes\n" );
+}
+
+// Wrong use, with words of the command line in it, or help.
+int tell( const CLI::App& app, const CLI::ParseError& error ) {
+   std::ostringstream output;
+   std::ostringstream errors;
+   int status = app.exit( error, output, errors );
+   fmt::print( "{}", Utils::printableLines( output.str() ) );
+   fmt::print( stderr, "{}", Utils::printableLines( errors.str() ) );
+   return status ? kWrongUse : 0;
 }
 
 }  // namespace
@@ -79,7 +92,7 @@ int main( int argc, char** argv ) {
    try {
       app.parse( argc, argv );
    } catch ( const CLI::ParseError& error ) {
-      return app.exit( error ) ? kWrongUse : 0;
+      return tell( app, error );
    }
    Log log( STDERR_FILENO );
    if ( options.directory().empty() ) {

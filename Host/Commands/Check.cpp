@@ -3,6 +3,7 @@
 #include "Host/Commands/Commands.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
+#include "Utils/Text.h"
 
 namespace Host {
 
@@ -20,7 +21,7 @@ int check( const Program& program ) {
       print( findingsJson( program.board, board.warnings ) );
    } else {
       complain( board.warnings );
-      print( fmt::format( "{}: no mistakes found, {} objects\n", program.board,
+      print( fmt::format( "{}: no mistakes found, {} objects\n", Utils::printable( program.board ),
                           board.objects.size() ) );
    }
    return board.warnings.empty() ? kAllWell : kNotWell;

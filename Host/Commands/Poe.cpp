@@ -84,7 +84,7 @@ int showPort( const Program& program, const Arguments& arguments ) {
    if ( program.json ) {
       print( poeTextsJson( program.board, observation, texts ) );
    } else if ( observation.state == State::Ok ) {
-      print( fmt::format( "{}\n{}\nDebug report\n{}", arguments.name,
+      print( fmt::format( "{}\n{}\nDebug report\n{}", Utils::printable( arguments.name ),
                           Utils::printableLines( texts.information ),
                           Utils::printableLines( texts.debugReport ) ) );
    }
@@ -102,7 +102,7 @@ int init( const Program& program, const std::string& name ) {
    if ( program.json ) {
       print( statusJson( program.board, { observation } ) );
    } else if ( observation.state == State::Ok ) {
-      print( fmt::format( "{} is initialised\n", name ) );
+      print( fmt::format( "{} is initialised\n", Utils::printable( name ) ) );
    }
    return reportProblem( observation );
 }

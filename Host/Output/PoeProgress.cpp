@@ -6,6 +6,7 @@
 #include <charconv>
 
 #include "Host/Output/Print.h"
+#include "Utils/Text.h"
 
 namespace Host {
 
@@ -47,11 +48,12 @@ void PoeProgress::hear( const std::string& controller, const std::string& line )
          end();
       }
       std::string bar( kBarWidth * static_cast< size_t >( percent ) / kWhole, '#' );
-      print( fmt::format( "\r{}  [{:.<{}}] {:3} %  {}\x1b[K", controller, bar, kBarWidth, percent,
-                          line.substr( 0, line.find( ':' ) ) ) );
+      print( fmt::format( "\r{}  [{:.<{}}] {:3} %  {}\x1b[K", Utils::printable( controller ), bar,
+                          kBarWidth, percent,
+                          Utils::printable( line.substr( 0, line.find( ':' ) ) ) ) );
       shown_ = controller;
    } else {
-      print( fmt::format( "{}: {}\n", controller, line ) );
+      print( Utils::printable( controller + ": " + line ) + "\n" );
    }
    flushOutput();
 }

@@ -16,6 +16,7 @@
 #include <system_error>
 
 #include "Host/Session/Reason.h"
+#include "Utils/Text.h"
 #include "pl_host.h"
 
 namespace Host {
@@ -191,9 +192,17 @@ bool Worker::passOutput() {
    char buffer[ 4096 ];
    ssize_t length = read( output_, buffer, sizeof buffer );
    if ( length > 0 && prints_ ) {
-      fwrite( buffer, 1, static_cast< size_t >( length ), stderr );
+      printed_.append( buffer, static_cast< size_t >( length ) );
+      size_t wholeLines = printed_.rfind( '\n' ) + 1;
+      printFirst( printed_.size() < kMaxText ? wholeLines : printed_.size() );
    }
    return length > 0;
+}
+
+// Names of a board's documents are among what the library prints, and need not suit a terminal.
+void Worker::printFirst( size_t size ) {
+   fputs( Utils::printableLines( printed_.substr( 0, size ) ).c_str(), stderr );
+   printed_.erase( 0, size );
 }
 
 int Worker::end() {
@@ -205,6 +214,7 @@ int Worker::end() {
       process_ = -1;
       while ( passOutput() ) {
       }
+      printFirst( printed_.size() );
    }
    return status;
 }

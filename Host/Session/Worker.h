@@ -72,11 +72,13 @@ class Worker {
  private:
    std::optional< Message > receive();
    bool passOutput();
+   void printFirst( size_t size );
 
    pid_t process_ = -1;
    int socket_ = -1;
    int output_ = -1;  // what the process prints
    bool prints_;
+   std::string printed_;  // what of it has no end of line yet
    std::optional< RequestFailure > failure_;
    std::string packet_;  // of the message in hand
    bool hasEnded_ = false;

@@ -96,6 +96,15 @@ TEST_F( FailingBoardTest, FailsARawTransactionWithTheReason ) {
                        HasSubstr( R"("error": "no acknowledge from Max7356 0x71 at optics")" ) ) );
 }
 
+TEST( BrokenBoardTest, SendsNoControlCharacterToTheTerminal ) {
+   BoardCopy board( "minimal" );
+   board.replace( "objects.json", R"("driver": "TMP75")", R"("driver": "\u001b[31m")" );
+   for ( const Outcome& outcome :
+         { board.lumen( "--trace 0 status" ), Process( "lumen-smbusd '\x1b[31m'" ).wait() } ) {
+      EXPECT_THAT( outcome.errors, AllOf( HasSubstr( " [31m" ), Not( HasSubstr( "\x1b" ) ) ) );
+   }
+}
+
 TEST( BrokenBoardTest, NamesFileAndPlace ) {
    BoardCopy board( "minimal" );
    board.replace( "topology.json", R"("did": 1, "label": "i2c<0x48>", "driver": "TMP75",)",
