@@ -17,6 +17,7 @@
 #include "Platform/ServicePath.h"
 #include "Platform/WireSink.h"
 #include "pl.h"
+#include "pl_host.h"
 #include "smbus.pb.h"
 
 namespace PlatformLibrary {
@@ -84,8 +85,7 @@ int PLSocket::setup() {
    return result;
 }
 
-// The connection stays the parent's: what a child leaves on it would be the parent's next answer.
-void PLSocket::separateChild() {
+void PLSocket::disconnectAll() {
    for ( PLSocket* socket : sockets() ) {
       socket->cleanup();
    }
@@ -101,7 +101,9 @@ void PLSocket::cleanup() {
 }
 
 int PLSocket::connectToService() {
-   [[maybe_unused]] static int atFork = pthread_atfork( nullptr, nullptr, separateChild );
+   // The connection stays the parent's: what a child leaves on it would be the parent's next
+   // answer.
+   [[maybe_unused]] static int atFork = pthread_atfork( nullptr, nullptr, disconnectAll );
    std::erase( sockets(), this );
    sockets().push_back( this );
    cleanup();
@@ -287,3 +289,7 @@ int PLSocket::waitFor( short events ) const {
 }
 
 }  // namespace PlatformLibrary
+
+void pl_service_disconnect( void ) {
+   PlatformLibrary::PLSocket::disconnectAll();
+}

@@ -97,6 +97,10 @@ struct pl_trial {
  * wait do not end it. An exception that leaves the attempt ends the child like an assertion. */
 int pl_try( int ( *attempt )( void* user ), void* user, int timeout_ms, struct pl_trial* trial );
 
+/* Closes the connection to the SMBus service, which takes few from one user; the next request opens
+ * it anew. For a process that has initialised the library for its children, and waits for them. */
+void pl_service_disconnect( void );
+
 /* One transfer of a batch, as it was sent to the SMBus service and answered. */
 struct pl_wire_transfer {
    int operation;                  /* RequestType of smbus.proto */

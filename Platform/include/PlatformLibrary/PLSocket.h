@@ -34,6 +34,9 @@ class PLSocket {
    // Closes the connection.
    void cleanup();
 
+   // Closes those of all sockets of the process; each connects again with its next request.
+   static void disconnectAll();
+
    // Sends one batch and waits for its reply. 0 on success: *reply is a new message that the caller
    // owns. Negative with errno on failure (ETIMEDOUT, EPIPE, ECONNRESET, EPROTO, EMSGSIZE, ...):
    // *reply is untouched. pl_last_failure() tells of both kinds of failure: no answer, and an
@@ -46,7 +49,6 @@ class PLSocket {
    int exchange( const Smbus::TransactionRequest&, Smbus::TransactionResponse** reply );
    int noted( int result ) const;
    std::string reasonFor( int error ) const;
-   static void separateChild();
    int takeAnswer( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
    int broken( const char* problem );
    int sendFrame();
