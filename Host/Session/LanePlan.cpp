@@ -13,20 +13,18 @@ namespace {
 
 using Utils::Json::Document;
 
-// Sets of adapters that have to stay together. The one behind the last adapter stands for none.
+// Sets of items, each known by its first.
 class Groups {
  public:
-   explicit Groups( size_t adapters ) : parents_( adapters + 1 ) {
+   explicit Groups( size_t items ) : parents_( items ) {
       std::iota( parents_.begin(), parents_.end(), size_t{ 0 } );
    }
 
-   size_t none() const { return parents_.size() - 1; }
-
-   size_t find( size_t adapter ) {
-      while ( parents_[ adapter ] != adapter ) {
-         adapter = parents_[ adapter ] = parents_[ parents_[ adapter ] ];
+   size_t find( size_t item ) {
+      while ( parents_[ item ] != item ) {
+         item = parents_[ item ] = parents_[ parents_[ item ] ];
       }
-      return adapter;
+      return item;
    }
 
    void join( size_t one, size_t other ) {
@@ -70,6 +68,15 @@ std::vector< uint32_t > devicesOf( const Wiring& wiring, const ObjectSpec& objec
    return dids;
 }
 
+// Where devices are said to have one place, their chip is one.
+std::pair< size_t, uint32_t > chipOf( const Wiring& wiring, uint32_t did ) {
+   auto device = wiring.devices.find( did );
+   bool hasPlace = device != wiring.devices.end() && device->second.bus != Wiring::kNone &&
+                   device->second.address;
+   return hasPlace ? std::pair< size_t, uint32_t >( device->second.bus, *device->second.address )
+                   : std::pair< size_t, uint32_t >( Wiring::kNone, did );
+}
+
 size_t adapterOf( const Wiring& wiring, uint32_t did, size_t none ) {
    auto device = wiring.devices.find( did );
    bool isOnBus = device != wiring.devices.end() && device->second.bus != Wiring::kNone;
@@ -79,14 +86,14 @@ size_t adapterOf( const Wiring& wiring, uint32_t did, size_t none ) {
 }  // namespace
 
 std::vector< std::vector< size_t > > planLanes( const Board& board, size_t most ) {
-   Groups groups( board.wiring.adapters.size() );
+   size_t none = board.wiring.adapters.size();  // stands for no adapter
+   Groups groups( none + 1 );
    std::vector< size_t > adapters;  // of each object, one of those that it hangs on
    for ( const ObjectSpec& object : board.objects ) {
       auto dids = devicesOf( board.wiring, object );
-      size_t first =
-         dids.empty() ? groups.none() : adapterOf( board.wiring, dids.front(), groups.none() );
+      size_t first = dids.empty() ? none : adapterOf( board.wiring, dids.front(), none );
       for ( uint32_t did : dids ) {
-         groups.join( first, adapterOf( board.wiring, did, groups.none() ) );
+         groups.join( first, adapterOf( board.wiring, did, none ) );
       }
       adapters.push_back( first );
    }
@@ -99,6 +106,29 @@ std::vector< std::vector< size_t > > planLanes( const Board& board, size_t most 
       lanes[ lane ].push_back( i );
    }
    return lanes;
+}
+
+ChipSharing::ChipSharing( const Board& board ) {
+   Groups groups( board.objects.size() );
+   std::map< std::pair< size_t, uint32_t >, size_t > firstOf;  // by chip
+   for ( size_t i = 0; i < board.objects.size(); ++i ) {
+      for ( uint32_t did : devicesOf( board.wiring, board.objects[ i ] ) ) {
+         groups.join( i, firstOf.emplace( chipOf( board.wiring, did ), i ).first->second );
+      }
+   }
+   for ( size_t i = 0; i < board.objects.size(); ++i ) {
+      firsts_.push_back( groups.find( i ) );
+   }
+}
+
+std::vector< size_t > ChipSharing::with( size_t object ) const {
+   std::vector< size_t > objects;
+   for ( size_t i = 0; i < firsts_.size(); ++i ) {
+      if ( firsts_[ i ] == firsts_[ object ] ) {
+         objects.push_back( i );
+      }
+   }
+   return objects;
 }
 
 }  // namespace Host

@@ -43,6 +43,7 @@ TEST_F( LanePlanTest, NeverPartsADevicesObjects ) {
       R"({"did":1,"multiDeviceArgs":{"leds":"{\"did\":2,\"multiDeviceArgs\":{\"x\":\"{}\"}}"}})" );
    add( R"({"did":1})" );
    EXPECT_EQ( planLanes( board, 9 ), ( Lanes{ { 0 }, { 1, 2, 3 } } ) );
+   EXPECT_EQ( ChipSharing( board ).with( 2 ), ( std::vector< size_t >{ 1, 2, 3 } ) );
 }
 
 }  // namespace
