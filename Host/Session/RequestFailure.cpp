@@ -15,6 +15,13 @@ RequestFailure RequestFailure::of( const pl_service_failure& failure ) {
    return result;
 }
 
+// Some adapters tell of a missing acknowledge as of any other failure.
+bool RequestFailure::lacksAnswer() const {
+   return details.answered && details.request >= 0 &&
+          ( details.error == ENXIO || details.error == EREMOTEIO || details.error == EIO ||
+            details.error == ENODEV );
+}
+
 std::string RequestFailure::explain( const Board& board, const ObjectSpec& object ) const {
    if ( !details.answered || details.request < 0 ) {
       return words;

@@ -19,6 +19,9 @@ struct RequestFailure {
    // False when the service itself failed: no chip is to blame.
    bool isAnswered() const { return details.answered; }
 
+   // True where the chip, or one on the way to it, did not answer.
+   bool lacksAnswer() const;
+
    // The words, and the chip that they are about: the object's own, or a mux on its path.
    std::string explain( const Board& board, const ObjectSpec& object ) const;
 };

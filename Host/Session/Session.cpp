@@ -6,8 +6,6 @@
 #include <cerrno>
 #include <utility>
 
-#include "Host/Session/LanePlan.h"
-
 namespace Host {
 
 using std::chrono::ceil;
@@ -61,7 +59,7 @@ Session::Session( const DriverLibrary& library, const Board& board, SessionOptio
       trialOf( object ).home.adopt( object );
    };
    trialContext_.fail = [ this ]( size_t object, std::string why ) {
-      trialOf( object ).why = std::move( why );
+      trialOf( object ).failures[ object ] = std::move( why );
    };
    for ( auto& objects : planLanes( board, options.mostLanes ) ) {
       lanes_.emplace_back( context_, std::move( objects ) );
@@ -117,10 +115,17 @@ void Session::tryFailed( Lane& home ) {
       std::ranges::any_of( trials_, [ & ]( const Trial& trial ) { return &trial.home == &home; } );
    bool hasRoom = !hasTrial && trials_.size() < kMostTrials;
    auto due = hasRoom ? home.dueForTrial() : std::nullopt;
-   if ( due && service_.whyStillGone().empty() ) {
-      trials_.push_back( { home, *due, Lane( trialContext_, { *due } ) } );
-      trials_.back().lane.begin();
+   if ( !due || !service_.whyStillGone().empty() ) {
+      return;
    }
+   if ( !sharing_ ) {
+      sharing_.emplace( board_ );
+   }
+   std::vector< size_t > objects = sharing_->with( *due );
+   std::set< size_t > lent( objects.begin(), objects.end() );
+   home.lend( lent );
+   trials_.push_back( { home, lent, Lane( trialContext_, std::move( objects ) ) } );
+   trials_.back().lane.begin();
 }
 
 void Session::proceed() {
@@ -134,9 +139,13 @@ void Session::proceed() {
 
 void Session::endTrials() {
    for ( Trial& trial : trials_ ) {
-      if ( !trial.lane.isBusy() && !trial.why.empty() ) {
-         trial.home.failAgain( trial.object, trial.why );
+      if ( trial.lane.isBusy() ) {
+         continue;
       }
+      for ( const auto& [ object, why ] : trial.failures ) {
+         trial.home.failAgain( object, why );
+      }
+      trial.home.takeBack();
    }
    trials_.remove_if( []( const Trial& trial ) { return !trial.lane.isBusy(); } );
 }
@@ -148,7 +157,8 @@ void Session::tell( Observation observation ) {
 }
 
 Session::Trial& Session::trialOf( size_t object ) {
-   return *std::ranges::find( trials_, object, &Trial::object );
+   return *std::ranges::find_if(
+      trials_, [ object ]( const Trial& trial ) { return trial.objects.contains( object ); } );
 }
 
 }  // namespace Host

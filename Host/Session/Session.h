@@ -3,12 +3,16 @@
 #include <chrono>
 #include <functional>
 #include <list>
+#include <map>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "BoardFiles/Board.h"
 #include "Host/Session/DriverLibrary.h"
 #include "Host/Session/Lane.h"
+#include "Host/Session/LanePlan.h"
 #include "Host/Session/Observation.h"
 #include "Host/Session/ServiceState.h"
 #include "Host/Session/SessionWorker.h"
@@ -39,8 +43,9 @@ struct SessionOptions {
 };
 
 // The parent's side: a board's objects in the driver library, held by the workers of several lanes.
-// An object that killed its worker is tried again in a worker of its own, now and then, and comes
-// back to its lane when that went well.
+// An object that killed its worker, or whose chip may have lost what it was told, is tried again in
+// a worker of its own, now and then, and comes back to its lane when that went well. As that sets
+// up the chip, all other objects of the chip are made anew with it.
 class Session {
  public:
    // Library and board must outlive the session.
@@ -50,7 +55,7 @@ class Session {
 
    // What an object is set to once it has been added, from the next worker on.
    void settingIs( size_t object, const Setting& setting ) {
-      context_.task.settings[ object ] = setting;
+      context_.task.settings[ object ] = trialContext_.task.settings[ object ] = setting;
    }
 
    // Reads every object once, in the board's order. The workers stay alive between calls and run
@@ -71,9 +76,9 @@ class Session {
  private:
    struct Trial {
       Lane& home;
-      size_t object;
+      std::set< size_t > objects;
       Lane lane;
-      std::string why = {};  // it failed
+      std::map< size_t, std::string > failures = {};
    };
 
    void tryFailed( Lane& home );
@@ -88,6 +93,7 @@ class Session {
    LaneContext trialContext_;
    std::list< Lane > lanes_;
    std::list< Trial > trials_;  // at most one of each lane, and few in all
+   std::optional< ChipSharing > sharing_;
    std::vector< Observation > latest_;
    size_t told_ = 0;  // observations so far
 };

@@ -49,33 +49,45 @@ void tellTrace( void* link, int level, const char* text ) {
 
 }  // namespace
 
-void SessionWorker::run( const std::vector< size_t >& objects ) const {
+void SessionWorker::run() const {
+   if ( begin() ) {
+      serve( link_.awaitRequest() );
+   }
+}
+
+void SessionWorker::runInChildren() const {
+   if ( !begin() ) {
+      return;
+   }
+   pl_service_disconnect();
+   while ( auto request = link_.awaitRequest() ) {
+      int status = link_.runInChild( [ & ] { serve( request ); } );
+      link_.send( { .type = kDied, .status = status } );
+   }
+}
+
+bool SessionWorker::begin() const {
    setenv( PlatformLibrary::kServicePathVariable, task_.socket.c_str(), 1 );
    if ( task_.tellsTraces ) {
       pl_trace_level_set( std::max( pl_trace_level(), 0 ) );
       pl_trace_sink_set( tellTrace, const_cast< Worker::Link* >( &link_ ) );
    }
-   if ( !initialise() ) {
-      return;
-   }
+   return initialise();
+}
+
+void SessionWorker::serve( std::optional< Request > request ) const {
    Records records;
-   for ( size_t object : objects ) {
-      records[ object ] = {};
-   }
-   std::optional< std::vector< int32_t > > adopted( std::in_place );
-   while ( adopted ) {
-      for ( int32_t object : *adopted ) {
-         records[ static_cast< size_t >( object ) ] = {};
-      }
-      sweep( records );
+   for ( ; request; request = link_.awaitRequest() ) {
+      sweep( records, *request );
       send( kAllRead );
-      adopted = link_.awaitRequest();
    }
 }
 
 // Between two objects the library's timers run: a slow one must not stop the beacons of all.
-void SessionWorker::sweep( Records& records ) const {
-   for ( auto& [ object, held ] : records ) {
+void SessionWorker::sweep( Records& records, const Request& objects ) const {
+   for ( int32_t number : objects ) {
+      auto object = static_cast< size_t >( number );
+      Held& held = records[ object ];
       if ( prepare( object, held ) ) {
          read( object, held.record );
       }

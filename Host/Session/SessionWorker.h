@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,7 @@ enum SessionMessage : int32_t {
    kNotRead,  // with text
    kAllRead,  // no number
    kTrace,    // a line of the library's, without number
+   kDied,     // a child, with the status that wait() tells of it; the next request has another
 };
 
 // The worker's side of a session.
@@ -52,9 +54,13 @@ class SessionWorker {
 
    SessionWorker( const Worker::Link& link, const Task& task ) : link_( link ), task_( task ) {}
 
-   // Adds and reads these objects, and reads them again whenever it is asked to; those that were
-   // absent, or could not be added or set, are then tried again. A request may name more objects.
-   void run( const std::vector< size_t >& objects ) const;
+   // Reads the objects that a request names, and adds first those that it does not hold yet: new
+   // ones, and those that were absent, or could not be added or set.
+   void run() const;
+
+   // The same in a child, and when that has died in another: where many objects kill, the library
+   // is initialised but once.
+   void runInChildren() const;
 
  private:
    struct Held {
@@ -62,9 +68,12 @@ class SessionWorker {
       bool isSet = false;
    };
    using Records = std::map< size_t, Held >;
+   using Request = std::vector< int32_t >;
 
+   bool begin() const;
    bool initialise() const;
-   void sweep( Records& records ) const;
+   void serve( std::optional< Request > request ) const;
+   void sweep( Records& records, const Request& objects ) const;
    bool prepare( size_t object, Held& held ) const;
    void* add( size_t object ) const;
    bool applySetting( size_t object, void* record ) const;

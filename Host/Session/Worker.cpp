@@ -52,6 +52,20 @@ RequestFailure failureIn( const Message& message ) {
    return failure;
 }
 
+void endWith( pid_t parent ) {
+   prctl( PR_SET_PDEATHSIG, SIGKILL );
+   if ( getppid() != parent ) {
+      _exit( EXIT_FAILURE );
+   }
+}
+
+int awaitEnd( pid_t process ) {
+   int status = 0;
+   while ( waitpid( process, &status, 0 ) < 0 && errno == EINTR ) {
+   }
+   return status;
+}
+
 // An exception ends the process as an assertion does.
 [[noreturn]] void runBody( const Worker::Body& body,
                            int socket,
@@ -105,6 +119,19 @@ std::optional< std::vector< int32_t > > Worker::Link::awaitRequest() const {
    }
 }
 
+int Worker::Link::runInChild( const std::function< void() >& work ) const {
+   fflush( nullptr );
+   pid_t parent = getpid();
+   pid_t child = fork();
+   orThrow( child, "fork" );
+   if ( child == 0 ) {
+      endWith( parent );
+      work();
+      _exit( EXIT_SUCCESS );
+   }
+   return awaitEnd( child );
+}
+
 Worker::Worker( const Body& body, int traceLevel ) : prints_( traceLevel >= 0 ) {
    int sockets[ 2 ];
    int pipes[ 2 ];
@@ -115,10 +142,7 @@ Worker::Worker( const Body& body, int traceLevel ) : prints_( traceLevel >= 0 ) 
    process_ = fork();
    orThrow( process_, "fork" );
    if ( process_ == 0 ) {
-      prctl( PR_SET_PDEATHSIG, SIGKILL );
-      if ( getppid() != parent ) {
-         _exit( EXIT_FAILURE );
-      }
+      endWith( parent );
       close( sockets[ 0 ] );
       close( pipes[ 0 ] );
       runBody( body, sockets[ 1 ], pipes[ 1 ], traceLevel );
@@ -209,8 +233,7 @@ int Worker::end() {
    int status = 0;
    if ( process_ > 0 ) {
       kill( process_, SIGKILL );
-      while ( waitpid( process_, &status, 0 ) < 0 && errno == EINTR ) {
-      }
+      status = awaitEnd( process_ );
       process_ = -1;
       while ( passOutput() ) {
       }

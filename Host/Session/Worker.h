@@ -38,6 +38,10 @@ class Worker {
       // library's timers. Nothing when the parent wants no more.
       std::optional< std::vector< int32_t > > awaitRequest() const;
 
+      // Does the work in a child, which has this link as well, and waits until it has ended;
+      // returns how it did, as wait() tells it. The child does not outlive this process.
+      int runInChild( const std::function< void() >& work ) const;
+
     private:
       int socket_;
    };

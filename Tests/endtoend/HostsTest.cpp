@@ -206,6 +206,27 @@ TEST( Service, KeepsALogThatIsShownAndReplayed ) {
    EXPECT_EQ( host( service, "get inlet" ), "64 C\n" );
 }
 
+TEST( Service, SeesAChipThatLostItsPowerSetUpAnew ) {
+   Service service( "lumen-smbusd --emulate Boards/minimal" );
+   std::string host = "--board Boards/minimal --socket " + service.path;
+   std::string file = service.directory.path() / "lines";
+   Process watch( "lumen --json " + host + " watch --interval 0.1 >" + file );
+   auto awaitLine = [ & ]( const std::string& text ) {
+      for ( int i = 0; i < 200 && textOf( file ).find( text ) == std::string::npos; ++i ) {
+         usleep( 100'000 );
+      }
+   };
+   awaitLine( R"("state":"ok")" );
+   service.tell( R"({"op":"unplug","did":1})" );
+   awaitLine( "no acknowledge from TMP75" );
+   service.tell( R"({"op":"plug","did":1})" );
+   std::string configuration;
+   for ( int i = 0; i < 50 && configuration != "0x40\n"; ++i ) {
+      configuration = lumen( host + " smbus board read-byte 1" ).output;
+   }
+   EXPECT_EQ( configuration, "0x40\n" );
+}
+
 TEST( Service, SeesABeaconBlinkWhileItIsWatched ) {
    Service service( "lumen-smbusd --emulate Boards/demo" );
    Process host( "lumen --board Boards/demo --socket " + service.path +

@@ -51,6 +51,8 @@ struct FailingBoardTest : testing::Test {
       board.replace( "emulation.json", "\"did\": 110,", R"("did": 110, "unplugged": true,)" );
       board.replace( "emulation.json", "\"did\": 111,",
                      R"("did": 111, "faults": [ { "kind": "nak", "count": 9, "skip": 1 } ],)" );
+      board.replace( "emulation.json", "\"did\": 212,",
+                     R"("did": 212, "faults": [ { "kind": "nak", "count": 1 } ],)" );
       board.replace( "emulation.json", "\"did\": 420", R"("did": 420, "unplugged": true)" );
       board.replace( "objects.json", "\"objects\": [", R"("objects": [ { "kind": "led",
          "name": "lamp",
@@ -63,7 +65,7 @@ struct FailingBoardTest : testing::Test {
 TEST_F( FailingBoardTest, NamesTheChipThatDoesNotAnswer ) {
    Outcome outcome = board.lumen( "status --sort state" );
    EXPECT_EQ( outcome.status, 1 );
-   EXPECT_TRUE( outcome.output.ends_with( "\n\n64 objects: 59 ok, 5 failed\n" ) );
+   EXPECT_TRUE( outcome.output.ends_with( "\n\n64 objects: 58 ok, 6 failed\n" ) );
    EXPECT_EQ( outcome.errors, "" );
    std::vector< std::string > problems;
    std::istringstream lines( outcome.output );
@@ -78,7 +80,9 @@ TEST_F( FailingBoardTest, NamesTheChipThatDoesNotAnswer ) {
                              "asic-left  failed: no acknowledge from TMP75 0x48 at scd1",
                              "asic-right  failed: no acknowledge from TMP75 0x4a at scd1",
                              "port1  failed: no acknowledge from Max7356 0x71 at optics",
-                             "port2  failed: no acknowledge from Max7356 0x71 at optics" ) );
+                             "port2  failed: no acknowledge from Max7356 0x71 at optics",
+                             "vrm-serdes  failed: may lack its limits: no acknowledge from "
+                             "Isl6812x 0x60 at scd3" ) );
 }
 
 TEST_F( FailingBoardTest, ShowsTheDriversOwnWordsOnRequest ) {

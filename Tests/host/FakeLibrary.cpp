@@ -1,6 +1,8 @@
 // A driver library without chips. The topology says in words what happens when it starts, a
-// temperature sensor's device arguments what happens when it is read or, behind "add", added. A
-// number is the reading, "status" with a digit the result; a file that is missing kills.
+// temperature sensor's device arguments what happens when it is read or, behind "add" and up to
+// "then", added. A number is the reading, "status" with a digit the result; a file that is missing
+// kills, behind "?" it lets a request fail, behind "!" a request and the call. A file behind "+"
+// grows by a byte.
 
 #include <unistd.h>
 
@@ -8,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
@@ -65,19 +68,27 @@ const std::map< std::string, void ( * )( float* ) > kDeeds = {
 };
 
 pl_status perform( const std::string& words, float* value = nullptr ) {
+   pl_status status = PL_STATUS_OK;
    std::istringstream stream( words );
    for ( std::string word; stream >> word; ) {
       if ( auto deed = kDeeds.find( word ); deed != kDeeds.end() ) {
          deed->second( value );
       } else if ( word.starts_with( '/' ) ) {
          access( word.c_str(), F_OK ) == 0 ? void() : abort();
+      } else if ( word[ 0 ] == '+' ) {
+         std::ofstream( word.substr( 1 ), std::ios::app ) << '+';
+      } else if ( word[ 0 ] == '?' || word[ 0 ] == '!' ) {
+         if ( access( word.c_str() + 1, F_OK ) != 0 ) {
+            missAcknowledge( value );
+            status = word[ 0 ] == '!' ? PL_STATUS_IO_ERROR : PL_STATUS_OK;
+         }
       } else if ( word.starts_with( "status" ) ) {
          return word.back() - '0';
       } else {
          *value = std::stof( word );
       }
    }
-   return PL_STATUS_OK;
+   return status;
 }
 
 pl_status setLed( pl_led*, pl_led_status status ) {
@@ -189,8 +200,12 @@ pl_temp_sensor* pl_temp_sensor_add( const char* arguments, float, float ) {
       tick( nullptr );
    }
    std::string words = arguments;
-   if ( words.starts_with( "add " ) && perform( words.substr( 4 ) ) != PL_STATUS_OK ) {
-      return nullptr;
+   if ( words.starts_with( "add " ) ) {
+      size_t end = words.find( " then " );
+      if ( perform( words.substr( 4, end - 4 ) ) != PL_STATUS_OK ) {
+         return nullptr;
+      }
+      words = end == words.npos ? "" : words.substr( end + 6 );
    }
    return new pl_temp_sensor{ nullptr, &ops, new std::string( words ) };
 }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 
@@ -61,6 +62,12 @@ class SessionTest : public testing::Test {
       return list;
    }
 
+   void awaitOk( size_t object ) {
+      for ( int i = 0; i < 100 && session().latest()[ object ].state != State::Ok; ++i ) {
+         session().await( kLimit );
+      }
+   }
+
    DriverLibrary library{ LUMEN_FAKE_LIBRARY };
    Board board{ .directory = "board", .topology = "" };
 
@@ -78,6 +85,8 @@ TEST_F( SessionTest, FailsEachObjectThatMisbehavesAndNoOther ) {
       { "nak status3", State::Failed, "not supported: " + kRequest },
       { "nak status6", State::Failed, kRequest },
       { "unserved status4", State::Failed, kNoService },
+      { "nak 20", State::Failed, kRequest },
+      { "add nak then 20", State::Failed, "may lack its limits: " + kRequest },
       { "add other-kind", State::Failed, "the driver has no temp_sensor" },
       { "add status1", State::Failed, "the driver made no object of it; --trace 0 shows why" },
       { "add hang", State::Failed, "no answer within 0.3 s" },
@@ -162,11 +171,15 @@ TEST_F( SessionTest, KeepsOneWorkerAndRunsItsTimersBetweenReadsAndObjects ) {
 }
 
 TEST_F( SessionTest, DoesNotInitialiseAgainWhatWasRead ) {
-   add( { "process", "add abort", "process" } );
+   Tests::TemporaryDirectory directory;
+   std::string starts = directory.path() / "starts";
+   board.topology = "+" + starts;
+   add( { "process", "add abort", "add abort", "kill", "process" } );
    auto first = read();
-   EXPECT_NE( first[ 0 ].reading, first[ 2 ].reading );
+   EXPECT_NE( first[ 0 ].reading, first[ 4 ].reading );
    auto second = read();
-   EXPECT_EQ( second[ 0 ].reading, second[ 2 ].reading );
+   EXPECT_EQ( second[ 0 ].reading, second[ 4 ].reading );
+   EXPECT_EQ( std::filesystem::file_size( starts ), 2 );
    EXPECT_EQ( second[ 0 ].reading, read()[ 0 ].reading );
 }
 
@@ -190,18 +203,42 @@ TEST_F( SessionTest, DelaysNoOtherLaneByOne ) {
 TEST_F( SessionTest, TriesAgainWhatKilledAWorkerBesideTheOthers ) {
    Tests::TemporaryDirectory directory;
    std::string cure = directory.path() / "cure";
-   add( { "process", ( cure + " 42" ).c_str(), "abort", "kill" } );
+   add( { "process", ( cure + " 42" ).c_str(), "abort", "kill",
+          ( "add ?" + cure + " then 43" ).c_str() } );
    EXPECT_EQ( read()[ 1 ].reason, kGaveUp );
    auto other = read()[ 0 ].reading;
    std::ofstream{ cure };
    EXPECT_EQ( read()[ 1 ].reason, kGaveUp );  // too early
    usleep( 500'000 );
    session().begin();
-   for ( int i = 0; i < 100 && session().latest()[ 1 ].state != State::Ok; ++i ) {
-      session().await( kLimit );
-   }
+   awaitOk( 1 );
+   awaitOk( 4 );
    EXPECT_EQ( read()[ 1 ].reading, 42 );
+   EXPECT_EQ( read()[ 4 ].reading, 43 );
    EXPECT_EQ( read()[ 0 ].reading, other );
+}
+
+// Two objects of one chip, and one of another on the same adapter.
+TEST_F( SessionTest, MakesTheObjectsOfAChipThatWasAwayAnew ) {
+   Tests::TemporaryDirectory directory;
+   std::string chip = directory.path() / "chip";
+   std::string made = directory.path() / "made";
+   std::string words = "add +" + made + " then !" + chip + " 42";
+   add( { words.c_str(), words.c_str(), "process" } );
+   Tests::addAdapter( board.wiring, 0 );
+   board.wiring.devices[ 1 ] = board.wiring.devices[ 0 ];
+   board.wiring.labels = { { words + "<0x00>", 0 }, { "process<0x00>", 1 } };
+   std::ofstream{ chip };
+   auto other = read()[ 2 ].reading;
+   std::filesystem::remove( chip );
+   EXPECT_EQ( read()[ 0 ].reason, kRequest );
+   std::ofstream{ chip };
+   EXPECT_EQ( read()[ 1 ].reason, "did not answer, and does again: to be set up anew" );
+   awaitOk( 0 );
+   awaitOk( 1 );
+   EXPECT_EQ( std::filesystem::file_size( made ), 4 );
+   EXPECT_EQ( read()[ 2 ].reading, other );
+   EXPECT_EQ( std::filesystem::file_size( made ), 4 );
 }
 
 // A new worker shows that the object is tried again.
