@@ -199,7 +199,7 @@ bool Lane::isSensor( size_t object ) const {
 // should all the same, which nobody can ask it.
 std::string Lane::whyNotMadeWhole( size_t object ) const {
    return worker_->failure() && isSensor( object )
-             ? "may lack its limits: " + reasonFor( object, "" )
+             ? "limits not set, or not all: " + reasonFor( object, "" )
              : "";
 }
 

@@ -81,7 +81,7 @@ TEST_F( FailingBoardTest, NamesTheChipThatDoesNotAnswer ) {
                              "asic-right  failed: no acknowledge from TMP75 0x4a at scd1",
                              "port1  failed: no acknowledge from Max7356 0x71 at optics",
                              "port2  failed: no acknowledge from Max7356 0x71 at optics",
-                             "vrm-serdes  failed: may lack its limits: no acknowledge from "
+                             "vrm-serdes  failed: limits not set, or not all: no acknowledge from "
                              "Isl6812x 0x60 at scd3" ) );
 }
 

@@ -86,7 +86,7 @@ TEST_F( SessionTest, FailsEachObjectThatMisbehavesAndNoOther ) {
       { "nak status6", State::Failed, kRequest },
       { "unserved status4", State::Failed, kNoService },
       { "nak 20", State::Failed, kRequest },
-      { "add nak then 20", State::Failed, "may lack its limits: " + kRequest },
+      { "add nak then 20", State::Failed, "limits not set, or not all: " + kRequest },
       { "add other-kind", State::Failed, "the driver has no temp_sensor" },
       { "add status1", State::Failed, "the driver made no object of it; --trace 0 shows why" },
       { "add hang", State::Failed, "no answer within 0.3 s" },
