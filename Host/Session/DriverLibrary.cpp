@@ -11,13 +11,19 @@ namespace Host {
 
 namespace {
 
-constexpr const char* kFileName = "libLumenDriversCorvid.so";
-
+// Beside the platform library, which the program is linked with; else where the dynamic linker
+// looks.
 std::string defaultPath() {
+   Dl_info platform;
    std::error_code error;
-   auto program = std::filesystem::read_symlink( "/proc/self/exe", error );
-   auto installed = program.parent_path().parent_path() / "lib" / kFileName;
-   return std::filesystem::exists( installed, error ) ? installed.string() : kFileName;
+   if ( dladdr( reinterpret_cast< const void* >( &pl_trace ), &platform ) ) {
+      auto beside =
+         std::filesystem::path( platform.dli_fname ).replace_filename( LUMEN_DRIVER_LIBRARY );
+      if ( std::filesystem::exists( beside, error ) ) {
+         return beside.string();
+      }
+   }
+   return LUMEN_DRIVER_LIBRARY;
 }
 
 }  // namespace
