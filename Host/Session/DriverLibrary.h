@@ -11,8 +11,8 @@ namespace Host {
 // belongs into a worker.
 class DriverLibrary {
  public:
-   // The library at `path`, or, when that is empty, the one installed beside this program, or the
-   // one the dynamic linker finds. Throws UseError.
+   // The library at `path`, or, when that is empty, the one beside this program's platform library,
+   // or the one the dynamic linker finds. Throws UseError.
    explicit DriverLibrary( const std::string& path );
 
    pl_status init( Kind kind, const std::string& topology ) const;
