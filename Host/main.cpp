@@ -3,10 +3,14 @@
 #include <memory>
 #include <sstream>
 
+#include "CommandLine/Completion.h"
+#include "CommandLine/Help.h"
+#include "CommandLine/UnknownWord.h"
 #include "Host/Commands/Commands.h"
-#include "Host/Commands/UnknownWord.h"
+#include "Host/Commands/Names.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
+#include "Platform/ServicePath.h"
 #include "SmbusService/EmbeddedService.h"
 #include "SmbusService/Emulator/BoardLoader.h"
 #include "Utils/StandardStreams.h"
@@ -16,21 +20,36 @@ namespace {
 constexpr int kHighestTraceLevel = 9;
 
 void addOptions( CLI::App& app, Host::Program& program ) {
-   app.add_option( "--board", program.board, "the board's folder" )->required()->type_name( "DIR" );
-   auto emulate = app.add_flag( "--emulate", program.emulate, "use the board's emulated chips" );
-   app.add_option( "--socket", program.socket, "where the SMBus service listens" )
+   app.formatter( CommandLine::helpFormatter() );
+   app.set_help_flag( "-h,--help", "print this help and exit" );
+   app.set_version_flag( "--version", "lumen " LUMEN_VERSION, "print the version and exit" );
+   app.add_option( "--board", program.board, "the folder with the board's documents" )
+      ->required()
+      ->type_name( "DIR" );
+   auto emulate = app.add_flag( "--emulate", program.emulate,
+                                "chips as the board's emulation.json sets them, for this command "
+                                "alone" );
+   app.add_option( "--socket", program.socket,
+                   "the SMBus service that reaches the chips; PL_SMBUS_SOCKET sets the default" )
+      ->default_str( PlatformLibrary::servicePath() )
       ->type_name( "PATH" )
       ->excludes( emulate );
-   app.add_flag( "--json", program.json,
-                 "print a JSON document, or with watch and log one a line" );
-   app.add_option( "--library", program.library, "the driver library's file" )->type_name( "PATH" );
-   app.add_option( "--trace", program.trace, "print the library's traces up to this level" )
+   app.add_flag( "--json", program.json, "print a JSON document; watch and log print one a line" );
+   app.add_option( "--library", program.library,
+                   "another driver library than the one installed beside lumen" )
+      ->type_name( "PATH" );
+   app.add_option( "--trace", program.trace,
+                   "print the library's traces and assertions up to this level, 0 to 9, on stderr" )
       ->type_name( "LEVEL" )
       ->check( CLI::Range( 0, kHighestTraceLevel ) );
    app.add_flag( "--trace-wire", program.traceWire,
                  "print each transfer on the busses on stderr, with the board's names" );
-   app.set_version_flag( "--version", "lumen " LUMEN_VERSION );
    app.require_subcommand( 1 );
+   app.footer(
+      "Options stand before the command or behind it. \"lumen COMMAND --help\" tells a\n"
+      "command's own.\n\n"
+      "Exit status: 0 all is well; 1 something is not: a limit, a chip, a warning;\n"
+      "2 wrong use, a board with mistakes, no service." );
 }
 
 // Wrong use, or a wish for help.
@@ -41,7 +60,7 @@ int refuse( const CLI::App& app, const Host::Program& program, const CLI::ParseE
       Host::print( output.str() );
       return Host::kAllWell;
    }
-   std::string unknown = Host::unknownWord( app );
+   std::string unknown = CommandLine::unknownWord( app );
    std::string problem = unknown.empty() ? error.what() : unknown;
    Host::complain( problem );
    Host::complain( "Run with --help for more information." );
@@ -76,6 +95,10 @@ int main( int argc, char** argv ) {
    Host::addSmbusCommand( app, program );
    Host::addEmuCommand( app, program );
    Host::addCheckCommand( app, program );
+   if ( CommandLine::isAsked( argc, argv ) ) {
+      Host::print( CommandLine::answer( app, Host::namesOnBoard(), argc, argv ) );
+      return Host::finish( Host::kAllWell );
+   }
    try {
       app.parse( argc, argv );
    } catch ( const CLI::ParseError& error ) {

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <set>
 
+#include "Host/Commands/Names.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
 #include "Host/Session/Service.h"
@@ -129,13 +130,16 @@ CLI::App* addCommand( CLI::App& app,
                       std::function< int() > run ) {
    auto command = app.add_subcommand( synopsis.name, synopsis.help );
    command->fallthrough();
+   command->group( kCommandGroup );
    command->callback( [ &program, run ] { program.command = run; } );
    return command;
 }
 
 CLI::Option* addPatterns( CLI::App& command, std::vector< std::string >& patterns ) {
-   return command.add_option(
-      "NAME", patterns, "an object's name, or in quotes a pattern: 'fan*', 'port[1-4]', 'psu?'" );
+   return command
+      .add_option( "NAME", patterns,
+                   "an object's name, or in quotes a pattern: 'fan*', 'port[1-4]', 'psu?'" )
+      ->type_name( kObjectType );
 }
 
 int Program::run() const {

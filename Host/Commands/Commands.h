@@ -47,6 +47,9 @@ struct Program {
    int run() const;
 };
 
+// The heading of commands in help texts.
+constexpr char kCommandGroup[] = "Commands";
+
 struct Synopsis {
    const char* name;
    const char* help;

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Commands/Names.h"
 #include "Host/Output/EmuReport.h"
 #include "Host/Output/Print.h"
 #include "Host/Session/EmulatorControl.h"
@@ -164,7 +165,7 @@ constexpr Row kRows[] = {
      "  lumen --board DIR emu get inlet\n"
      "  lumen --board DIR emu get inlet temperature",
      get },
-   { { "set", "let a chip measure something, or hands do something to it" },
+   { { "set", "let a chip measure something, or set what hands do to it" },
      "  lumen --board DIR emu set inlet temperature -7.5\n"
      "  lumen --board DIR emu set fan1 present1 0",
      set },
@@ -187,11 +188,15 @@ constexpr Row kRows[] = {
 void addParameters( CLI::App& command, Arguments& arguments ) {
    std::string name = command.get_name();
    if ( name == "list" ) {
-      command.add_option( "NAME", arguments.names, "objects, labels or device ids (all without)" );
+      command
+         .add_option( "NAME", arguments.names, "objects, labels or device ids; all without it" )
+         ->type_name( kChipType );
       return;
    }
-   auto chip = command.add_option( "NAME", arguments.name,
-                                   "an object's name, a device's label or its device id" );
+   auto chip = command
+                  .add_option( "NAME", arguments.name,
+                               "an object's name, a device's label or its device id" )
+                  ->type_name( kChipType );
    chip->required( name != "clear" );
    if ( name == "get" || name == "set" ) {
       command.add_option( "QUANTITY", arguments.quantity, "as \"emu get NAME\" lists them" )
@@ -204,14 +209,16 @@ void addParameters( CLI::App& command, Arguments& arguments ) {
          ->check( CLI::Validator( checkFinite, "NUMBER" ) );
    }
    if ( name == "fault" ) {
-      command
-         .add_option( "KIND", arguments.kind,
-                      fmt::format( "{}", fmt::join( faultKindNames(), ", " ) ) )
+      auto kinds = faultKindNames();
+      command.add_option( "KIND", arguments.kind, fmt::format( "{}", fmt::join( kinds, ", " ) ) )
+         ->type_name( fmt::format( "{}", fmt::join( kinds, "|" ) ) )
          ->required();
-      command.add_option( "--count", arguments.count, "transfers that it strikes" )
+      command.add_option( "--count", arguments.count, "transfers that it strikes, 1 or more" )
+         ->type_name( "N" )
          ->check( CLI::Range( 1u, UINT32_MAX ) )
          ->capture_default_str();
       command.add_option( "--skip", arguments.skip, "transfers that it lets pass before" )
+         ->type_name( "N" )
          ->check( CLI::Range( 0u, UINT32_MAX ) )
          ->capture_default_str();
    }
@@ -224,9 +231,10 @@ void addEmuCommand( CLI::App& app, Program& program ) {
    arguments->control = PlatformLibrary::controlPath();
    CLI::App* emu = app.add_subcommand( "emu", "the chips that lumen-smbusd emulates" );
    emu->fallthrough();
+   emu->group( kCommandGroup );
    emu->require_subcommand( 1 );
    emu->add_option( "--control", arguments->control,
-                    "the service's control socket; PL_SMBUS_CONTROL if set" )
+                    "the service's control socket; PL_SMBUS_CONTROL sets the default" )
       ->type_name( "PATH" )
       ->capture_default_str();
    emu->footer(

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Commands/Names.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
 #include "Host/Session/SettingOperations.h"
@@ -83,13 +84,17 @@ void addGetAndSetCommands( CLI::App& app, Program& program ) {
                                  [ &program, patterns ] { return get( program, *patterns ); } );
    addPatterns( *getCommand, *patterns )->required();
    auto setCommand =
-      addCommand( app, program, { "set", "drive one object: an led, a fan, a gpio or a poe_port" },
+      addCommand( app, program, { "set", "drive one object: an LED, a fan, a GPIO or a PoE port" },
                   [ &program, name, words ] { return set( program, *name, *words ); } );
-   setCommand->add_option( "NAME", *name, "the object's name" )->required();
+   setCommand->add_option( "NAME", *name, "the object's name" )
+      ->type_name( kSettableType )
+      ->required();
    setCommand
       ->add_option( "VALUE", *words,
-                    "an LED's status, a fan's rpm or percentage of its range (50%), a GPIO's bit; "
-                    "of a PoE port: on, off, limit WATTS, limit class" )
+                    "an LED's status (off, good, warning, bad, inactive, unknown, beacon), a fan's "
+                    "rpm or percentage of its range (50%), a GPIO's bit (0, 1); of a PoE port: on, "
+                    "off, limit WATTS, limit class" )
+      ->type_name( kSettingType )
       ->required()
       ->expected( 1, 2 );
 }

@@ -151,11 +151,12 @@ void addLogCommand( CLI::App& app, Program& program ) {
    auto command =
       addCommand( app, program, { "log", "the service's last transfers, with the board's names" },
                   [ &program, arguments ] { return log( program, *arguments ); } );
-   auto control = command
-                     ->add_option( "--control", arguments->control,
-                                   "the service's control socket; PL_SMBUS_CONTROL if set" )
-                     ->type_name( "PATH" )
-                     ->capture_default_str();
+   auto control =
+      command
+         ->add_option( "--control", arguments->control,
+                       "the service's control socket; PL_SMBUS_CONTROL sets the default" )
+         ->type_name( "PATH" )
+         ->capture_default_str();
    auto follow = command->add_flag( "--follow", arguments->follow, "go on with what comes" );
    command->add_option( "--file", arguments->file, "what the service's --wire-log has written" )
       ->type_name( "FILE" )

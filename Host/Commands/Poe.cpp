@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Commands/Names.h"
 #include "Host/Commands/PoeBoard.h"
 #include "Host/Output/PoeReport.h"
 #include "Host/Output/Print.h"
@@ -134,7 +135,8 @@ void addPoeCommand( CLI::App& app, Program& program ) {
          return isFirmware ? updatePoeFirmware( program, *firmware ) : poe( program, *arguments );
       };
    } );
-   auto name = command->add_option( "NAME", arguments->name, "one port: what it tells at length" );
+   auto name = command->add_option( "NAME", arguments->name, "one port: what it tells at length" )
+                  ->type_name( kPoePortType );
    command
       ->add_option( "ACTION", arguments->action,
                     "init: configure the port anew; with the first one its controller, too" )

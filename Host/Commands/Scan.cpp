@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Commands/Names.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/ScanReport.h"
 #include "Host/Session/Service.h"
@@ -98,13 +99,14 @@ void addScanCommand( CLI::App& app, Program& program ) {
    auto command = addCommand(
       app, program, { "scan", "which chips answer on the busses, compared with the documents" },
       [ &program, name ] { return scan( program, *name ); } );
-   command->add_option(
-      "BUS", *name,
-      "a bus, a medium or a mux's channel, by its label or as the scan shows it; with "
-      "all that is behind it (all busses without)" );
+   command
+      ->add_option( "BUS", *name,
+                    "a bus, a medium or a mux's channel, by its label or as the scan shows it, "
+                    "with all that is behind it; all busses without it" )
+      ->type_name( kBusType );
    command->footer(
-      "Each address is read once, without a register (receive byte); nothing is written but the "
-      "channels of muxes. A chip that does not acknowledge reads is not found." );
+      "Each address is read once, without a register (receive byte); nothing is written\n"
+      "but the channels of muxes. A chip that does not acknowledge reads is not found." );
 }
 
 }  // namespace Host

@@ -7,6 +7,7 @@
 #include "BoardFiles/Addresses.h"
 #include "Host/Commands/Commands.h"
 #include "Host/Commands/Confirm.h"
+#include "Host/Commands/Names.h"
 #include "Host/Commands/SmbusOperation.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
@@ -82,13 +83,18 @@ void addSmbusCommand( CLI::App& app, Program& program ) {
                               [ &program, arguments ] { return smbus( program, *arguments ); } );
    command
       ->add_option( "NAME", arguments->name, "an object, whose chip is meant, or a device's label" )
+      ->type_name( kChipType )
       ->required();
-   command->add_option( "OPERATION", arguments->operation.name, "see below" )->required();
+   command->add_option( "OPERATION", arguments->operation.name, "see below" )
+      ->type_name( smbusOperationNames() )
+      ->required();
    command->add_option( "NUMBERS", arguments->operation.arguments,
                         "its arguments, decimal or hexadecimal (0x...)" );
    command
       ->add_option( "--reg-size", arguments->operation.registerSize,
-                    "bytes of the register number" )
+                    "bytes of the register number: 1, 2 or 4" )
+      ->type_name( "1|2|4" )
+      ->capture_default_str()
       ->check( CLI::IsMember( { 1, 2, 4 } ) );
    command->add_flag( "--yes", arguments->isConfirmed,
                       "write to a memory (0x30 to 0x37, 0x50 to 0x57) without asking" );

@@ -151,11 +151,16 @@ std::string synopsis( const Operation& operation ) {
                        operation.arguments );
 }
 
+std::vector< std::string > operationNames() {
+   std::vector< std::string > names;
+   std::ranges::transform( kOperations, std::back_inserter( names ), &Operation::name );
+   return names;
+}
+
 const Operation& find( const std::string& name ) {
    auto operation = std::ranges::find( kOperations, name, &Operation::name );
    if ( operation == std::end( kOperations ) ) {
-      std::vector< std::string > names;
-      std::ranges::transform( kOperations, std::back_inserter( names ), &Operation::name );
+      auto names = operationNames();
       throw UseError( fmt::format( "there is no SMBus operation \"{}\"; there are {}{}", name,
                                    fmt::join( names, ", " ), Utils::didYouMean( name, names ) ) );
    }
@@ -205,6 +210,10 @@ std::string smbusOperationsHelp() {
       text += "  " + synopsis( operation ) + "\n";
    }
    return text;
+}
+
+std::string smbusOperationNames() {
+   return fmt::format( "{}", fmt::join( operationNames(), "|" ) );
 }
 
 void checkSmbusOperation( const SmbusOperation& operation ) {

@@ -19,6 +19,9 @@ struct SmbusOperation {
 // The operations and their arguments, one line each, for the help text.
 std::string smbusOperationsHelp();
 
+// Their names, with | in between.
+std::string smbusOperationNames();
+
 // Throws UseError unless the operation exists and its arguments are in range.
 void checkSmbusOperation( const SmbusOperation& operation );
 

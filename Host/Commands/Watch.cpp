@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "Host/Commands/Commands.h"
+#include "Host/Commands/Names.h"
 #include "Host/Output/Print.h"
 #include "Host/Output/Report.h"
 #include "Host/Session/Service.h"
@@ -130,16 +131,20 @@ void addWatchCommand( CLI::App& app, Program& program ) {
                                 "the status on the whole screen, refreshed until q or Ctrl-C; "
                                 "without a terminal, a table for each reading" },
                               [ &program, arguments ] { return watch( program, *arguments ); } );
-   command->add_option( "--interval", arguments->interval, "seconds between two readings" )
-      ->check( CLI::Validator( checkInterval, "FLOAT in [0.05 - 3600]" ) )
-      ->capture_default_str();
-   command->add_option( "--count", arguments->count, "end after this many readings" );
    command
-      ->add_option(
-         "--set", arguments->settings,
-         "drive an object first: an LED to a status, a fan to an rpm or a percentage of its "
-         "range (50%), a GPIO to a bit, a PoE port to on or off" )
-      ->type_name( "NAME=VALUE" );
+      ->add_option( "--interval", arguments->interval,
+                    "from one reading to the next, 0.05 to 3600" )
+      ->type_name( "SECONDS" )
+      ->check( CLI::Validator( checkInterval, "" ) )
+      ->capture_default_str();
+   command
+      ->add_option( "--count", arguments->count,
+                    "end after this many readings; without it or with 0 never" )
+      ->type_name( "N" );
+   command
+      ->add_option( "--set", arguments->settings,
+                    "drive an object first, to what \"lumen set --help\" tells; may be repeated" )
+      ->type_name( kNameAndSettingType );
 }
 
 }  // namespace Host

@@ -80,9 +80,21 @@ pl_status applyBit( void* object, const Setting& bit ) {
    return bit.number != 0 ? gpio->ops->bit_set( gpio ) : gpio->ops->bit_clear( gpio );
 }
 
+std::vector< std::string > ledStatusWords() {
+   std::vector< std::string > words;
+   for ( std::string word : kLedStatusNames ) {
+      std::ranges::transform( word, word.begin(), []( unsigned char c ) {
+         return static_cast< char >( std::tolower( c ) );
+      } );
+      words.push_back( std::move( word ) );
+   }
+   return words;
+}
+
 const SettingOperations kLed = {
    .subject = "an LED",
    .choice = fmt::format( "it knows {}", fmt::join( kLedStatusNames, ", " ) ),
+   .words = ledStatusWords(),
    .parse = parseLedStatus,
    .apply = applyLedStatus,
    .name = ledStatusName };
@@ -90,17 +102,22 @@ const SettingOperations kLed = {
 const SettingOperations kFan = {
    .subject = "a fan",
    .choice = "give its rpm, 0 or more, or a percentage of its range, 0% to 100%",
+   .words = {},
    .parse = parseSpeed,
    .apply = applyRpm };
 
-const SettingOperations kGpio = {
-   .subject = "a GPIO", .choice = "give 0 or 1", .parse = parseBit, .apply = applyBit };
+const SettingOperations kGpio = { .subject = "a GPIO",
+                                  .choice = "give 0 or 1",
+                                  .words = { "0", "1" },
+                                  .parse = parseBit,
+                                  .apply = applyBit };
 
 const SettingOperations kPoePort = {
    .subject = "a PoE port",
    .choice = fmt::format( "give on, off, limit class, or limit and its watts, {} to {}",
                           kLeastPoeLimit,
                           kLargestPoeLimit ),
+   .words = { "on", "off", "limit" },
    .parse = parsePoeSetting,
    .apply = applyPoeSetting };
 

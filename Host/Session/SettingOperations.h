@@ -25,8 +25,9 @@ struct Setting {
 
 // How objects of a kind are driven by a user's text.
 struct SettingOperations {
-   std::string subject;  // "an LED"
-   std::string choice;   // what the text may be, after "cannot be set to ...; "
+   std::string subject;               // "an LED"
+   std::string choice;                // what the text may be, after "cannot be set to ...; "
+   std::vector< std::string > words;  // the texts that are no numbers, or how they begin
 
    // Nothing of a text that means none; throws UseError where the object lacks what it takes.
    std::optional< Setting > ( *parse )( const ObjectSpec& object, const std::string& text );

@@ -1,4 +1,4 @@
-#include "Host/Commands/UnknownWord.h"
+#include "CommandLine/UnknownWord.h"
 
 #include <fmt/format.h>
 
@@ -7,7 +7,7 @@
 
 #include "Utils/Nearest.h"
 
-namespace Host {
+namespace CommandLine {
 
 namespace {
 
@@ -58,4 +58,4 @@ std::string unknownWord( const CLI::App& app ) {
    return fmt::format( "\"{}\" is one argument too many", word );
 }
 
-}  // namespace Host
+}  // namespace CommandLine
