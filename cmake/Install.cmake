@@ -41,25 +41,6 @@ endforeach()
 install(DIRECTORY Boards/ DESTINATION ${share}/lumen/boards COMPONENT programs
   FILES_MATCHING PATTERN *.json)
 
-# Manual pages, where there is a program that makes them of their sources.
-find_program(SCDOC scdoc)
-file(GLOB pages CONFIGURE_DEPENDS Documentation/man/*.scd)
-set(made_pages)
-if(SCDOC)
-  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/man)
-  foreach(source IN LISTS pages)
-    cmake_path(GET source STEM LAST_ONLY page)
-    string(REGEX MATCH "[0-9]$" section ${page})
-    set(made ${CMAKE_BINARY_DIR}/man/${page})
-    add_custom_command(OUTPUT ${made}
-      COMMAND sh -c "exec \"$0\" <\"$1\" >\"$2\"" ${SCDOC} ${source} ${made}
-      DEPENDS ${source} VERBATIM)
-    list(APPEND made_pages ${made})
-    install(FILES ${made} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT programs)
-  endforeach()
-endif()
-add_custom_target(manual-pages ALL DEPENDS ${made_pages})
-
 file(GLOB bash_completions CONFIGURE_DEPENDS Packaging/completions/*.bash)
 foreach(source IN LISTS bash_completions)
   cmake_path(GET source STEM program)
