@@ -120,7 +120,7 @@ class Formatter : public CLI::Formatter {
          while ( parent->get_parent() ) {
             parent = parent->get_parent();
          }
-         footer += fmt::format( "{}The options that \"{} --help\" tells go with it, too.\n",
+         footer += fmt::format( "{}See \"{} --help\" for further options, and the exit status.\n",
                                 footer.empty() ? "" : "\n", parent->get_name() );
       }
       return footer;

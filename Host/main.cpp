@@ -19,6 +19,12 @@ namespace {
 
 constexpr int kHighestTraceLevel = 9;
 
+constexpr char kFooter[] =
+   "Options stand before the command or behind it. \"lumen COMMAND --help\" tells a\n"
+   "command's own.\n\n"
+   "Exit status: 0 all is well; 1 something is not: a limit, a chip, a warning;\n"
+   "2 wrong use, a board with mistakes, no service.";
+
 void addOptions( CLI::App& app, Host::Program& program ) {
    app.formatter( CommandLine::helpFormatter() );
    app.set_help_flag( "-h,--help", "print this help and exit" );
@@ -45,11 +51,6 @@ void addOptions( CLI::App& app, Host::Program& program ) {
    app.add_flag( "--trace-wire", program.traceWire,
                  "print each transfer on the busses on stderr, with the board's names" );
    app.require_subcommand( 1 );
-   app.footer(
-      "Options stand before the command or behind it. \"lumen COMMAND --help\" tells a\n"
-      "command's own.\n\n"
-      "Exit status: 0 all is well; 1 something is not: a limit, a chip, a warning;\n"
-      "2 wrong use, a board with mistakes, no service." );
 }
 
 // Wrong use, or a wish for help.
@@ -95,6 +96,7 @@ int main( int argc, char** argv ) {
    Host::addSmbusCommand( app, program );
    Host::addEmuCommand( app, program );
    Host::addCheckCommand( app, program );
+   app.footer( kFooter );  // behind the commands, which would take it over
    if ( CommandLine::isAsked( argc, argv ) ) {
       Host::print( CommandLine::answer( app, Host::namesOnBoard(), argc, argv ) );
       return Host::finish( Host::kAllWell );
