@@ -96,6 +96,9 @@ bool Batch::admit( const std::set< Adapter* >& used, Smbus::TransactionResponse&
       refuse( ECANCELED, isCancelled_ ? "the service ends" : "the client has left", reply );
       return false;
    }
+   if ( !judge( Found::kOnceSettled, reply ) ) {
+      return false;
+   }
    std::string why;
    for ( Adapter* adapter : used ) {
       if ( int error = adapter->muxes.settle( *adapter, peer_, why ) ) {
@@ -103,7 +106,14 @@ bool Batch::admit( const std::set< Adapter* >& used, Smbus::TransactionResponse&
          return false;
       }
    }
-   auto refusal = access_ ? access_->judge( peer_, steps_ ) : std::nullopt;
+   // A mux that did not obey may still have its channels open.
+   return std::ranges::all_of(
+             used, [ this ]( Adapter* each ) { return each->muxes.isSettledFor( peer_ ); } ) ||
+          judge( Found::kNow, reply );
+}
+
+bool Batch::judge( Found found, Smbus::TransactionResponse& reply ) const {
+   auto refusal = access_ ? access_->judge( peer_, steps_, found ) : std::nullopt;
    if ( refusal ) {
       fail( refusal->request, EACCES, refusal->why, reply );
    }

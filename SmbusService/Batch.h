@@ -48,6 +48,7 @@ class Batch {
    bool prepare( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
    std::set< Adapter* > adapters() const;
    bool admit( const std::set< Adapter* >&, Smbus::TransactionResponse& );
+   bool judge( Found, Smbus::TransactionResponse& ) const;
    void run( uint32_t retries, Smbus::TransactionResponse& );
    int attempt( const Step&, uint32_t retries, std::string& answer );
    bool lastsFor( std::chrono::milliseconds time ) const;

@@ -33,8 +33,15 @@ bool hasRuleFor( const Peer& peer, const PolicyMap::Rules& rules ) {
    return std::ranges::any_of( rules, [ & ]( auto* rule ) { return isFor( *rule, peer ); } );
 }
 
-Judgement::Judgement( const PolicyMap& map, const Peer& peer, const std::vector< Step >& steps )
-    : map_( map ), peer_( peer ), steps_( steps ), firstReset_( firstTrailingReset( steps ) ) {}
+Judgement::Judgement( const PolicyMap& map,
+                      const Peer& peer,
+                      const std::vector< Step >& steps,
+                      Found found )
+    : map_( map ),
+      peer_( peer ),
+      steps_( steps ),
+      firstReset_( firstTrailingReset( steps ) ),
+      found_( found ) {}
 
 std::optional< std::string > Judgement::next() {
    bool isReset = next_ >= firstReset_;
@@ -65,7 +72,10 @@ Judgement::Channels* Judgement::channelsOf( const Step& step ) {
    if ( map == map_.adapters.end() ) {
       return nullptr;
    }
-   BusTree::ControlBytes bytes = step.adapter->muxes.controlBytes();
+   const Muxes& muxes = step.adapter->muxes;
+   bool isClosed = found_ == Found::kOnceSettled && !muxes.isSettledFor( peer_ );
+   BusTree::ControlBytes bytes =
+      isClosed ? BusTree::ControlBytes( muxes.controlBytes().size() ) : muxes.controlBytes();
    bytes.resize( map->second.tree.muxes.size(), UINT8_MAX );
    channels_.push_back(
       { .adapter = step.adapter, .map = &map->second, .bytes = bytes, .ever = bytes } );

@@ -4,8 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "SmbusService/Backend.h"
-#include "SmbusService/Peer.h"
+#include "SmbusService/Access.h"
 #include "SmbusService/PolicyMap.h"
 
 namespace SmbusService {
@@ -16,7 +15,7 @@ bool hasRuleFor( const Peer&, const PolicyMap::Rules& );
 // Follows one batch of one client. The locks of the batch's adapters are held.
 class Judgement {
  public:
-   Judgement( const PolicyMap&, const Peer&, const std::vector< Step >& );
+   Judgement( const PolicyMap&, const Peer&, const std::vector< Step >&, Found );
 
    // Why the next step is refused, if it is. To be called once for each step.
    std::optional< std::string > next();
@@ -61,6 +60,7 @@ class Judgement {
    const Peer& peer_;
    const std::vector< Step >& steps_;
    const size_t firstReset_;
+   const Found found_;
    size_t next_ = 0;
    std::vector< Channels > channels_;
 };

@@ -86,12 +86,13 @@ void Muxes::distrust( const Transfer& transfer ) {
    isTidy_ = false;
 }
 
+bool Muxes::isSettledFor( const Peer& peer ) const {
+   return isTidy_ ||
+          ( owner_ == peer.number && std::ranges::none_of( isUnsure_, std::identity() ) );
+}
+
 int Muxes::settle( Adapter& adapter, const Peer& peer, std::string& why ) {
-   if ( isTidy_ ) {
-      return 0;
-   }
-   bool isSure = std::ranges::none_of( isUnsure_, std::identity() );
-   if ( isSure && owner_ == peer.number ) {
+   if ( isSettledFor( peer ) ) {
       return 0;
    }
    for ( size_t mux = 0; mux < tree_.muxes.size(); ++mux ) {

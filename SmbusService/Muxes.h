@@ -34,6 +34,9 @@ class Muxes {
    // The last byte is not the one that was written, whatever was acknowledged.
    void distrust( const Transfer& );
 
+   // The peer may find open what is open: nothing, or its own channels.
+   bool isSettledFor( const Peer& ) const;
+
    // Closes what the peer must not find open. A mux that does not acknowledge is no obstacle: it is
    // absent, unless it was open before, which keeps it in doubt. Nor is one that a driver of the
    // kernel holds (EBUSY): its channels are the driver's; nor one that the adapter cannot write

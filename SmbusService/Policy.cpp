@@ -34,8 +34,10 @@ std::vector< BusTree::Channel > channelsOf( const PolicyMap::Adapter& map,
 Policy::Policy( std::vector< PolicyRule > rules, const BoardFiles::Wiring& wiring )
     : rules_( std::move( rules ) ), map_( rules_, wiring ) {}
 
-std::optional< Refusal > Policy::judge( const Peer& peer, const std::vector< Step >& steps ) const {
-   Judgement judgement( map_, peer, steps );
+std::optional< Refusal > Policy::judge( const Peer& peer,
+                                        const std::vector< Step >& steps,
+                                        Found found ) const {
+   Judgement judgement( map_, peer, steps, found );
    for ( size_t i = 0; i < steps.size(); ++i ) {
       if ( auto problem = judgement.next() ) {
          return Refusal{ i, std::move( *problem ) };

@@ -25,7 +25,7 @@ class Policy : public Access {
    Policy( const Policy& ) = delete;
    Policy& operator=( const Policy& ) = delete;
 
-   std::optional< Refusal > judge( const Peer&, const std::vector< Step >& ) const override;
+   std::optional< Refusal > judge( const Peer&, const std::vector< Step >&, Found ) const override;
 
    // Calls for each device of the board.
    void forEachDevice( const Peer&, const std::function< void( const Permission& ) >& ) const;

@@ -12,8 +12,9 @@ std::shared_ptr< const Policy > PolicyStore::read() const {
 }
 
 std::optional< Refusal > PolicyStore::judge( const Peer& peer,
-                                             const std::vector< Step >& steps ) const {
-   auto refusal = policy_.load()->judge( peer, steps );
+                                             const std::vector< Step >& steps,
+                                             Found found ) const {
+   auto refusal = policy_.load()->judge( peer, steps, found );
    if ( refusal ) {
       const Transfer& transfer = steps[ refusal->request ].transfer;
       log_.write( fmt::format( "uid {} is refused device 0x{:02x}: {}", peer.uid,

@@ -22,7 +22,7 @@ class PolicyStore : public Access {
    // Puts it in force, from the next batch on.
    void use( std::shared_ptr< const Policy > policy ) { policy_ = std::move( policy ); }
 
-   std::optional< Refusal > judge( const Peer&, const std::vector< Step >& ) const override;
+   std::optional< Refusal > judge( const Peer&, const std::vector< Step >&, Found ) const override;
 
  private:
    const std::string file_;

@@ -237,6 +237,9 @@ TEST_F( PolicyTest, JudgesEachTransferByAllThatItReaches ) {
       EXPECT_EQ( judge( peer, steps ), verdict ) << steps;
       judge( kRoot, "70>00" );
    }
+   judge( kUser, "70>02" );
+   EXPECT_NE( judge( kNobody, "48<00:2" ), "ok" );
+   EXPECT_EQ( judge( kUser, "49<00:1" ), "ok" ) << "what is refused closes nobody's channels";
 }
 
 TEST_F( PolicyTest, WithoutAPolicyOnlyMemoriesAreProtected ) {
