@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -28,6 +30,11 @@ class Adapter {
    // Why the last transfer failed, where more is known than its errno value says.
    virtual std::string problem() const { return {}; }
 
+   // How long a chip or a bus that does not go on can hold up the transfer, were it executed now.
+   virtual std::chrono::milliseconds patience( const Transfer& transfer ) const {
+      return transfer.address.busTimeout;
+   }
+
    // Executes a transfer of the peer, keeps account of the muxes, reads back the control byte of
    // those that are to be verified, and tells the log. As transfer() otherwise.
    int execute( const Transfer&, std::string& answer, const Peer& );
@@ -36,6 +43,7 @@ class Adapter {
    std::string explain( int error ) const;
 
    std::timed_mutex mutex;
+   std::atomic< uint64_t > client = 0;  // the one whose batch had the lock last
    Muxes muxes;
    TransferLog* log = nullptr;
 

@@ -16,12 +16,24 @@ namespace SmbusService {
 namespace {
 
 constexpr size_t kResponseOverhead = 8;  // tags and lengths around the bytes of one answer
+constexpr std::chrono::microseconds kByteTime( 90 );  // on a bus of 100 kHz
+constexpr int kSpareShare = 16;  // a batch that waits, or has resets, leaves this part of its time
+
+std::chrono::milliseconds pauseOf( const Transfer& transfer ) {
+   return transfer.writes() ? transfer.address.writeDelay : transfer.address.readDelay;
+}
 
 void pauseAfter( const Transfer& transfer ) {
-   auto delay = transfer.writes() ? transfer.address.writeDelay : transfer.address.readDelay;
-   if ( delay.count() ) {
-      std::this_thread::sleep_for( delay );
+   auto pause = pauseOf( transfer );
+   if ( pause.count() ) {
+      std::this_thread::sleep_for( pause );
    }
+}
+
+std::chrono::microseconds longestOf( const Step& step ) {
+   const Transfer& transfer = step.transfer;
+   auto bytes = static_cast< int >( transfer.data.size() + transfer.answerLimit() );
+   return step.adapter->patience( transfer ) + pauseOf( transfer ) + bytes * kByteTime;
 }
 
 }  // namespace
@@ -33,18 +45,29 @@ void Batch::execute( const Smbus::TransactionRequest& batch, Smbus::TransactionR
       return;
    }
    auto used = adapters();
-   std::vector< std::unique_lock< std::timed_mutex > > locks;
-   for ( Adapter* adapter : used ) {
-      locks.emplace_back( adapter->mutex, start_ + limit_ );
-      if ( !locks.back() ) {
-         refuse( ETIMEDOUT, fmt::format( "others use the adapter for longer than {}", limit_ ),
-                 reply );
-         return;
-      }
-   }
-   if ( admit( used, reply ) ) {
+   Locks locks;
+   if ( lock( used, locks, reply ) && admit( used, reply ) ) {
       run( std::min( batch.retry_count(), kMaxRetries ), reply );
    }
+}
+
+bool Batch::lock( const std::set< Adapter* >& used,
+                  Locks& locks,
+                  Smbus::TransactionResponse& reply ) {
+   auto patience = limit_ - limit_ / kSpareShare;
+   for ( Adapter* adapter : used ) {
+      locks.emplace_back( adapter->mutex, start_ + patience );
+      if ( !locks.back() ) {
+         auto first = std::ranges::find( steps_, adapter, &Step::adapter );
+         fail( static_cast< size_t >( first - steps_.begin() ), ETIMEDOUT,
+               fmt::format( "not run: waited {} for the adapter, which client {} uses", patience,
+                            adapter->client.load() ),
+               reply );
+         return false;
+      }
+      adapter->client = peer_.number;
+   }
+   return true;
 }
 
 void Batch::refuseLong( size_t count, Smbus::TransactionResponse& reply ) {
@@ -92,8 +115,9 @@ std::set< Adapter* > Batch::adapters() const {
 // Looks at what the batch finds and may do, once nobody else can change it.
 bool Batch::admit( const std::set< Adapter* >& used, Smbus::TransactionResponse& reply ) {
    auto writes = []( const Step& step ) { return step.transfer.writes(); };
-   if ( isCancelled_ || ( std::ranges::any_of( steps_, writes ) && peer_.hasLeft() ) ) {
-      refuse( ECANCELED, isCancelled_ ? "the service ends" : "the client has left", reply );
+   bool isEnding = end_.load() != Clock::time_point::max();
+   if ( isEnding || ( std::ranges::any_of( steps_, writes ) && peer_.hasLeft() ) ) {
+      refuse( ECANCELED, isEnding ? "the service ends" : "the client has left", reply );
       return false;
    }
    if ( !judge( Found::kOnceSettled, reply ) ) {
@@ -121,32 +145,51 @@ bool Batch::judge( Found found, Smbus::TransactionResponse& reply ) const {
 }
 
 void Batch::run( uint32_t retries, Smbus::TransactionResponse& reply ) {
+   size_t firstReset = firstTrailingReset( steps_ );
+   auto due = start_ + limit_;
+   if ( firstReset < steps_.size() ) {
+      due -= std::max< Clock::duration >( longestOf( steps_[ firstReset ] ), limit_ / kSpareShare );
+   }
    size_t next = 0;
    while ( next < steps_.size() ) {
-      if ( next && lastsFor( limit_ ) ) {
-         fail( next, ETIMEDOUT, fmt::format( "the batch takes longer than {}", limit_ ), reply );
+      const Step& step = steps_[ next ];
+      if ( next < firstReset ? !fits( step, due ) : Clock::now() >= start_ + limit_ ) {
+         fail( next, ETIMEDOUT, fmt::format( "not run: the batch takes longer than {}", limit_ ),
+               reply );
          break;
       }
-      const Step& step = steps_[ next++ ];
       Smbus::Response* response = reply.add_response();
       std::string& answer = step.transfer.reads() ? *response->mutable_data() : scratch_;
-      if ( int error = attempt( step, retries, answer ) ) {
+      int error = attempt( step, retries, answer, due );
+      ++next;
+      if ( error ) {
          fail( next - 1, error, step.adapter->explain( error ), reply );
          break;
       }
    }
-   // What is left after a failure.
-   for ( next = std::max( next, firstTrailingReset( steps_ ) ); next < steps_.size(); ++next ) {
+   reset( std::max( next, firstReset ), retries );
+}
+
+// What is left of the trailing resets after a failure. Once one has run into its time limit, the
+// others do not keep the client from its answer.
+void Batch::reset( size_t next, uint32_t retries ) {
+   bool isSlow = false;
+   for ( ; next < steps_.size(); ++next ) {
       const Step& step = steps_[ next ];
-      if ( lastsFor( 2 * limit_ ) ) {
+      auto due = std::min( start_ + limit_, end_.load() );
+      if ( Clock::now() >= std::min( start_ + 2 * limit_, end_.load() ) ||
+           ( isSlow && !fits( step, due ) ) ) {
          step.adapter->muxes.distrust( step.transfer );
       } else {
-         attempt( step, retries, scratch_ );
+         isSlow |= attempt( step, retries, scratch_, due ) == ETIMEDOUT;
       }
    }
 }
 
-int Batch::attempt( const Step& step, uint32_t retries, std::string& answer ) {
+int Batch::attempt( const Step& step,
+                    uint32_t retries,
+                    std::string& answer,
+                    Clock::time_point due ) {
    while ( true ) {
       int error = step.adapter->execute( step.transfer, answer, peer_ );
       pauseAfter( step.transfer );
@@ -154,14 +197,15 @@ int Batch::attempt( const Step& step, uint32_t retries, std::string& answer ) {
            !step.transfer.reads() ) {
          return 0;
       }
-      if ( !error || !isPassing( error ) || retries-- == 0 || lastsFor( limit_ ) ) {
+      if ( !error || !isPassing( error ) || retries-- == 0 || !fits( step, due ) ) {
          return error;
       }
    }
 }
 
-bool Batch::lastsFor( std::chrono::milliseconds time ) const {
-   return Clock::now() - start_ >= time;
+// Whether the step ends in time, even if a chip holds it up.
+bool Batch::fits( const Step& step, Clock::time_point due ) const {
+   return Clock::now() + longestOf( step ) <= std::min( due, end_.load() );
 }
 
 void Batch::refuse( int error, std::string_view why, Smbus::TransactionResponse& reply ) const {

@@ -4,7 +4,6 @@
 #include <google/protobuf/wire_format_lite.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -25,8 +24,8 @@ constexpr uint32_t kIdTag = Smbus::TransactionRequest::kIdFieldNumber << 3 | 5;
 constexpr size_t kKeptSize = 65536;              // buffers that have grown beyond are given back
 constexpr size_t kKeptTraffic = 1 << 20;         // bytes after which messages are given back
 constexpr std::chrono::seconds kTimeLimit( 5 );  // for the rest of a frame, and for a reply
-
-constexpr std::chrono::seconds kLastTimeLimit( 1 );  // for the reply when the service ends
+constexpr std::chrono::seconds kLastTimeLimit( 1 );  // for a reply when the service ends
+constexpr int kGlanceMs = 100;  // until a client that does not read sees that the service ends
 
 // What is known of a batch before there are messages for it. A frame has room for half a million
 // empty requests, which would take gigabytes.
@@ -68,10 +67,7 @@ bool waitUntilReadable( int descriptor, std::chrono::steady_clock::time_point du
 }  // namespace
 
 Connection::Connection( Peer peer, Backend& backend, const Access* access )
-    : descriptor_( peer.socket ), batch_( backend, std::move( peer ), access ) {
-   timeval limit{ .tv_sec = kTimeLimit.count(), .tv_usec = 0 };
-   setsockopt( descriptor_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit );
-}
+    : descriptor_( peer.socket ), batch_( backend, std::move( peer ), access ) {}
 
 void Connection::serve() {
    while ( !finishing_ && receiveFrame() ) {
@@ -80,6 +76,9 @@ void Connection::serve() {
       }
       begin_ += Frame::kHeaderSize + payload_;
       giveBack();
+      if ( begin_ == end_ ) {
+         idleSince_ = Clock::now();
+      }
    }
 }
 
@@ -121,8 +120,17 @@ void Connection::giveBack() {
 
 void Connection::finish() {
    finishing_ = true;
-   batch_.cancelWaiting();
+   batch_.finish();
+   leave();
+}
+
+void Connection::leave() {
    shutdown( descriptor_, SHUT_RD );
+}
+
+std::optional< Connection::Clock::time_point > Connection::idleSince() const {
+   auto since = idleSince_.load();
+   return since == Clock::time_point::max() ? std::nullopt : std::optional( since );
 }
 
 bool Connection::receiveFrame() {
@@ -158,7 +166,10 @@ bool Connection::receiveMore( size_t wanted, Clock::time_point& due ) {
    makeRoom( wanted );
    ssize_t count = recv( descriptor_, input_.data() + end_, input_.size() - end_,
                          isWithinFrame ? MSG_DONTWAIT : 0 );
-   end_ += static_cast< size_t >( std::max< ssize_t >( count, 0 ) );
+   if ( count > 0 ) {
+      idleSince_ = Clock::time_point::max();
+      end_ += static_cast< size_t >( count );
+   }
    return count > 0 || ( count < 0 && isTransient( errno ) );
 }
 
@@ -173,17 +184,26 @@ bool Connection::sendReply() {
    if ( !Frame::encode( reply_, output_ ) ) {
       return false;
    }
-   auto due = Clock::now() + ( finishing_ ? kLastTimeLimit : kTimeLimit );
+   auto due = Clock::time_point::max();
    size_t sent = 0;
-   while ( sent < output_.size() && Clock::now() <= due ) {
-      ssize_t count =
-         send( descriptor_, output_.data() + sent, output_.size() - sent, MSG_NOSIGNAL );
-      if ( count < 0 && errno != EINTR ) {
+   while ( true ) {
+      ssize_t count = send( descriptor_, output_.data() + sent, output_.size() - sent,
+                            MSG_NOSIGNAL | MSG_DONTWAIT );
+      if ( count < 0 && !isTransient( errno ) ) {
          return false;
       }
       sent += static_cast< size_t >( std::max< ssize_t >( count, 0 ) );
+      if ( sent == output_.size() ) {
+         return true;
+      }
+      auto now = Clock::now();
+      due = std::min( due, now + ( finishing_ ? kLastTimeLimit : kTimeLimit ) );
+      if ( now >= due ) {
+         return false;
+      }
+      pollfd entry{ descriptor_, POLLOUT, 0 };
+      poll( &entry, 1, kGlanceMs );
    }
-   return sent == output_.size();
 }
 
 }  // namespace SmbusService

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,12 +19,18 @@ class Connection {
 
    const Peer& peer() const { return batch_.peer(); }
 
-   // Returns when the client leaves, breaks the protocol, dawdles within a frame, or finish() is
-   // called.
+   // Returns when the client leaves, breaks the protocol, dawdles within a frame, or one of the
+   // next two is called.
    void serve();
 
-   // The batch in hand is still executed and answered. Thread safe.
+   // The service ends: the batch in hand is still executed and answered. Thread safe.
    void finish();
+
+   // What has come is still executed and answered; the client can send no more. Thread safe.
+   void leave();
+
+   // Since when the client has nothing in hand, if it is so. Thread safe.
+   std::optional< std::chrono::steady_clock::time_point > idleSince() const;
 
  private:
    using Clock = std::chrono::steady_clock;
@@ -37,6 +44,7 @@ class Connection {
 
    int descriptor_;
    std::atomic< bool > finishing_{ false };
+   std::atomic< Clock::time_point > idleSince_ = Clock::now();  // max() while it is not
    Batch batch_;
    Smbus::TransactionRequest request_;
    Smbus::TransactionResponse reply_;

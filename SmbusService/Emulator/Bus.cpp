@@ -9,12 +9,12 @@ namespace {
 
 constexpr std::chrono::milliseconds kTimeLimit( 25 );  // SMBus's own, where none is asked for
 
-void waitForTimeLimit( const Transfer& transfer ) {
-   auto limit = transfer.address.busTimeout;
-   std::this_thread::sleep_for( limit.count() ? limit : kTimeLimit );
-}
-
 }  // namespace
+
+std::chrono::milliseconds Bus::patience( const Transfer& transfer ) const {
+   auto limit = transfer.address.busTimeout;
+   return limit.count() ? limit : kTimeLimit;
+}
 
 int Bus::transfer( const Transfer& transfer, std::string& answer ) {
    auto start = std::chrono::steady_clock::now();
@@ -78,7 +78,7 @@ int Bus::strikeFaults( const Transfer& transfer ) {
       return fault == FaultKind::kNak || fault == FaultKind::kStuckMux;
    } );
    if ( timesOut ) {
-      waitForTimeLimit( transfer );
+      std::this_thread::sleep_for( patience( transfer ) );
    }
    return timesOut ? ETIMEDOUT : 0;
 }

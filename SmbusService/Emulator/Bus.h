@@ -49,6 +49,7 @@ class Bus : public Adapter {
    void bitRateIs( unsigned bitsPerSecond ) { clock_ = WireClock( bitsPerSecond ); }
 
    int transfer( const Transfer&, std::string& answer ) override;
+   std::chrono::milliseconds patience( const Transfer& ) const override;
 
  private:
    int perform( const Transfer&, std::string& answer );

@@ -111,6 +111,14 @@ int KernelAdapter::transfer( const Transfer& transfer, std::string& answer ) {
    return judge( error );
 }
 
+milliseconds KernelAdapter::patience( const Transfer& transfer ) const {
+   if ( bus_.isLeftAlone( Clock::now() ) ) {
+      return milliseconds( 0 );
+   }
+   milliseconds asked = transfer.address.busTimeout;
+   return asked.count() ? asked : spec_.timeout.value_or( kUsualTimeout );
+}
+
 int KernelAdapter::checkAddress( uint8_t device ) {
    auto now = Clock::now();
    if ( spec_.isShared || now < freeUntil_[ device ] ) {

@@ -34,6 +34,7 @@ class KernelAdapter : public Adapter {
    const BoardFiles::AdapterSpec& spec() const { return spec_; }
 
    int transfer( const Transfer&, std::string& answer ) override;
+   std::chrono::milliseconds patience( const Transfer& ) const override;
    std::string problem() const override { return problem_; }
 
  private:

@@ -196,8 +196,8 @@ TEST_F( BatchTest, LongBatchFailsAndStillClosesTheMuxes ) {
    Batch( backend, {}, nullptr, milliseconds( 80 ) )
       .execute( batchOf( "48<00:2 48<01:2 48<00:2 70>00" ), reply );
    EXPECT_EQ( reply.error(),
-              "request 2 of 4: read 2 bytes, register 0x01, device 0x48, bus 0: the batch takes "
-              "longer than 80ms" );
+              "request 2 of 4: read 2 bytes, register 0x01, device 0x48, bus 0: not run: the batch "
+              "takes longer than 80ms" );
    EXPECT_EQ( reply.failure(), ETIMEDOUT );
    EXPECT_THAT( adapter.log, ElementsAre( "48<00", "70>00" ) );
 }
@@ -206,13 +206,28 @@ TEST_F( BatchTest, AdapterThatOthersUseIsNotWaitedForWithoutEnd ) {
    std::lock_guard lock( adapter.mutex );
    Batch inTime( backend, {}, nullptr, milliseconds( 50 ) );
    std::jthread( [ & ] { inTime.execute( batchOf( "48<00:2" ), reply ); } ).join();
-   EXPECT_EQ( reply.error(), "others use the adapter for longer than 50ms" );
+   EXPECT_EQ( reply.details().reason(),
+              "not run: waited 47ms for the adapter, which client 0 uses" );
    EXPECT_THAT( adapter.log, ElementsAre() );
+}
+
+TEST_F( BatchTest, TimeOutsLeaveTimeForAResetAndTheAnswer ) {
+   constexpr uint32_t kBusTimeout = 3u << 22;  // 50 ms
+   adapter.onTransfer = []( auto& ) { return usleep( 50'000 ), ETIMEDOUT; };
+   auto batch = batchOf( "48<00:2 71>00 70>00" );
+   batch.set_retry_count( kMaxRetries );
+   for ( Smbus::Request& request : *batch.mutable_request() ) {
+      request.set_address( request.address() | kBusTimeout );
+   }
+   Batch( backend, {}, nullptr, milliseconds( 290 ) ).execute( batch, reply );
+   EXPECT_EQ( reply.details().reason(), "timed out" );
+   EXPECT_LE( adapter.log.size(), 4 + 1u ) << "50 ms each";
+   EXPECT_EQ( adapter.log.back(), "71>00" ) << "the other one would take too long";
 }
 
 TEST_F( BatchTest, EndOfTheServiceRefusesWhatStillWaits ) {
    Batch waiting( backend );
-   waiting.cancelWaiting();
+   waiting.finish();
    waiting.execute( batchOf( "48<00:2" ), reply );
    EXPECT_EQ( reply.failure(), ECANCELED );
    EXPECT_THAT( adapter.log, ElementsAre() );
