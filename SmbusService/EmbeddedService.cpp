@@ -38,6 +38,7 @@ std::string makeDirectory() {
 
 void removeDirectory( const std::string& socketPath ) {
    unlink( socketPath.c_str() );
+   unlink( Listener::lockFileFor( socketPath ).c_str() );
    rmdir( std::filesystem::path( socketPath ).parent_path().c_str() );
 }
 

@@ -1,12 +1,16 @@
 #include "SmbusService/Listener.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <stdexcept>
+#include <system_error>
 
 namespace SmbusService {
 
@@ -37,10 +41,35 @@ bool isAnswered( const stream_protocol::endpoint& endpoint ) {
    return result == 0 || ( errno != ECONNREFUSED && errno != ENOENT );
 }
 
+std::string idIn( int file ) {
+   char text[ 16 ] = {};
+   ssize_t size = pread( file, text, sizeof text - 1, 0 );
+   return size > 0 ? fmt::format( " (process {})", atoi( text ) ) : "";
+}
+
 // 0 when there is no file.
 ino_t fileNumber( const std::string& path ) {
    struct stat status {};
    return lstat( path.c_str(), &status ) == 0 ? status.st_ino : 0;
+}
+
+// -1 when the file was removed, by a server that ended, before it was locked.
+int openLocked( const std::string& path, const std::string& file ) {
+   int descriptor = open( file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kOwnersMode );
+   if ( descriptor < 0 ) {
+      refuse( path, fmt::format( "{}: {}", file, std::generic_category().message( errno ) ) );
+   }
+   if ( flock( descriptor, LOCK_EX | LOCK_NB ) < 0 ) {
+      std::string id = idIn( descriptor );
+      close( descriptor );
+      refuse( path, "another server is there" + id );
+   }
+   struct stat status {};
+   if ( fstat( descriptor, &status ) == 0 && status.st_ino == fileNumber( file ) ) {
+      return descriptor;
+   }
+   close( descriptor );
+   return -1;
 }
 
 void makeWay( const std::string& path, const stream_protocol::endpoint& endpoint ) {
@@ -67,11 +96,25 @@ void admit( const std::string& path, const Audience& audience ) {
 
 }  // namespace
 
-Listener::Listener( asio::io_context& context, std::string path, const Audience& audience )
-    : path_( std::move( path ) ), acceptor_( context ), timer_( context ) {
-   if ( path_.empty() ) {
+Listener::Lock::Lock( const std::string& path ) : file_( lockFileFor( path ) ) {
+   if ( path.empty() ) {
       refuse( "''", "the path is empty" );
    }
+   while ( descriptor_ < 0 ) {
+      descriptor_ = openLocked( path, file_ );
+   }
+   std::string id = fmt::format( "{}\n", getpid() );
+   [[maybe_unused]] bool isTold =
+      ftruncate( descriptor_, 0 ) == 0 && pwrite( descriptor_, id.data(), id.size(), 0 ) > 0;
+}
+
+Listener::Lock::~Lock() {
+   unlink( file_.c_str() );
+   ::close( descriptor_ );
+}
+
+Listener::Listener( asio::io_context& context, std::string path, const Audience& audience )
+    : path_( std::move( path ) ), lock_( path_ ), acceptor_( context ), timer_( context ) {
    try {
       stream_protocol::endpoint endpoint( path_ );
       makeWay( path_, endpoint );

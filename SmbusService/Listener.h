@@ -21,7 +21,8 @@ struct Audience {
 // the object.
 //
 // A socket file that somebody answers on is never taken over, nor is a file of another kind; a
-// stale socket file is replaced.
+// stale socket file is replaced. Of several servers only one can be at a path: it holds a lock on
+// the file lockFileFor() as long as the object lives.
 class Listener {
  public:
    // Throws std::runtime_error with a text for people.
@@ -35,12 +36,30 @@ class Listener {
    // Stops listening and removes the file. On the thread that runs the context, or when none does.
    void close();
 
- private:
+   // So that no more clients come. Thread safe.
    void removeFile() const;
+
+   static std::string lockFileFor( const std::string& path ) { return path + ".lock"; }
+
+ private:
+   // A locked file with the process's id, which goes with the object.
+   class Lock {
+    public:
+      explicit Lock( const std::string& path );
+      ~Lock();
+      Lock( const Lock& ) = delete;
+      Lock& operator=( const Lock& ) = delete;
+
+    private:
+      const std::string file_;
+      int descriptor_ = -1;
+   };
+
    void waitForClient();
    void acceptClient();
 
-   std::string path_;
+   const std::string path_;
+   const Lock lock_;
    ino_t file_ = 0;  // the socket file's own number
    asio::local::stream_protocol::acceptor acceptor_;
    asio::steady_timer timer_;

@@ -189,22 +189,27 @@ TEST( ListenerTest, ReplacesStaleSocketsOnly ) {
    TemporaryDirectory directory;
    std::string path = directory.path() / "socket";
    asio::io_context context;
-   Listener first( context, path );
-   EXPECT_EQ( listenAt( path ), "cannot listen at " + path + ": another server answers there" );
+   std::optional< Listener > first( std::in_place, context, path );
+   const std::string taken = "cannot listen at " + path + ": another server is there (process " +
+                             std::to_string( getpid() ) + ")";
+   EXPECT_EQ( listenAt( path ), taken );
    EXPECT_TRUE( std::filesystem::remove( path ) );
-   Listener second( context, path );
+   int stranger = socketAt( path, bind );
+   EXPECT_EQ( listenAt( path ), taken ) << "the stale file is for it alone to replace";
+   first.reset();
+   EXPECT_TRUE( std::filesystem::exists( path ) ) << "the stranger's";
+   EXPECT_EQ( listen( stranger, 1 ), 0 );
+   EXPECT_EQ( listenAt( path ), "cannot listen at " + path + ": another server answers there" );
+   close( stranger );
+   first.emplace( context, path );
    Listener grouped( context, directory.path() / "grouped", { .group = getegid() + !geteuid() } );
    struct stat status {};
    EXPECT_EQ( stat( ( directory.path() / "grouped" ).c_str(), &status ), 0 );
    EXPECT_EQ( status.st_gid, getegid() + !geteuid() );
    EXPECT_EQ( status.st_mode & 0777, 0660 );
-   first.close();
-   EXPECT_TRUE( std::filesystem::exists( path ) ) << "the successor's";
-   second.close();
+   first.reset();
    EXPECT_FALSE( std::filesystem::exists( path ) );
-
-   close( socketAt( path, bind ) );
-   EXPECT_EQ( listenAt( path ), "" );
+   EXPECT_FALSE( std::filesystem::exists( Listener::lockFileFor( path ) ) );
    EXPECT_FALSE( std::filesystem::exists( path ) );
    std::ofstream( path ) << "precious";
    EXPECT_EQ( listenAt( path ), "cannot listen at " + path + ": the file exists and is no socket" );
