@@ -154,14 +154,9 @@ int PLSocket::sendRequestWait( const Smbus::TransactionRequest* request,
 
 int PLSocket::exchange( const Smbus::TransactionRequest& request,
                         Smbus::TransactionResponse** reply ) {
-   if ( fd_ < 0 ) {
-      if ( !reconnect_ ) {
-         return fail( ENOTCONN );
-      }
-      if ( connectToService() < 0 ) {
-         return -1;
-      }
-      ++reconnects_;
+   bool isNew = fd_ < 0;
+   if ( isNew && reconnect() < 0 ) {
+      return -1;
    }
    Smbus::TransactionRequest addition;
    addition.set_id( ++id_ );
@@ -170,7 +165,7 @@ int PLSocket::exchange( const Smbus::TransactionRequest& request,
    }
    pending_.push_back( monotonicNow() + int64_t{ timeoutMs_ } * 1'000'000 );
    auto answer = std::make_unique< Smbus::TransactionResponse >();
-   if ( sendFrame() < 0 || receiveFrame() < 0 || takeAnswer( request, *answer ) < 0 ) {
+   if ( deliver( isNew ) < 0 || receiveFrame() < 0 || takeAnswer( request, *answer ) < 0 ) {
       int error = errno;
       cleanup();
       return fail( error );
@@ -179,6 +174,31 @@ int PLSocket::exchange( const Smbus::TransactionRequest& request,
    ++exchanges_;
    *reply = answer.release();
    return 0;
+}
+
+int PLSocket::reconnect() {
+   if ( !reconnect_ ) {
+      return fail( ENOTCONN );
+   }
+   if ( connectToService() < 0 ) {
+      return -1;
+   }
+   ++reconnects_;
+   return 0;
+}
+
+// A service that has closed the connection before has not taken the request, or not whole.
+int PLSocket::deliver( bool isNewConnection ) {
+   int result = sendFrame();
+   if ( result == 0 || errno != EPIPE || isNewConnection ) {
+      return result;
+   }
+   int64_t due = pending_.back();
+   if ( reconnect() < 0 ) {
+      return fail( EPIPE );
+   }
+   pending_.push_back( due );
+   return sendFrame();
 }
 
 int PLSocket::takeAnswer( const Smbus::TransactionRequest& request,

@@ -87,14 +87,14 @@ void perform( EmulatedBoard& board, const Json::Value& request, Json::Document& 
    }
 }
 
-std::string refuse( std::string_view why ) {
+}  // namespace
+
+std::string refuseControl( std::string_view why ) {
    Json::Document answer( rapidjson::kObjectType );
    answer.AddMember( "ok", false, answer.GetAllocator() );
    answer.AddMember( "error", text( Utils::printable( why ), answer ), answer.GetAllocator() );
    return Json::write( answer );
 }
-
-}  // namespace
 
 std::string answerControl( const Controlled& controlled, std::string_view line ) {
    std::vector< BoardFiles::Finding > findings;
@@ -102,14 +102,14 @@ std::string answerControl( const Controlled& controlled, std::string_view line )
    if ( !request.sound ) {
       std::vector< std::string > texts;
       std::ranges::transform( findings, std::back_inserter( texts ), &BoardFiles::Finding::text );
-      return refuse( fmt::format( "{}", fmt::join( texts, "; " ) ) );
+      return refuseControl( fmt::format( "{}", fmt::join( texts, "; " ) ) );
    }
    if ( std::string_view( request.json[ "op" ].GetString() ) == "log" ) {
       bool isFirst = !request.json.HasMember( "after" );
       return recordsAfter( isFirst ? 0 : request.json[ "after" ].GetUint64(), controlled.log );
    }
    if ( !controlled.board ) {
-      return refuse( "the board is not emulated" );
+      return refuseControl( "the board is not emulated" );
    }
    try {
       Json::Document answer( rapidjson::kObjectType );
@@ -117,7 +117,7 @@ std::string answerControl( const Controlled& controlled, std::string_view line )
       perform( *controlled.board, request.json, answer );
       return Json::write( answer );
    } catch ( const std::invalid_argument& error ) {
-      return refuse( error.what() );
+      return refuseControl( error.what() );
    }
 }
 

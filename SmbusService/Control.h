@@ -33,4 +33,7 @@ struct Controlled {
 // and "value", "chips" or "records" where asked for; or "ok": false and "error".
 std::string answerControl( const Controlled&, std::string_view line );
 
+// The answer to a request that is refused.
+std::string refuseControl( std::string_view why );
+
 }  // namespace SmbusService

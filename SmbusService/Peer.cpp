@@ -17,6 +17,15 @@ constexpr size_t kUsualGroups = 32;
    throw std::system_error( errno, std::generic_category(), "the client's credentials" );
 }
 
+ucred credentialsAt( int socket ) {
+   ucred credentials{};
+   socklen_t size = sizeof credentials;
+   if ( getsockopt( socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size ) < 0 ) {
+      fail();
+   }
+   return credentials;
+}
+
 std::vector< gid_t > groupsAt( int socket ) {
    std::vector< gid_t > groups( kUsualGroups );
    while ( true ) {
@@ -36,15 +45,15 @@ std::vector< gid_t > groupsAt( int socket ) {
 
 Peer Peer::at( int socket ) {
    static std::atomic< uint64_t > count = 0;
-   ucred credentials{};
-   socklen_t size = sizeof credentials;
-   if ( getsockopt( socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size ) < 0 ) {
-      fail();
-   }
+   ucred credentials = credentialsAt( socket );
    Peer peer{
       .number = ++count, .uid = credentials.uid, .groups = groupsAt( socket ), .socket = socket };
    peer.groups.push_back( credentials.gid );
    return peer;
+}
+
+uid_t Peer::userAt( int socket ) {
+   return credentialsAt( socket ).uid;
 }
 
 bool Peer::hasLeft() const {

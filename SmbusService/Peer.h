@@ -16,6 +16,7 @@ struct Peer {
 
    // What the kernel knows of the other end. Throws std::system_error when it does not tell.
    static Peer at( int socket );
+   static uid_t userAt( int socket );
 
    // Nobody reads an answer any more.
    bool hasLeft() const;

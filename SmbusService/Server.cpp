@@ -4,7 +4,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <system_error>
@@ -25,6 +24,7 @@ Server::Server( asio::io_context& context, Backend& backend, const Door& door, L
       backend_( backend ),
       log_( log ),
       access_( door.access ),
+      places_( door.places ),
       listener_( context, door.path, { .group = door.group } ) {
    // Registered with the context, a client would wake the accepting thread with every message.
    listener_.accept( [ this ]( int descriptor ) { start( descriptor ); } );
@@ -57,7 +57,7 @@ void Server::start( int descriptor ) {
 
 void Server::start( const Peer& peer ) {
    std::unique_lock lock( mutex_ );
-   std::string reason = whyFull( peer.uid );
+   std::string reason = makeRoomFor( peer.uid );
    if ( !reason.empty() ) {
       lock.unlock();
       turnAway( peer.socket, reason );
@@ -72,20 +72,25 @@ void Server::start( const Peer& peer ) {
    }
 }
 
-// Empty while there is room for a client of the user.
-std::string Server::whyFull( uid_t user ) const {
-   size_t room = kMaxConnections - ( user == 0 ? 0 : kRootsConnections );
-   if ( clients_.size() >= room ) {
-      return fmt::format( "there are {} clients already", room );
+// Why there is none; empty where there is.
+std::string Server::makeRoomFor( uid_t user ) {
+   std::vector< Occupant > occupants;
+   std::vector< Client* > staying;
+   for ( Client& client : clients_ ) {
+      if ( !client.isLeaving ) {
+         occupants.push_back( { client.connection.peer().uid, client.connection.idleSince() } );
+         staying.push_back( &client );
+      }
    }
-   auto isOfUser = [ user ]( const Client& client ) {
-      return client.connection.peer().uid == user;
-   };
-   bool isFull = user != 0 && std::ranges::count_if( clients_, isOfUser ) >=
-                                 static_cast< ptrdiff_t >( kMaxConnectionsOfUser );
-   return isFull
-             ? fmt::format( "there are {} clients of uid {} already", kMaxConnectionsOfUser, user )
-             : "";
+   Place place = placeFor( user, occupants, places_ );
+   if ( place.leaves ) {
+      Client& client = *staying[ *place.leaves ];
+      client.isLeaving = true;
+      client.connection.leave();
+      log_.write( fmt::format( "an idle client of uid {} gives its place to another",
+                               client.connection.peer().uid ) );
+   }
+   return place.whyNot;
 }
 
 void Server::serve( Clients::iterator client ) {

@@ -12,12 +12,11 @@
 #include "SmbusService/Connection.h"
 #include "SmbusService/Listener.h"
 #include "SmbusService/Log.h"
+#include "SmbusService/Places.h"
 
 namespace SmbusService {
 
-constexpr size_t kMaxConnections = 64;
-constexpr size_t kRootsConnections = 4;       // of these, which nobody else takes
-constexpr size_t kMaxConnectionsOfUser = 16;  // other than root
+constexpr PlaceLimits kClients{ .all = 64, .roots = 4, .ofUser = 16 };
 
 // Serves a backend at a Unix socket. New clients are accepted by whoever runs the context; each
 // client is served on a thread of its own, so that none waits for another except at an adapter.
@@ -28,6 +27,7 @@ class Server {
       std::string path;
       std::optional< gid_t > group = {};  // of the socket; the process's own where there is none
       const Access* access = nullptr;     // without it every client may do everything
+      PlaceLimits places = kClients;
    };
 
    // Listens; throws std::runtime_error with a text for people.
@@ -45,13 +45,14 @@ class Server {
 
       int descriptor;
       Connection connection;
+      bool isLeaving = false;  // it has given its place to another
    };
    using Clients = std::list< Client >;
    using Socket = asio::local::stream_protocol::socket;
 
    void start( int descriptor );
    void start( const Peer& );
-   std::string whyFull( uid_t user ) const;
+   std::string makeRoomFor( uid_t user );
    void serve( Clients::iterator );
    void turnAway( int descriptor, const std::string& why );
 
@@ -59,6 +60,7 @@ class Server {
    Backend& backend_;
    Log& log_;
    const Access* access_;
+   const PlaceLimits places_;
    Listener listener_;
    std::deque< std::shared_ptr< Socket > > turnedAway_;
    std::mutex mutex_;

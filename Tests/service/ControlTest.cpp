@@ -79,5 +79,24 @@ TEST( ControlTest, SocketTakesALineAtATimeWhileBatchesRun ) {
    done = true;
    reader.join();
    client.send( std::string( 70000, 'x' ) );
-   EXPECT_EQ( client.receive(), "closed" ) << "a line without end";
+   std::string refusal = "{\"ok\":false,\"error\":\"the line is longer than 65536 bytes\"}\n";
+   EXPECT_EQ( receiveBytes( client.descriptor(), refusal.size() + 1 ), refusal );
+}
+
+TEST( ControlTest, SilentClientsGiveTheirPlacesToOthers ) {
+   TemporaryDirectory directory;
+   std::string path = directory.path() / "control";
+   for ( auto leastIdle :
+         { std::chrono::milliseconds( 0 ), std::chrono::milliseconds( 3600'000 ) } ) {
+      PlaceLimits places{ .all = 2, .roots = 0, .ofUser = 2, .leastIdle = leastIdle };
+      ControlSocket control( []( auto line ) { return std::string( line ); }, path, places );
+      RawClient first( path );
+      RawClient second( path );
+      RawClient third( path );
+      third.send( "hello\n" );
+      EXPECT_EQ( receiveBytes( third.descriptor(), 6 ),
+                 leastIdle.count() ? "{\"ok\":" : "hello\n" );
+      EXPECT_EQ( first.receive( leastIdle.count() ? 20 : 10000 ),
+                 leastIdle.count() ? "silence" : "closed" );
+   }
 }

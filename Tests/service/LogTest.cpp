@@ -50,10 +50,11 @@ TEST( ServiceProcessTest, ServesManyClientsAlsoWhereNobodyReadsItsMessages ) {
    std::string path = folder.path() + "/socket";
    Process service( "bash -c 'exec lumen-smbusd --emulate " + folder.path() + " --socket " + path +
                     " >/dev/full 2> >(true)'" );
-   size_t most = geteuid() ? kMaxConnectionsOfUser : kMaxConnections;
+   size_t most = geteuid() ? kClients.ofUser : kClients.all;
    std::list< RawClient > clients;
+   // Each is within its next frame: one that is idle might give its place up.
    auto connects = [ & ] {
-      bool isSent = clients.emplace_back( path ).send( kReading );
+      bool isSent = clients.emplace_back( path ).send( frameOf( kReading ) + '\0' );
       return isSent || ( clients.pop_back(), false );
    };
    EXPECT_TRUE( eventually( connects ) );

@@ -16,14 +16,18 @@
 using namespace Tests;
 using namespace SmbusService;
 using testing::HasSubstr;
+using namespace std::chrono_literals;
 
 namespace {
+
+// Nobody has to leave.
+constexpr PlaceLimits kPatient{ .all = 64, .roots = 4, .ofUser = 16, .leastIdle = 1h };
 
 class ServerTest : public testing::Test {
  protected:
    BoardFolder folder;
    std::unique_ptr< Emulator::EmulatedBoard > board = folder.load();
-   RunningServer server{ *board };
+   RunningServer server{ *board, kPatient };
    RawClient client{ server.path() };
 };
 
@@ -159,13 +163,85 @@ TEST_F( ServerTest, OneUserHasRoomForOthers ) {
       ASSERT_EQ( seteuid( 5000 ), 0 );
    }
    std::list< RawClient > clients;
-   for ( size_t i = isRoot ? 0 : 1; i < kMaxConnectionsOfUser; ++i ) {
+   for ( size_t i = isRoot ? 0 : 1; i < kPatient.ofUser; ++i ) {
       EXPECT_EQ( clients.emplace_back( server.path() ).ask( kReading ), kReadingReply );
    }
    EXPECT_THAT( clients.emplace_back( server.path() ).ask( kReading ),
                 HasSubstr( "the service turns the client away: there are 16 clients of uid" ) );
    EXPECT_TRUE( !isRoot || seteuid( 0 ) == 0 );
    EXPECT_EQ( client.ask( kReading ), kReadingReply );
+}
+
+TEST( PlacesTest, AreGivenUpByWhoeverIsIdleTheOwnUsersFirst ) {
+   constexpr PlaceLimits kLimits{ .all = 5, .roots = 2, .ofUser = 2 };
+   auto now = std::chrono::steady_clock::now();
+   auto idle = [ now ]( uid_t user, int seconds ) {
+      return Occupant{ user, now - std::chrono::seconds( seconds ) };
+   };
+   auto busy = []( uid_t user ) { return Occupant{ user, {} }; };
+   const struct {
+      uid_t user;
+      std::vector< Occupant > occupants;
+      int leaves;  // -1: nobody, as there is a place
+      const char* whyNot = "";
+   } rows[] = {
+      { 7, { idle( 7, 9 ), idle( 8, 9 ) }, -1 },
+      { 7, { idle( 7, 8 ), idle( 7, 9 ), idle( 8, 10 ) }, 1 },
+      { 7, { idle( 7, 0 ), busy( 7 ), idle( 8, 9 ) }, -1, "there are 2 clients of uid 7 already" },
+      { 7, { idle( 8, 8 ), idle( 8, 9 ), idle( 7, 2 ) }, 2 },
+      { 7, { idle( 8, 8 ), idle( 8, 9 ), busy( 7 ) }, 1 },
+      { 7, { idle( 0, 9 ), idle( 0, 9 ), busy( 8 ) }, -1, "there are 3 clients already" },
+      { 7, { idle( 0, 9 ), idle( 0, 10 ), idle( 0, 8 ) }, 1 },
+      { 0, { busy( 0 ), busy( 0 ), idle( 8, 9 ), busy( 8 ) }, -1 },
+      { 0, { busy( 0 ), busy( 0 ), busy( 0 ), idle( 8, 9 ), busy( 8 ) }, 3 },
+   };
+   for ( const auto& row : rows ) {
+      Place place = placeFor( row.user, row.occupants, kLimits );
+      EXPECT_EQ( place.leaves ? static_cast< int >( *place.leaves ) : -1, row.leaves );
+      EXPECT_EQ( place.whyNot, row.whyNot );
+   }
+}
+
+// Until one is idle, whose answer has come already, a newcomer is turned away.
+TEST_F( ServerTest, ClientThatGaveUpItsPlaceComesBackUnnoticed ) {
+   RunningServer narrow( *board, { .all = 1, .roots = 0, .ofUser = 1, .leastIdle = 0ms } );
+   setenv( "PL_SMBUS_SOCKET", narrow.path().c_str(), 1 );
+   PlatformLibrary::PLSocket socket;
+   ASSERT_EQ( socket.setup(), 0 );
+   std::string answer;
+   auto isServed = [ & ] { return answer.find( "turns the client away" ) == answer.npos; };
+   auto library = [ & ] {
+      Smbus::TransactionResponse* reply = nullptr;
+      EXPECT_EQ( socket.sendRequestWait( &kReading, &reply ), 0 ) << strerror( errno );
+      answer = reply ? summary( *std::unique_ptr< Smbus::TransactionResponse >( reply ) ) : "none";
+      return isServed();
+   };
+   std::optional< RawClient > other;
+   auto another = [ & ] {
+      return answer = other.emplace( narrow.path() ).ask( kReading ), isServed();
+   };
+   EXPECT_TRUE( eventually( library ) );
+   EXPECT_TRUE( eventually( another ) );
+   EXPECT_EQ( answer, kReadingReply );
+   EXPECT_TRUE( eventually( library ) );
+   EXPECT_THAT( answer, testing::EndsWith( " 2a80" ) );
+   EXPECT_EQ( other->receive(), "closed" );
+}
+
+TEST_F( ServerTest, EndsInTimeWhateverItsClientsRead ) {
+   Smbus::TransactionRequest large;
+   for ( int i = 0; i < 64; ++i ) {
+      *large.add_request() = readBytes( 0x48, 0, 8192 );
+   }
+   auto start = std::chrono::steady_clock::now();
+   {
+      RunningServer ending( *board );
+      RawClient silent( ending.path() );
+      silent.send( large );
+      pollfd entry{ silent.descriptor(), POLLIN, 0 };
+      EXPECT_EQ( poll( &entry, 1, 10000 ), 1 ) << "the answer begins";
+   }
+   EXPECT_LT( std::chrono::steady_clock::now() - start, 4s );
 }
 
 TEST( ServerStopTest, FinishesTheBatchInHand ) {

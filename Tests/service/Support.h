@@ -118,11 +118,11 @@ inline bool eventually( const std::function< bool() >& condition ) {
 class RunningServer {
  public:
    explicit RunningServer( SmbusService::Backend& backend,
-                           const SmbusService::Access* access = nullptr )
+                           const SmbusService::PlaceLimits& places = SmbusService::kClients )
        : server_( std::in_place,
                   context_,
                   backend,
-                  SmbusService::Server::Door{ .path = path(), .access = access },
+                  SmbusService::Server::Door{ .path = path(), .places = places },
                   log_ ) {}
    ~RunningServer() {
       asio::post( context_, [ this ] { server_.reset(); } );

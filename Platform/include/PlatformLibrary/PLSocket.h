@@ -18,7 +18,8 @@ namespace PlatformLibrary {
 // The socket's path is PL_SMBUS_SOCKET, else /run/lumen/smbus.sock; the time limit of one exchange
 // is PL_SMBUS_TIMEOUT_MS, else 5000 ms. Any error of an exchange closes the connection, so that a
 // late reply can never be taken for the answer to the next request; the next request connects
-// again, once. Requests carry an id, and an answer that carries another one is an error. A forked
+// again, once. So does one that finds the connection closed by the service, which has then not
+// taken it. Requests carry an id, and an answer that carries another one is an error. A forked
 // child gets a connection of its own with its first request.
 class PLSocket {
  public:
@@ -49,6 +50,8 @@ class PLSocket {
    int exchange( const Smbus::TransactionRequest&, Smbus::TransactionResponse** reply );
    int noted( int result ) const;
    std::string reasonFor( int error ) const;
+   int reconnect();
+   int deliver( bool isNewConnection );
    int takeAnswer( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
    int broken( const char* problem );
    int sendFrame();
