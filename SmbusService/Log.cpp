@@ -63,7 +63,7 @@ Log::Log( int descriptor ) : state_( std::make_shared< State >( descriptor ) ) {
    }
 }
 
-Log::~Log() {
+void Log::finish() {
    std::unique_lock lock( state_->mutex );
    state_->isEnding = true;
    state_->changed.notify_all();

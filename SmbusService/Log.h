@@ -14,12 +14,15 @@ int writeWhole( int descriptor, const std::string& text );
 class Log {
  public:
    explicit Log( int descriptor );
-   ~Log();  // waits for the last lines, but not for long
+   ~Log() { finish(); }
    Log( const Log& ) = delete;
    Log& operator=( const Log& ) = delete;
 
    // Thread safe.
    void write( const std::string& line );
+
+   // Nothing comes any more: waits for the last lines, but not for long. Thread safe.
+   void finish();
 
  private:
    struct State;

@@ -46,7 +46,7 @@ WireRecord recordOf( const ExecutedTransfer& executed ) {
 
 }  // namespace
 
-WireLog::~WireLog() {
+void WireLog::finish() {
    if ( thread_.joinable() ) {
       {
          std::lock_guard lock( mutex_ );
@@ -73,6 +73,11 @@ void WireLog::appendTo( const std::string& path, Log& messages ) {
    isTorn_ = status.st_size && pread( file_, &last, 1, status.st_size - 1 ) == 1 && last != '\n';
    messages_ = &messages;
    thread_ = std::thread( [ this ] { write(); } );
+}
+
+void WireLog::flush( std::chrono::milliseconds patience ) {
+   std::unique_lock lock( mutex_ );
+   written_.wait_for( lock, patience, [ this ] { return waiting_.empty() && !isWriting_; } );
 }
 
 void WireLog::add( const ExecutedTransfer& executed ) {
@@ -111,6 +116,7 @@ void WireLog::write() {
       taken.clear();
       taken.swap( waiting_ );
       size_t lost = std::exchange( lost_, 0 );
+      isWriting_ = true;
       lock.unlock();
       if ( lost ) {
          messages_->write( fmt::format( "the wire log has no room for {} transfers", lost ) );
@@ -126,6 +132,8 @@ void WireLog::write() {
                                         taken.size(), std::generic_category().message( error ) ) );
       }
       lock.lock();
+      isWriting_ = false;
+      written_.notify_all();
       changed_.wait_for( lock, kInterval, [ this ] { return isEnding_; } );
    }
 }

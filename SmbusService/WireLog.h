@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -19,7 +20,7 @@ constexpr uint64_t kKeptTransfers = 1000;
 class WireLog : public TransferLog {
  public:
    WireLog() = default;
-   ~WireLog() override;
+   ~WireLog() override { finish(); }
    WireLog( const WireLog& ) = delete;
    WireLog& operator=( const WireLog& ) = delete;
 
@@ -28,6 +29,12 @@ class WireLog : public TransferLog {
    void appendTo( const std::string& path, Log& messages );
 
    void add( const ExecutedTransfer& ) override;
+
+   // Waits until the file has what has come so far, but not for longer.
+   void flush( std::chrono::milliseconds patience );
+
+   // Nothing comes any more: the file is written to its end.
+   void finish();
 
    // The greatest number so far.
    uint64_t last() const;
@@ -49,8 +56,10 @@ class WireLog : public TransferLog {
    bool isTorn_ = false;  // its last line has no end; the thread's
    std::vector< BoardFiles::WireRecord > waiting_;
    size_t lost_ = 0;
+   bool isWriting_ = false;
    bool isEnding_ = false;
    std::condition_variable changed_;
+   std::condition_variable written_;
    Log* messages_ = nullptr;
    std::thread thread_;
 };

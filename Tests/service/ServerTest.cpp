@@ -9,7 +9,9 @@
 #include <semaphore>
 
 #include "PlatformLibrary/PLSocket.h"
+#include "SmbusService/LastResort.h"
 #include "SmbusService/Server.h"
+#include "SmbusService/WireLog.h"
 #include "Tests/service/Support.h"
 #include "pl_host.h"
 
@@ -242,6 +244,30 @@ TEST_F( ServerTest, EndsInTimeWhateverItsClientsRead ) {
       EXPECT_EQ( poll( &entry, 1, 10000 ), 1 ) << "the answer begins";
    }
    EXPECT_LT( std::chrono::steady_clock::now() - start, 4s );
+}
+
+TEST( LastResortTest, LeavesWhatHangsWithTheWireLogWritten ) {
+   TemporaryDirectory directory;
+   std::string file = directory.path() / "wire.log";
+   auto hang = [ & ] {
+      Log log( STDERR_FILENO );
+      WireLog wireLog;
+      wireLog.appendTo( file, log );
+      LastResort lastResort( wireLog, log, 20ms );
+      Transfer transfer = sendByte( {}, 0x70, 0 );
+      wireLog.add( { .transfer = transfer,
+                     .answer = "",
+                     .error = 0,
+                     .problem = "",
+                     .peer = {},
+                     .path = {},
+                     .time = {},
+                     .duration = {} } );
+      lastResort.arm();
+      pause();
+   };
+   EXPECT_EXIT( hang(), testing::ExitedWithCode( 1 ), "after 20ms: the service leaves it" );
+   EXPECT_THAT( textOf( file ), HasSubstr( "\n" ) );
 }
 
 TEST( ServerStopTest, FinishesTheBatchInHand ) {

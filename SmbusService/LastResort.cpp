@@ -1,0 +1,46 @@
+#include "SmbusService/LastResort.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "SmbusService/Log.h"
+#include "SmbusService/WireLog.h"
+
+namespace SmbusService {
+
+namespace {
+
+constexpr int kFailed = 1;
+constexpr std::chrono::milliseconds kWireLogPatience( 300 );
+
+}  // namespace
+
+LastResort::~LastResort() {
+   if ( thread_.joinable() ) {
+      {
+         std::lock_guard lock( mutex_ );
+         hasEnded_ = true;
+      }
+      changed_.notify_all();
+      thread_.join();
+   }
+}
+
+void LastResort::arm() {
+   thread_ = std::thread( [ this ] { wait(); } );
+}
+
+void LastResort::wait() {
+   std::unique_lock lock( mutex_ );
+   if ( changed_.wait_for( lock, limit_, [ this ] { return hasEnded_; } ) ) {
+      return;
+   }
+   log_.write( fmt::format(
+      "what was in hand has not come to its end after {}: the service leaves it", limit_ ) );
+   wireLog_.flush( kWireLogPatience );
+   log_.finish();
+   _exit( kFailed );
+}
+
+}  // namespace SmbusService
