@@ -3,41 +3,20 @@
 
 #include <cstdlib>
 
-#include "Tests/endtoend/Process.h"
+#include "Tests/endtoend/Service.h"
 #include "Tests/support/FakeService.h"
-#include "Tests/support/Wire.h"
 
 using testing::HasSubstr;
 
 namespace Tests {
 namespace {
 
-// A service, of this build or another, that serves a board at a socket of its own.
-struct Service {
-   explicit Service( const std::string& command )
-       : process( command + " --socket " + path + " --control " + control ) {
-      process.awaitOutput();
-   }
-
-   // What the emulated board answers to a line of its control socket.
-   std::string tell( const std::string& line ) const {
-      int client = socketAt( control, connect );
-      sendBytes( client, line + "\n" );
-      char answer[ 256 ] = {};
-      EXPECT_GT( recv( client, answer, sizeof answer - 1, 0 ), 0 );
-      close( client );
-      return answer;
-   }
-   std::string set( int did, const std::string& quantity, int value ) const {
-      return tell( fmt::format( R"({{"op":"set","did":{},"quantity":"{}","value":{}}})", did,
-                                quantity, value ) );
-   }
-
-   TemporaryDirectory directory;
-   std::string path = directory.path() / "smbus.sock";
-   std::string control = directory.path() / "control.sock";
-   Process process;
-};
+// Moves a quantity of an emulated chip.
+void set( const Service& service, int did, const std::string& quantity, int value ) {
+   std::string answer = service.tell( fmt::format(
+      R"({{"op":"set","did":{},"quantity":"{}","value":{}}})", did, quantity, value ) );
+   EXPECT_EQ( answer, "{\"ok\":true}\n" );
+}
 
 Outcome statusAt( const std::string& socket ) {
    return lumen( "--board Boards/demo --socket " + socket + " status" );
@@ -129,12 +108,12 @@ TEST( Service, IsMissedAtOnceAndWithAdvice ) {
 TEST( Service, ServesOneHostAfterAnotherUnlessItHangs ) {
    Service service( "lumen-smbusd --emulate Boards/demo" );
    EXPECT_EQ( statusAt( service.path ).status, 0 );
-   service.process.signal( SIGSTOP );
+   service.process->signal( SIGSTOP );
    EXPECT_THAT( statusAt( service.path ).errors,
                 HasSubstr( "no SMBus service answers at " + service.path ) );
-   service.process.signal( SIGCONT );
+   service.process->signal( SIGCONT );
    EXPECT_EQ( statusAt( service.path ).status, 0 );
-   service.process.end( SIGTERM );
+   service.process->end( SIGTERM );
    EXPECT_EQ( statusAt( service.path ).status, 2 );
 }
 
@@ -148,12 +127,12 @@ TEST( Service, TellsEveryHostWhatHandsDoToTheBoard ) {
    host( "set fan1 50%" );
    sleep( 1 );
    EXPECT_EQ( host( "get fan1" ), "6514 rpm\n" );
-   service.set( 201, "present1", 0 );
+   set( service, 201, "present1", 0 );
    EXPECT_EQ( host( "get fan1" ) + host( "get fan1-slot" ), "absent\nabsent\n" );
-   service.set( 201, "present1", 1 );
+   set( service, 201, "present1", 1 );
    EXPECT_EQ( host( "get fan1" ) + host( "get fan1-slot" ),
               "6514 rpm\nFAN-7001-F, front to back\n" );
-   service.set( 303, "outerStopped1", 1 );
+   set( service, 303, "outerStopped1", 1 );
    EXPECT_EQ( host( "get rear2-outer" ),
               "critical\nlumen: rear2-outer: it has stopped, or its tachometer is silent\n" );
 }
@@ -167,18 +146,18 @@ TEST( Service, PowersWhatIsPluggedInAndIsToldOfNothingElse ) {
    auto commands = [ & ] {
       return service.tell( R"({"op":"get","did":1,"quantity":"commands"})" );
    };
-   service.set( 1, "class5", 4 );
-   service.set( 1, "draw5", 20 );
-   service.set( 1, "device5", 1 );
+   set( service, 1, "class5", 4 );
+   set( service, 1, "draw5", 20 );
+   set( service, 1, "device5", 1 );
    EXPECT_THAT( poe( "poe" ), HasSubstr( "port6   enabled   delivering      4   20.0  class" ) );
-   service.set( 1, "draw5", 31 );
+   set( service, 1, "draw5", 31 );
    std::string table = poe( "poe" );
    EXPECT_THAT( table, HasSubstr( "port6   enabled   fault           4    0.0" ) );
    EXPECT_THAT( table, HasSubstr( "port1   enabled   delivering      4   12.5" ) );
    EXPECT_THAT( table, HasSubstr( "overload detected\n" ) );
    EXPECT_THAT( poe( "poe port6" ), HasSubstr( "Status detail:          overload\n" ) );
    EXPECT_THAT( commands(), HasSubstr( "\"value\":0.0" ) );
-   service.set( 1, "device47", 1 );
+   set( service, 1, "device47", 1 );
    poe( "set port48 on" );
    EXPECT_EQ( poe( "get port48" ), "5 W\n" );
    EXPECT_THAT( commands(), HasSubstr( "\"value\":1.0" ) );
@@ -194,12 +173,12 @@ TEST( Service, KeepsALogThatIsShownAndReplayed ) {
    std::string shown;
    {
       Service service( "lumen-smbusd --emulate Boards/demo --wire-log " + file );
-      service.set( 100, "temperature", 64 );
+      set( service, 100, "temperature", 64 );
       EXPECT_EQ( host( service, "get inlet" ), "64 C\n" );
       shown = host( service, "log --control " + service.control );
       EXPECT_THAT( shown, HasSubstr( "TMP75 0x48 read 2 bytes, register 0x00: 40 00 (" ) );
       EXPECT_THAT( shown, HasSubstr( fmt::format( "[client 2 of uid {}]\n", getuid() ) ) );
-      service.process.end( SIGTERM );  // which writes the file to its end
+      service.process->end( SIGTERM );  // which writes the file to its end
    }
    EXPECT_EQ( lumen( "--board Boards/demo log --file " + file ).output, shown );
    Service service( "lumen-smbusd --emulate Boards/demo --replay " + file );

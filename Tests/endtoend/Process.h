@@ -36,6 +36,8 @@ class Process {
    Process( const Process& ) = delete;
    Process& operator=( const Process& ) = delete;
 
+   pid_t id() const { return process_; }
+
    void signal( int number ) const { kill( process_, number ); }
 
    Outcome end( int number ) {
