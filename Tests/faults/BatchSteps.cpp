@@ -15,7 +15,7 @@ namespace {
 
 using Answer = Smbus::TransactionResponse;
 
-constexpr unsigned kTimeLimit = 150;  // ms
+constexpr unsigned kTimeLimit = 120;  // ms
 constexpr int kSteps = 5;             // two selections, the reading, two resets
 constexpr int kReading = 2;
 constexpr int kAttempts = 10;  // at hitting a step on a busy machine

@@ -12,7 +12,7 @@ namespace {
 constexpr unsigned kLate = 4;          // clients that come last, and stay
 constexpr unsigned kTimeLimit = 2000;  // ms
 constexpr unsigned kShortLimit = 300;  // where many clients wait for it
-constexpr uint32_t kReadings = 5;      // of each client
+constexpr uint32_t kReadings = 3;      // of each client
 constexpr unsigned kPause = 5000;      // microseconds
 
 struct Case {

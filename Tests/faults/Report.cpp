@@ -34,15 +34,30 @@ void Row::judge() {
    require( tally.longest < timeLimit() + kSlack, "a reading took too long" );
 }
 
-bool Report::print() const {
+Report::Report() {
    fmt::print( "{:<56} {:>6} {:>9} {:>9} {:>6} {:>8} {:>7}\n", "fault", "faults", "right", "errors",
                "wrong", "max ms", "s" );
-   for ( const Row& row : rows_ ) {
-      fmt::print( "{:<56} {:>6} {:>9} {:>9} {:>6} {:>8} {:>7.1f}  {}\n", row.what, row.faults,
-                  row.tally.right.load(), row.tally.errors.load(), row.tally.wrong.load(),
-                  row.tally.longest.load(), row.seconds, row.problem );
-   }
+}
+
+Row& Report::add( const std::string& what ) {
+   printLast();
+   return rows_.emplace_back( what );
+}
+
+bool Report::end() {
+   printLast();
    return std::ranges::all_of( rows_, &std::string::empty, &Row::problem );
+}
+
+void Report::printLast() const {
+   if ( rows_.empty() ) {
+      return;
+   }
+   const Row& row = rows_.back();
+   fmt::print( "{:<56} {:>6} {:>9} {:>9} {:>6} {:>8} {:>7.1f}  {}\n", row.what, row.faults,
+               row.tally.right.load(), row.tally.errors.load(), row.tally.wrong.load(),
+               row.tally.longest.load(), row.seconds, row.problem );
+   fflush( stdout );
 }
 
 }  // namespace Tests::Faults

@@ -35,13 +35,18 @@ struct Row {
    double seconds = 0;  // until it was judged
 };
 
+// Rows are printed once the next one begins.
 class Report {
  public:
-   Row& add( std::string what ) { return rows_.emplace_back( std::move( what ) ); }
+   Report();
+
+   Row& add( const std::string& what );
    // True when no row has a problem.
-   bool print() const;
+   bool end();
 
  private:
+   void printLast() const;
+
    std::list< Row > rows_;
 };
 

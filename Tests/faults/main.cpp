@@ -47,5 +47,5 @@ int main( int argc, char** argv ) {
    stopService( report, isLong ? 20 : 1 );
    crowdService( report );
    readForLong( report, isLong ? 10'000'000 : 4'000 );
-   return report.print() ? 0 : 1;
+   return report.end() ? 0 : 1;
 }
