@@ -4,6 +4,8 @@ file(RELATIVE_PATH top_folder ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
 add_library(lumen-options INTERFACE)
 target_compile_options(lumen-options INTERFACE
   -Wall -Wextra -Wshadow -Wvla -Wformat=2 -Wcast-align -Werror
+  # A file that is compiled with others is taken for a header.
+  $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>
   # RapidJSON's iterators compare in both directions; a HAM has no virtual destructor.
   $<$<CXX_COMPILER_ID:Clang>:-Wno-ambiguous-reversed-operator -Wno-delete-non-abstract-non-virtual-dtor>
   $<$<COMPILE_LANGUAGE:CXX>:-Wpedantic -Woverloaded-virtual -Wextra-semi>

@@ -21,7 +21,7 @@ namespace Host {
 
 namespace {
 
-struct Arguments {
+struct EmuArguments {
    std::string control;
    std::vector< std::string > names;
    std::string name;
@@ -51,7 +51,7 @@ std::vector< EmulatedChip > chipsCalled( EmulatorControl& emulator,
 // One use of the command.
 struct Use {
    const Program& program;
-   const Arguments& arguments;
+   const EmuArguments& arguments;
    const char* operation;  // as the service calls it
    EmulatorControl& emulator;
 
@@ -138,7 +138,7 @@ struct Row {
    void ( *run )( const Use& );
 };
 
-int run( const Program& program, const Arguments& arguments, const Row& row ) {
+int run( const Program& program, const EmuArguments& arguments, const Row& row ) {
    if ( program.emulate ) {
       throw UseError( fmt::format(
          "--emulate has an emulator of this program's own, which ends with it; start one that "
@@ -185,7 +185,7 @@ constexpr Row kRows[] = {
      clear },
 };
 
-void addParameters( CLI::App& command, Arguments& arguments ) {
+void addParameters( CLI::App& command, EmuArguments& arguments ) {
    std::string name = command.get_name();
    if ( name == "list" ) {
       command
@@ -227,7 +227,7 @@ void addParameters( CLI::App& command, Arguments& arguments ) {
 }  // namespace
 
 void addEmuCommand( CLI::App& app, Program& program ) {
-   auto arguments = std::make_shared< Arguments >();
+   auto arguments = std::make_shared< EmuArguments >();
    arguments->control = PlatformLibrary::controlPath();
    CLI::App* emu = app.add_subcommand( "emu", "the chips that lumen-smbusd emulates" );
    emu->fallthrough();

@@ -22,7 +22,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kInterval( 200 );
 
-struct Arguments {
+struct LogArguments {
    std::string control;
    std::string file;
    bool follow = false;
@@ -101,7 +101,7 @@ Answer recordsAfter( uint64_t number, ControlClient& service ) {
 }
 
 // Without following, up to the last transfer that there was at the beginning.
-int showKept( const Arguments& arguments, LogPrinter& printer ) {
+int showKept( const LogArguments& arguments, LogPrinter& printer ) {
    ControlClient service( arguments.control );
    Answer answer = recordsAfter( 0, service );
    uint64_t end = arguments.follow ? UINT64_MAX : answer.last;
@@ -124,7 +124,7 @@ int showKept( const Arguments& arguments, LogPrinter& printer ) {
    }
 }
 
-int log( const Program& program, const Arguments& arguments ) {
+int log( const Program& program, const LogArguments& arguments ) {
    if ( program.emulate && arguments.file.empty() ) {
       throw UseError(
          "an emulator of this program's own keeps no log; --trace-wire shows its "
@@ -146,7 +146,7 @@ int log( const Program& program, const Arguments& arguments ) {
 }  // namespace
 
 void addLogCommand( CLI::App& app, Program& program ) {
-   auto arguments = std::make_shared< Arguments >();
+   auto arguments = std::make_shared< LogArguments >();
    arguments->control = PlatformLibrary::controlPath();
    auto command =
       addCommand( app, program, { "log", "the service's last transfers, with the board's names" },

@@ -23,7 +23,7 @@ constexpr std::chrono::minutes kInitLimit( 30 );
 
 constexpr char kBetweenTexts = '\0';  // of a port, in the text of its reading
 
-struct Arguments {
+struct PoeArguments {
    std::string name;
    std::string action;
    bool isVerbose = false;
@@ -75,7 +75,7 @@ int reportProblem( const Observation& observation ) {
    return kNotWell;
 }
 
-int showPort( const Program& program, const Arguments& arguments ) {
+int showPort( const Program& program, const PoeArguments& arguments ) {
    auto read = [ & ]( Kind, void* port ) {
       return readTexts( static_cast< pl_poe_port* >( port ), arguments.isVerbose );
    };
@@ -108,7 +108,7 @@ int init( const Program& program, const std::string& name ) {
    return reportProblem( observation );
 }
 
-int poe( const Program& program, const Arguments& arguments ) {
+int poe( const Program& program, const PoeArguments& arguments ) {
    if ( arguments.name.empty() ) {
       return showAll( program );
    }
@@ -121,7 +121,7 @@ int poe( const Program& program, const Arguments& arguments ) {
 }  // namespace
 
 void addPoeCommand( CLI::App& app, Program& program ) {
-   auto arguments = std::make_shared< Arguments >();
+   auto arguments = std::make_shared< PoeArguments >();
    auto firmware = std::make_shared< PoeFirmwareOptions >();
    auto command = addCommand( app, program, { "poe", "PoE ports and their controllers" }, {} );
    auto firmwareCommand = addCommand(

@@ -19,7 +19,7 @@ namespace {
 
 constexpr size_t kShortAnswer = 8;  // bytes that one line shows well
 
-struct Arguments {
+struct SmbusArguments {
    std::string name;
    SmbusOperation operation;
    bool isConfirmed = false;
@@ -29,7 +29,7 @@ bool isMemory( uint32_t address ) {
    return kMemories.has( address ) || kMemoryProtection.has( address );
 }
 
-bool isWanted( const Arguments& arguments, const RawEndpoint& endpoint ) {
+bool isWanted( const SmbusArguments& arguments, const RawEndpoint& endpoint ) {
    if ( arguments.isConfirmed || !isMemory( endpoint.address ) ||
         !isWrite( arguments.operation ) ) {
       return true;
@@ -48,7 +48,7 @@ void printAnswer( const std::string& bytes, Answer form ) {
    }
 }
 
-int smbus( const Program& program, const Arguments& arguments ) {
+int smbus( const Program& program, const SmbusArguments& arguments ) {
    checkSmbusOperation( arguments.operation );
    Board board = loadBoard( program );
    RawEndpoint endpoint = RawEndpoint::named( board, arguments.name );
@@ -78,7 +78,7 @@ int smbus( const Program& program, const Arguments& arguments ) {
 }  // namespace
 
 void addSmbusCommand( CLI::App& app, Program& program ) {
-   auto arguments = std::make_shared< Arguments >();
+   auto arguments = std::make_shared< SmbusArguments >();
    auto command = addCommand( app, program, { "smbus", "one raw transaction with a chip" },
                               [ &program, arguments ] { return smbus( program, *arguments ); } );
    command

@@ -16,7 +16,7 @@ namespace Host {
 
 namespace {
 
-struct Arguments {
+struct StatusArguments {
    std::vector< std::string > patterns;
    std::string order;  // empty: the table's own, and in JSON the board's
 };
@@ -32,7 +32,7 @@ std::optional< Order > orderCalled( const std::string& name ) {
                        : std::optional( static_cast< Order >( order - kOrderNames.begin() ) );
 }
 
-int status( const Program& program, const Arguments& arguments ) {
+int status( const Program& program, const StatusArguments& arguments ) {
    auto order = orderCalled( arguments.order );
    OpenBoard open( program, loadObjects( program, arguments.patterns ) );
    auto observations = open.session.read();
@@ -48,7 +48,7 @@ int status( const Program& program, const Arguments& arguments ) {
 }  // namespace
 
 void addStatusCommand( CLI::App& app, Program& program ) {
-   auto arguments = std::make_shared< Arguments >();
+   auto arguments = std::make_shared< StatusArguments >();
    auto command =
       addCommand( app, program, { "status", "objects, all or some: reading, limits and state" },
                   [ &program, arguments ] { return status( program, *arguments ); } );

@@ -25,7 +25,7 @@ constexpr double kLongestInterval = 3600;
 
 using Clock = std::chrono::steady_clock;
 
-struct Arguments {
+struct WatchArguments {
    double interval = 1;                       // seconds
    unsigned count = 0;                        // 0: until interrupted
    std::vector< std::string > settings = {};  // NAME=VALUE
@@ -76,7 +76,7 @@ bool awaitTime( Session& session, const Signals& signals, Clock::time_point end 
 }
 
 // One table, or one document, for each sweep.
-int watchSweeps( const Program& program, const Arguments& arguments, Session& session ) {
+int watchSweeps( const Program& program, const WatchArguments& arguments, Session& session ) {
    Signals signals( { SIGINT, SIGTERM } );
    auto interval = std::chrono::duration_cast< Clock::duration >(
       std::chrono::duration< double >( arguments.interval ) );
@@ -96,7 +96,7 @@ int watchSweeps( const Program& program, const Arguments& arguments, Session& se
    return ok ? kAllWell : kNotWell;
 }
 
-int watchOnScreen( const Program& program, const Arguments& arguments, Session& session ) {
+int watchOnScreen( const Program& program, const WatchArguments& arguments, Session& session ) {
    Signals signals = ScreenWatch::signals();
    WatchHeading heading{ program.board, arguments.interval, !serviceNeeded() };
    int end = ScreenWatch( session, signals, heading, arguments.count ).run();
@@ -109,7 +109,7 @@ int watchOnScreen( const Program& program, const Arguments& arguments, Session& 
    return ok ? kAllWell : kNotWell;
 }
 
-int watch( const Program& program, const Arguments& arguments ) {
+int watch( const Program& program, const WatchArguments& arguments ) {
    bool isOnScreen = !program.json && Terminal::isCapable();
    if ( isOnScreen && ( program.trace >= 0 || program.traceWire ) && Terminal::hasErrors() ) {
       throw UseError(
@@ -125,7 +125,7 @@ int watch( const Program& program, const Arguments& arguments ) {
 }  // namespace
 
 void addWatchCommand( CLI::App& app, Program& program ) {
-   auto arguments = std::make_shared< Arguments >();
+   auto arguments = std::make_shared< WatchArguments >();
    auto command = addCommand( app, program,
                               { "watch",
                                 "the status on the whole screen, refreshed until q or Ctrl-C; "

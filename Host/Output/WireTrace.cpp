@@ -61,7 +61,7 @@ void WireTrace::hear( void* user, const pl_wire_batch* batch ) {
       transfer.position = i + 1;
       transfer.count = batch->count;
       std::string line = Utils::printable( wireLine( transfer, trace->names_ ) ) + "\n";
-      ( void )!write( trace->output_, line.data(), line.size() );
+      ( void )!::write( trace->output_, line.data(), line.size() );
       channels = trace->names_.channelsAfter( transfer );
    }
 }

@@ -19,7 +19,7 @@ constexpr size_t kLinesForTitles = 8;
 constexpr size_t kLinesForAll = 10;
 constexpr size_t kLinesForEachChange = 5;
 
-constexpr const char* kGap = "  ";
+constexpr const char* kBetweenParts = "  ";
 constexpr const char* kSimulation = "  simulation";
 constexpr size_t kLeastBoard = 8;  // of its name that must stay
 
@@ -82,8 +82,8 @@ Frame WatchView::draw( WatchModel& model,
 // The time goes first where there is no room for all, then the interval, then the board.
 Line WatchView::header( size_t columns, WallClock::time_point now ) const {
    std::string right = heading_.isSimulation ? kSimulation : "";
-   std::string time = kGap + clockTime( now );
-   std::string interval = fmt::format( "{}every {} s", kGap, numberText( heading_.interval ) );
+   std::string time = kBetweenParts + clockTime( now );
+   std::string interval = fmt::format( "{}every {} s", kBetweenParts, numberText( heading_.interval ) );
    size_t board = Utils::columns( Utils::printable( heading_.board ) );
    if ( std::min( board, kLeastBoard ) + right.size() + time.size() <= columns ) {
       right += time;
@@ -108,11 +108,11 @@ Line WatchView::summary( const WatchModel& model, size_t columns ) const {
    }
    if ( !model.filter().empty() ) {
       addFitting( line, left,
-                  { fmt::format( "{}filter {}: {} shown", kGap, model.filter(), model.size() ) } );
+                  { fmt::format( "{}filter {}: {} shown", kBetweenParts, model.filter(), model.size() ) } );
    }
    if ( model.order() != Order::State ) {
       addFitting( line, left,
-                  { fmt::format( "{}sorted by {}", kGap,
+                  { fmt::format( "{}sorted by {}", kBetweenParts,
                                  kOrderNames[ static_cast< size_t >( model.order() ) ] ) } );
    }
    return line;

@@ -42,7 +42,7 @@ std::string fieldsOf( const std::string& image ) {
 }
 
 constexpr const char* kProduct = "0000000100";
-constexpr const char* kBoard = "0000010000";
+constexpr const char* kBoardHeader = "0000010000";
 constexpr const char* kBoardArea = "010419a08601c24142c24344c25331c25031c0c1";
 
 TEST( FruInformation, DecodesFields ) {
@@ -53,7 +53,7 @@ TEST( FruInformation, DecodesFields ) {
       { kProduct, { "01041984a138922182a13881a1c1" }, "ABCDA|AB|A||||" },  // six bits left over
       { kProduct, { "010419ff4142" }, "AB||||||" },                        // cut short by the end
       { kProduct, { "010408c24142024142c1" }, "|4142|||||" },
-      { kBoard, { kBoardArea }, "AB|CD|P1||S1||" },
+      { kBoardHeader, { kBoardArea }, "AB|CD|P1||S1||" },
       { "0000010500", { kBoardArea, "010419c25858c1" }, "XX||||||" },
       { "0a09010500", { kBoardArea, "010419c25858c1", "" }, "nothing" },  // no chassis of no length
       { "0a00010509", { kBoardArea, "010419c25858c1", "" }, "XX||||||" },
@@ -61,7 +61,8 @@ TEST( FruInformation, DecodesFields ) {
    for ( const auto& [ header, areas, fields ] : rows ) {
       EXPECT_EQ( fieldsOf( imageOf( header, areas ) ), fields ) << header;
    }
-   EXPECT_EQ( FruInformation::decode( imageOf( kBoard, { kBoardArea } ) )->manufactured, 100000u );
+   EXPECT_EQ( FruInformation::decode( imageOf( kBoardHeader, { kBoardArea } ) )->manufactured,
+              100000u );
 }
 
 TEST( FruInformation, RefusesDamagedImages ) {

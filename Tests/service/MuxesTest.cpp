@@ -10,7 +10,7 @@ using testing::HasSubstr;
 namespace {
 
 // Mux 1 (0x70) leads to mux 2 (0x71), which leads to sensors 10 and 11, both at 0x49.
-const std::string kTopology = textOf( LUMEN_SOURCE_DIR "/Tests/service/twins/topology.json" );
+const std::string kTwins = textOf( LUMEN_SOURCE_DIR "/Tests/service/twins/topology.json" );
 const std::string kEmulation = textOf( LUMEN_SOURCE_DIR "/Tests/service/twins/emulation.json" );
 
 std::string run( EmulatedBoard& board, const std::string& steps, uint64_t client = 1 ) {
@@ -20,7 +20,7 @@ std::string run( EmulatedBoard& board, const std::string& steps, uint64_t client
 }
 
 std::unique_ptr< EmulatedBoard > boardWith( const std::string& muxMember ) {
-   std::string topology = kTopology;
+   std::string topology = kTwins;
    topology.insert( topology.find( R"("did": 2, "busses")" ), muxMember );
    return BoardFolder( topology, kEmulation ).load();
 }
