@@ -17,22 +17,21 @@ constexpr std::chrono::milliseconds kWireLogPatience( 300 );
 }  // namespace
 
 LastResort::~LastResort() {
-   if ( thread_.joinable() ) {
-      {
-         std::lock_guard lock( mutex_ );
-         hasEnded_ = true;
-      }
-      changed_.notify_all();
-      thread_.join();
-   }
+   set( hasEnded_ );
+   thread_.join();
 }
 
-void LastResort::arm() {
-   thread_ = std::thread( [ this ] { wait(); } );
+void LastResort::set( bool& state ) {
+   {
+      std::lock_guard lock( mutex_ );
+      state = true;
+   }
+   changed_.notify_all();
 }
 
 void LastResort::wait() {
    std::unique_lock lock( mutex_ );
+   changed_.wait( lock, [ this ] { return isArmed_ || hasEnded_; } );
    if ( changed_.wait_for( lock, limit_, [ this ] { return hasEnded_; } ) ) {
       return;
    }

@@ -18,15 +18,16 @@ class LastResort {
    LastResort( WireLog& wireLog,
                Log& log,
                std::chrono::milliseconds limit = std::chrono::seconds( 9 ) )
-       : wireLog_( wireLog ), log_( log ), limit_( limit ) {}
+       : wireLog_( wireLog ), log_( log ), limit_( limit ), thread_( [ this ] { wait(); } ) {}
    ~LastResort();  // the process has ended in time
    LastResort( const LastResort& ) = delete;
    LastResort& operator=( const LastResort& ) = delete;
 
    // The process is to end from now on.
-   void arm();
+   void arm() { set( isArmed_ ); }
 
  private:
+   void set( bool& state );
    void wait();
 
    WireLog& wireLog_;
@@ -34,8 +35,9 @@ class LastResort {
    const std::chrono::milliseconds limit_;
    std::mutex mutex_;
    std::condition_variable changed_;
+   bool isArmed_ = false;
    bool hasEnded_ = false;
-   std::thread thread_;
+   std::thread thread_;  // from the start, as there may be no room for another at the end
 };
 
 }  // namespace SmbusService

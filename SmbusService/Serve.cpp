@@ -168,9 +168,12 @@ void serveEmulated( const Process& process ) {
    std::unique_ptr< Replay > replay;
    if ( !options.replay.empty() ) {
       std::vector< BoardFiles::Finding > findings;
-      replay =
-         std::make_unique< Replay >( *board, BoardFiles::readWireLog( options.replay, findings ) );
+      auto records = BoardFiles::readWireLog( options.replay, findings );
       complain( findings );
+      if ( records.empty() && !findings.empty() ) {
+         throw std::runtime_error( options.replay + ": there is nothing to replay" );
+      }
+      replay = std::make_unique< Replay >( *board, records );
    }
    Backend& backend = replay ? static_cast< Backend& >( *replay ) : *board;
    keepLog( process, backend );

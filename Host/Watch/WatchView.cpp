@@ -83,7 +83,8 @@ Frame WatchView::draw( WatchModel& model,
 Line WatchView::header( size_t columns, WallClock::time_point now ) const {
    std::string right = heading_.isSimulation ? kSimulation : "";
    std::string time = kBetweenParts + clockTime( now );
-   std::string interval = fmt::format( "{}every {} s", kBetweenParts, numberText( heading_.interval ) );
+   std::string interval =
+      fmt::format( "{}every {} s", kBetweenParts, numberText( heading_.interval ) );
    size_t board = Utils::columns( Utils::printable( heading_.board ) );
    if ( std::min( board, kLeastBoard ) + right.size() + time.size() <= columns ) {
       right += time;
@@ -107,8 +108,9 @@ Line WatchView::summary( const WatchModel& model, size_t columns ) const {
       }
    }
    if ( !model.filter().empty() ) {
-      addFitting( line, left,
-                  { fmt::format( "{}filter {}: {} shown", kBetweenParts, model.filter(), model.size() ) } );
+      addFitting(
+         line, left,
+         { fmt::format( "{}filter {}: {} shown", kBetweenParts, model.filter(), model.size() ) } );
    }
    if ( model.order() != Order::State ) {
       addFitting( line, left,
