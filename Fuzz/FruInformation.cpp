@@ -1,18 +1,11 @@
 #include "Drivers/Corvid/FruInformation.h"
 
-#include <cstdlib>
-
 #include "Drivers/Corvid/FanFdl.h"
+#include "Fuzz/Support.h"
 
 using Drivers::FruInformation;
 
 namespace {
-
-void require( bool condition ) {
-   if ( !condition ) {
-      abort();
-   }
-}
 
 bool isQuotable( const std::string& text ) {
    return !text.empty() && text.find_first_of( "'\"\\{}\n" ) == text.npos;
@@ -27,10 +20,10 @@ extern "C" int LLVMFuzzerTestOneInput( const uint8_t* data, size_t size ) {
       for ( const std::string* field :
             { &unit->manufacturer, &unit->productName, &unit->partNumber, &unit->version,
               &unit->serialNumber, &unit->assetTag, &unit->fileId } ) {
-         require( field->empty() || ( field->back() != ' ' && field->back() != '\0' ) );
+         Fuzz::require( field->empty() || ( field->back() != ' ' && field->back() != '\0' ) );
          std::string value = Drivers::fdlValue( *field );
-         require( isQuotable( value ) );
-         require( Drivers::fillFdl( "{serialNum}", { { "serialNum", value } } ) == value );
+         Fuzz::require( isQuotable( value ) );
+         Fuzz::require( Drivers::fillFdl( "{serialNum}", { { "serialNum", value } } ) == value );
       }
    }
    return 0;

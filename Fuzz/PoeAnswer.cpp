@@ -1,20 +1,18 @@
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
 #include "Drivers/BCM59121/Exchange.h"
+#include "Drivers/BCM59121/Firmware.h"
 #include "Drivers/BCM59121/PoePort.h"
+#include "Fuzz/HostObject.h"
+#include "Fuzz/Support.h"
 
 using Drivers::BCM59121;
 
 namespace {
 
 constexpr size_t kPlan = 1;  // bytes before the answers
-
-void require( bool condition ) {
-   if ( !condition ) {
-      abort();
-   }
-}
 
 // Answers with the input, 12 bytes at a time, over and over; where the plan's bit is set they
 // become good answers to what was asked.
@@ -58,7 +56,8 @@ class Controller : public BCM59121 {
 
 }  // namespace
 
-// Whatever a controller answers, readings are in their ranges and reports are made.
+// Whatever a controller answers, readings are in their ranges, reports are made and a firmware
+// update ends.
 extern "C" int LLVMFuzzerTestOneInput( const uint8_t* data, size_t size ) {
    Drivers::Poe::pause = []( auto ) {};
    Drivers::DriverArgs args;
@@ -66,24 +65,25 @@ extern "C" int LLVMFuzzerTestOneInput( const uint8_t* data, size_t size ) {
    AnswerHam ham( data, size );
    Controller controller( args, &ham );
    BCM59121::PoePort port( &controller, size && data[ 0 ] & 1 ? 3 : 7 );
+   Fuzz::useOf( port.record() )( { data, data + std::min( size, kPlan ) } );
    pl_poe_port_state states[ 3 ];
    pl_poe_port_pair_state pairs;
    if ( port.getPoePortPowerState( &states[ 0 ], &states[ 1 ], &states[ 2 ], &pairs ) == 0 ) {
-      require( states[ 0 ] <= PL_POE_PORT_OVERLOAD && states[ 1 ] <= PL_POE_PORT_POWERED &&
-               states[ 2 ] <= PL_POE_PORT_POWERED && pairs <= PL_POE_PAIR_BOTH );
+      Fuzz::require( states[ 0 ] <= PL_POE_PORT_OVERLOAD && states[ 1 ] <= PL_POE_PORT_POWERED &&
+                     states[ 2 ] <= PL_POE_PORT_POWERED && pairs <= PL_POE_PAIR_BOTH );
    }
    pl_poe_device_class classes[ 3 ];
    if ( port.getPoeDeviceClass( &classes[ 0 ], &classes[ 1 ], &classes[ 2 ] ) == 0 ) {
-      require( classes[ 0 ] <= PL_POE_CLASS_UNKNOWN && classes[ 1 ] <= PL_POE_CLASS_UNKNOWN &&
-               classes[ 2 ] <= PL_POE_CLASS_UNKNOWN );
+      Fuzz::require( classes[ 0 ] <= PL_POE_CLASS_UNKNOWN && classes[ 1 ] <= PL_POE_CLASS_UNKNOWN &&
+                     classes[ 2 ] <= PL_POE_CLASS_UNKNOWN );
    }
    float volts;
-   require( port.getPoePortVoltage( &volts ) != PL_STATUS_OK || ( volts > -3000 && volts < 3000 ) );
-   bool ok;
-   ( void )port.getPoePortCrcStatus( &ok );
-   ( void )port.poePortInit();
+   Fuzz::require( port.getPoePortVoltage( &volts ) != PL_STATUS_OK ||
+                  ( volts > -3000 && volts < 3000 ) );
    char* text = nullptr;
-   require( port.debugInfo( &text, true ) == PL_STATUS_OK && strlen( text ) > 0 );
+   Fuzz::require( port.debugInfo( &text, true ) == PL_STATUS_OK && strlen( text ) > 0 );
    free( text );
+   const Drivers::Poe::FirmwareImage image{ .version = 1, .payload = "two blocks" };
+   ( void )Drivers::Poe::FirmwareUpdate( &ham, image ).run();
    return 0;
 }
