@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput( const uint8_t* data, size_t size ) {
    }
    Fuzz::forgetDevices();
    int client = serveOnce( sent );
-   Fuzz::addObject( kEndpoint )( "\x01\x01" );
+   Fuzz::addObject( kEndpoint ).value()( "\x01\x01" );
    close( client );
    return 0;
 }

@@ -58,7 +58,9 @@ extern "C" int LLVMFuzzerTestOneInput( const uint8_t* data, size_t size ) {
    Topology::_topology_json.clear();
    Fuzz::completes( [ & ] { ( void )pl_led_init( parts[ 0 ].c_str() ); } );
    for ( size_t i = 1; i + 1 < parts.size(); ++i ) {
-      Fuzz::addObject( parts[ i ] )( answers );
+      if ( auto use = Fuzz::addObject( parts[ i ] ) ) {
+         ( *use )( answers );
+      }
    }
    return 0;
 }

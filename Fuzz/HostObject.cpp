@@ -162,10 +162,14 @@ Fuzz::Use addKind( char kind, const char* json ) {
 
 }  // namespace
 
-Fuzz::Use Fuzz::addObject( const std::string& text ) {
-   Use use;
-   completes( [ & ] { use = text.empty() ? nullptr : addKind( text[ 0 ], text.c_str() + 1 ); } );
-   return use ? use : []( const std::string& ) {};
+std::optional< Fuzz::Use > Fuzz::addObject( const std::string& text ) {
+   Use use = []( const std::string& ) {};
+   bool isDone = completes( [ & ] {
+      if ( Use made = text.empty() ? nullptr : addKind( text[ 0 ], text.c_str() + 1 ) ) {
+         use = made;
+      }
+   } );
+   return isDone ? std::optional( use ) : std::nullopt;
 }
 
 void Fuzz::forgetDevices() {

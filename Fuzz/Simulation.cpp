@@ -27,14 +27,16 @@ extern "C" int LLVMFuzzerTestOneInput( const uint8_t* data, size_t size ) {
    [[maybe_unused]] static bool started = ( startSimulation( files.path() ), true );
    auto parts = Fuzz::partsOf( data, size, 2 );
    Fuzz::forgetDevices();
-   Fuzz::Use use = Fuzz::addObject( parts[ 0 ] );
+   auto use = Fuzz::addObject( parts[ 0 ] );
    for ( const auto& entry : std::filesystem::directory_iterator( files.path() ) ) {
       std::filesystem::remove( entry.path() );
       if ( parts.size() > 1 ) {
          std::ofstream( entry.path(), std::ios::binary ) << parts[ 1 ];
       }
    }
-   use( parts.back() );
+   if ( use ) {
+      ( *use )( parts.back() );
+   }
    for ( const auto& entry : std::filesystem::directory_iterator( files.path() ) ) {
       std::filesystem::remove( entry.path() );
    }

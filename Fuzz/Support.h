@@ -21,7 +21,8 @@ inline void require( bool condition ) {
 std::vector< std::string > partsOf( const uint8_t* data, size_t size, size_t most );
 
 // Runs what may end early as the library's interface says: with an assertion, for an operation that
-// a driver does not have, or for text that is no number. Whether it came to its end.
+// a driver does not have, for text that is no number, or for a block that a simulation does not
+// have. Whether it came to its end.
 bool completes( const std::function< void() >& run );
 
 }  // namespace Fuzz
