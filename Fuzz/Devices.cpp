@@ -56,7 +56,10 @@ extern "C" int LLVMFuzzerTestOneInput( const uint8_t* data, size_t size ) {
    place = 0;
    Fuzz::forgetDevices();
    Topology::_topology_json.clear();
-   Fuzz::completes( [ & ] { ( void )pl_led_init( parts[ 0 ].c_str() ); } );
+   if ( !Fuzz::completes( [ & ] { ( void )pl_led_init( parts[ 0 ].c_str() ); } ) ) {
+      Topology::_topology_index.clear();  // it leads into a tree that was not finished
+      return 0;
+   }
    for ( size_t i = 1; i + 1 < parts.size(); ++i ) {
       if ( auto use = Fuzz::addObject( parts[ i ] ) ) {
          ( *use )( answers );
