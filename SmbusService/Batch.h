@@ -26,8 +26,8 @@ constexpr std::chrono::seconds kLastBatchLimit( 6 );
 // A batch has at most kMaxRequests. It is refused whole when one of its requests is malformed, or
 // one that the client may not make; otherwise its requests run in order, with every adapter that it
 // names locked from the first to the last. A request that fails ends the batch, but the batch's
-// trailing run of mux resets (send-byte 0) is executed to its end in any case, so that no failure
-// leaves a channel open. No request is begun that a chip could draw out beyond the batch's time,
+// trailing run of mux resets (send-byte 0) is executed all the same, so that no failure leaves a
+// channel open. No request is begun that a chip could draw out beyond the batch's time,
 // and some of that is left for the resets; a mux whose reset there is no time for is closed before
 // the next batch.
 class Batch {
@@ -52,10 +52,10 @@ class Batch {
    void refuseLong( size_t count, Smbus::TransactionResponse& );
 
  private:
-   bool prepare( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
    using Clock = std::chrono::steady_clock;
    using Locks = std::vector< std::unique_lock< std::timed_mutex > >;
 
+   bool prepare( const Smbus::TransactionRequest&, Smbus::TransactionResponse& );
    std::set< Adapter* > adapters() const;
    bool lock( const std::set< Adapter* >&, Locks&, Smbus::TransactionResponse& );
    bool admit( const std::set< Adapter* >&, Smbus::TransactionResponse& );
